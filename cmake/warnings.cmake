@@ -1,0 +1,5 @@
+add_library(reelhouse-warnings INTERFACE)
+target_compile_options(reelhouse-warnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wold-style-cast
+                                                    -Wnon-virtual-dtor)
+target_compile_definitions(reelhouse-warnings INTERFACE QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS
+                                                        QT_NO_FOREACH)

@@ -1,0 +1,28 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#pragma once
+
+#include <QKeySequence>
+#include <QObject>
+#include <QWidget>
+
+#include <functional>
+
+namespace reelhouse {
+
+// Claims a key for a widget and its children ahead of every shortcut. OBS's main window has actions on the same keys
+// as ours, Undo for the whole application and Ctrl+F for its window, and Qt triggers neither of two shortcuts that
+// match. A claimed key reaches the focused widget as a plain key press, which the claim then handles.
+class KeyClaim : public QObject {
+public:
+	// Lives as long as scope. While wanted() is false the key is left to everybody else; run() is what it does.
+	KeyClaim(QWidget *scope, const QKeySequence &key, std::function<bool()> wanted, std::function<void()> run);
+
+	bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+	const QKeySequence key;
+	const std::function<bool()> wanted;
+	const std::function<void()> run;
+};
+
+} // namespace reelhouse

@@ -1,0 +1,263 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#pragma once
+
+#include <QElapsedTimer>
+#include <QHash>
+#include <QList>
+#include <QString>
+#include <QTimer>
+#include <QWidget>
+
+#include <mutex>
+
+// After Qt's headers: libobs's SIMD shim redefines compiler intrinsics that those pull in.
+#include <obs.hpp>
+
+class QAction;
+class QComboBox;
+class QDropEvent;
+class QGridLayout;
+class QHelpEvent;
+class QLabel;
+class QLineEdit;
+class QListWidgetItem;
+class QToolButton;
+
+namespace reelhouse {
+class SeekSlider;
+class TrackListWidget;
+} // namespace reelhouse
+
+// The dock. It binds one VLC source at a time, holds that source's play queue, keeps it in the source's private
+// settings, and plays it by giving the source one entry after the other.
+//
+// Everything runs on the user-interface thread, except mediaStopped().
+class Reelhouse : public QWidget {
+	Q_OBJECT
+
+public:
+	// Values of Track::size that are no size in bytes.
+	static constexpr qint64 SizeNotLocal = -1; // the path names no local file
+	static constexpr qint64 SizeUnknown = -2;  // not measured yet; never stored
+	static constexpr qint64 SizeMissing = -3;  // the local path names no regular file
+
+	// Data of a list row beside its text.
+	enum Role { IdRole = Qt::UserRole, PathRole, SizeRole };
+
+	enum EndMode { EndStop, EndNext, EndRepeat };
+
+	// One queue entry. The id, not the path, is its identity: the same file may be queued more than once.
+	struct Track {
+		QString id;
+		QString path; // as the source's playlist item holds it: a local path or a URL
+		qint64 size = SizeUnknown;
+
+		// A track with an id of its own.
+		static Track fromPath(const QString &path);
+	};
+
+	struct RemovedTrack {
+		Track track;
+		int index = 0; // in the queue just before the removal
+	};
+
+	// What the list showed of one source when the dock let go of it.
+	struct ViewState {
+		QString selectedTrackId;
+		QString searchText;
+		int scrollValue = 0;
+	};
+
+	// Builds the widgets and reads the settings file; nothing is listed or bound before resume(). An empty path means
+	// that settings are neither read nor written.
+	explicit Reelhouse(const QString &settingsPath, QWidget *parent = nullptr);
+	~Reelhouse() override;
+
+	// Lets go of the source and all that belongs to the scene collection. Harmless when repeated.
+	void suspend();
+	// Starts on the now active scene collection. Does nothing after shutdown().
+	void resume();
+	// Suspends for good. From here on the dock writes nothing and binds nothing.
+	void shutdown();
+
+Q_SIGNALS:
+	// Half a second after the last write to a source's private settings: the scene collection wants saving.
+	void configurationChanged();
+	// The source with this UUID has switched to a track that the user started from the list.
+	void sceneSwitchRequested(const QString &uuid);
+
+protected:
+	// Reelhouse_Input.cpp
+	bool eventFilter(QObject *watched, QEvent *event) override;
+	void resizeEvent(QResizeEvent *event) override;
+
+private:
+	// Reelhouse.cpp
+	void cancelSwitch();
+	void clearQueue();
+	void showUnbound();
+
+	// Reelhouse_Widgets.cpp
+	void buildUi();
+	void buildTopGrid();
+	void placeTopGrid();
+	void buildList();
+	void buildMenu();
+	QLayout *buildTransportRow();
+	void makeShortcuts();
+	void connectSignals();
+	void setEndMode();
+	QPoint prepareMenu(QPoint position);
+	void showAbout();
+
+	// Reelhouse_Sources.cpp
+	void refreshSources();
+	void rebuildSelector(const QList<std::pair<QString, QString>> &sources);
+	void chooseSource();
+	void reloadSource();
+	void bindSource(const QString &uuid);
+	// The bound source, or null when none is bound or it has been deleted or removed. The caller owns the reference.
+	OBSSourceAutoRelease lockSource() const;
+
+	// Reelhouse_Record.cpp
+	void loadQueue(obs_source_t *source, bool force);
+	bool readStoredTracks(obs_data_t *record);
+	void storeQueue();
+	void restoreSource();
+
+	// Reelhouse_ViewState.cpp
+	void rememberView();
+	void restoreView(const QString &uuid);
+
+	// Reelhouse_Playback.cpp
+	void playTrack(const QString &id, bool withSceneSwitch);
+	void issueSwitch(obs_source_t *source);
+	void markCurrentRow(const QString &previousId);
+	void playRelative(int delta);
+	void playSelected();
+	void togglePlay();
+	void stopPlayback();
+	// The id of the list's current row; empty when there is none or the search hides it.
+	QString selectedId() const;
+	// The position of the current track in the queue, -1 for none.
+	int currentIndex() const;
+
+	// Reelhouse_Poll.cpp
+	void tick();
+	void followSeek(qint64 positionMs);
+	void describePlayback(obs_media_state state, qint64 positionMs);
+	void followEnd(obs_media_state state);
+	// Called by libobs on a thread of its own.
+	static void mediaStopped(void *data, calldata_t *params);
+	void finishSwitch(quint64 serial);
+
+	// Reelhouse_Transport.cpp
+	void updateTime(qint64 positionMs);
+	void toggleTimeDisplay();
+	void seekToSlider();
+	qint64 timeAtSlider(int value) const;
+	void updateButtons();
+	void updateMenuActions(bool active, const QString &selected);
+	void updatePlayPauseButton(obs_media_state state, const QString &selected);
+
+	// Reelhouse_Settings.cpp
+	void loadSelection();
+	void saveSelection();
+
+	// Reelhouse_TrackList.cpp
+	void rebuildList(const QString &selectId);
+	void filterList();
+	QListWidgetItem *makeRow(const Track &track) const;
+	QListWidgetItem *findRow(const QString &id, bool shownOnly) const;
+	QString needle() const;
+	// 0, 1, or 2 for any larger number of selected rows that the search does not hide.
+	int visibleSelectionCount() const;
+
+	// Reelhouse_Editing.cpp
+	void addFiles();
+	void appendFiles(const QList<QString> &paths);
+	void removeSelected();
+	void undoRemove();
+	void moveSelected(int delta);
+	void orderChanged();
+
+	// Reelhouse_Input.cpp
+	bool showFolderTip(const QHelpEvent *event);
+	QRect sizeColumnOf(const QListWidgetItem *row) const;
+	void handleFileDrag(QDropEvent *event);
+
+	// Reelhouse_Messages.cpp
+	void locateCurrent();
+	void openFolder();
+	void showError(const QString &message);
+	void clearError();
+
+	const QString settingsPath;
+
+	// The user's choice in the selector. It outlives its source's disappearance, so that the source is bound again
+	// when it comes back.
+	QString sourceUuid;
+
+	// The bound source; both are set or neither is.
+	OBSWeakSource weakSource;
+	OBSSignal stoppedSignal;
+
+	// Switch handshake: the libobs thread touches these two, only with switchMutex held.
+	std::mutex switchMutex;
+	OBSData pendingSettings;    // applied when the source reports media_stopped; null = nothing to apply
+	quint64 switchSerial = 0;   // one per issued or cancelled switch: a late continuation compares and gives up
+	bool switchPending = false; // from playTrack() until the continuation or a cancel
+	bool sceneSwitchWanted = false;
+
+	// The queue of the bound source and what the record keeps beside it.
+	QList<Track> tracks;
+	QList<RemovedTrack> removed;     // the last removal, ascending by index; one undo consumes it
+	QHash<QString, ViewState> views; // by source UUID
+	QList<QString> observed; // the source's playlist as last seen or written here; a difference is somebody's edit
+	QString currentId;       // empty, or the id of the current track
+	bool managed = false;    // the source holds a playlist and settings of the dock's making
+	bool originalLoop = false;
+	bool originalShuffle = false;
+	QString originalBehavior;
+
+	bool suspended = true;
+	bool shutDown = false;
+	bool reordering = false; // rows are being moved by the dock itself
+	bool remainingTime = false;
+	bool narrowLayout = false;
+	bool playbackArmed = false; // the current track was seen playing: its end counts
+	int endMode = EndStop;
+	quint32 tickCount = 0;
+	qint64 durationMs = 0;
+	qint64 seekTargetMs = -1; // -1: no seek in flight
+	QElapsedTimer switchClock;
+	QElapsedTimer seekClock;
+	QTimer pollTimer;
+	QTimer saveTimer;
+
+	// Owned by Qt's parent-child tree.
+	QComboBox *sourceSelector = nullptr;
+	QGridLayout *topGrid = nullptr;
+	QWidget *sourceRow = nullptr;
+	QLineEdit *searchEdit = nullptr;
+	reelhouse::TrackListWidget *playlistWidget = nullptr;
+	QLabel *trackCountLabel = nullptr;
+	QLabel *timeLabel = nullptr;
+	QLabel *messageLabel = nullptr;
+	reelhouse::SeekSlider *seekSlider = nullptr;
+	QComboBox *endModeSelector = nullptr;
+	QToolButton *playPauseButton = nullptr;
+	QToolButton *previousButton = nullptr;
+	QToolButton *nextButton = nullptr;
+	QToolButton *stopButton = nullptr;
+	QToolButton *addFilesButton = nullptr;
+	QAction *removeAction = nullptr;
+	QAction *undoRemoveAction = nullptr;
+	QAction *locateCurrentAction = nullptr;
+	QAction *openFolderAction = nullptr;
+	QAction *moveUpAction = nullptr;
+	QAction *moveDownAction = nullptr;
+	QAction *moveTopAction = nullptr;
+	QAction *moveBottomAction = nullptr;
+	QAction *restorePlaylistAction = nullptr;
+};

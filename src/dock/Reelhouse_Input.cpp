@@ -1,0 +1,180 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "dock/Reelhouse.hpp"
+
+#include <QDir>
+#include <QDropEvent>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QHelpEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMimeData>
+#include <QResizeEvent>
+#include <QScreen>
+#include <QToolTip>
+#include <QUrl>
+
+#include <algorithm>
+
+#include "dock/TrackDelegate.hpp"
+#include "dock/TrackListWidget.hpp"
+#include "dock/paths.hpp"
+
+using namespace reelhouse;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Below this width in pixels the top of the dock takes two rows.
+constexpr int wideWidth = 600;
+// Left free of a tooltip's text, over the whole width of the screen, in pixels.
+constexpr int tipMargin = 48;
+
+// OBS's own hotkeys come after the focused widget, so a key that one of them holds has to be left alone here.
+bool obsUsesEscape()
+{
+	bool found = false;
+	obs_enum_hotkey_bindings(
+		[](void *data, size_t, obs_hotkey_binding_t *binding) {
+			const obs_key_combination_t keys = obs_hotkey_binding_get_key_combination(binding);
+			bool &used = *static_cast<bool *>(data);
+			used = keys.modifiers == 0 && keys.key == OBS_KEY_ESCAPE;
+			return !used;
+		},
+		&found);
+	return found;
+}
+
+// Where a track comes from, on one line: its folder, or its URL up to the last slash.
+QString folderText(const QString &path)
+{
+	const QString local = localFilePath(path);
+	QString text;
+	if (local.isEmpty())
+		text = QUrl(path)
+			       .adjusted(QUrl::RemoveFilename | QUrl::RemoveQuery | QUrl::RemoveFragment)
+			       .toDisplayString();
+	else
+		text = QDir::toNativeSeparators(QFileInfo(local).absolutePath());
+	std::ranges::replace_if(text, [](QChar c) { return c.isSpace(); }, u' ');
+	return text;
+}
+
+bool isFileDrag(const QEvent *event)
+{
+	return event->type() == QEvent::DragEnter || event->type() == QEvent::DragMove || event->type() == QEvent::Drop;
+}
+
+QList<QString> droppedFiles(const QList<QUrl> &urls)
+{
+	QList<QString> files;
+	for (const QUrl &url : urls) {
+		if (url.isLocalFile() && QFileInfo(url.toLocalFile()).isFile())
+			files.append(url.toLocalFile());
+	}
+	return files;
+}
+
+} // namespace
+
+bool Reelhouse::eventFilter(QObject *watched, QEvent *event)
+{
+	QWidget *viewport = playlistWidget->viewport();
+
+	if (watched == viewport && event->type() == QEvent::ToolTip) {
+		const auto *help = static_cast<QHelpEvent *>(event);
+		if (!showFolderTip(help)) {
+			QToolTip::showText(QPoint(), QString());
+			event->ignore();
+		}
+		return true;
+	}
+	if (event->type() == QEvent::KeyPress &&
+	    (watched == searchEdit || watched == playlistWidget || watched == viewport)) {
+		const auto *key = static_cast<QKeyEvent *>(event);
+		if (key->key() == Qt::Key_Escape && key->modifiers() == Qt::NoModifier && !obsUsesEscape()) {
+			searchEdit->clear();
+			playlistWidget->setFocus(Qt::ShortcutFocusReason);
+			return true;
+		}
+	}
+	if (watched == timeLabel && event->type() == QEvent::MouseButtonRelease) {
+		const auto *mouse = static_cast<QMouseEvent *>(event);
+		if (mouse->button() == Qt::LeftButton && timeLabel->rect().contains(mouse->position().toPoint())) {
+			toggleTimeDisplay();
+			return true;
+		}
+	}
+	if (watched == viewport && isFileDrag(event)) {
+		auto *drag = static_cast<QDropEvent *>(event);
+		// Rows dragged inside the list carry no files; the list moves them itself.
+		if (drag->source() != playlistWidget && drag->source() != viewport && drag->mimeData()->hasUrls()) {
+			handleFileDrag(drag);
+			return true;
+		}
+	}
+	return QWidget::eventFilter(watched, event);
+}
+
+// False when the pointer rests on anything but the size column of a row.
+bool Reelhouse::showFolderTip(const QHelpEvent *event)
+{
+	const QListWidgetItem *row = playlistWidget->itemAt(event->pos());
+	if (!row)
+		return false;
+	const QRect column = sizeColumnOf(row);
+	if (!column.contains(event->pos()))
+		return false;
+
+	const QScreen *screen = QGuiApplication::screenAt(event->globalPos());
+	if (!screen)
+		screen = playlistWidget->screen();
+	const int width = screen ? screen->availableGeometry().width() : playlistWidget->width();
+	const QString text = QFontMetrics(QToolTip::font())
+				     .elidedText(folderText(row->data(PathRole).toString()), Qt::ElideMiddle,
+						 std::max(width, tipMargin) - tipMargin);
+	QToolTip::showText(event->globalPos(), u"<p style='white-space:pre'>%1</p>"_s.arg(text.toHtmlEscaped()),
+			   playlistWidget->viewport(), column);
+	return true;
+}
+
+QRect Reelhouse::sizeColumnOf(const QListWidgetItem *row) const
+{
+	const auto *delegate = static_cast<const TrackDelegate *>(playlistWidget->itemDelegate());
+	QStyleOptionViewItem option;
+	option.initFrom(playlistWidget);
+	option.font = playlistWidget->font();
+	option.widget = playlistWidget;
+	option.rect = playlistWidget->visualItemRect(row);
+	delegate->initStyleOption(&option, playlistWidget->indexFromItem(row));
+	return TrackDelegate::sizeColumn(option) & option.rect;
+}
+
+void Reelhouse::handleFileDrag(QDropEvent *event)
+{
+	OBSSourceAutoRelease source = lockSource();
+	const QList<QUrl> urls = event->mimeData()->urls();
+	event->ignore();
+	if (!source || suspended || shutDown || std::ranges::none_of(urls, &QUrl::isLocalFile) ||
+	    !event->possibleActions().testFlag(Qt::CopyAction))
+		return;
+	if (event->type() == QEvent::Drop) {
+		const QList<QString> files = droppedFiles(urls);
+		if (files.isEmpty())
+			return;
+		appendFiles(files);
+	}
+	// Not the proposed action: a move would let the file manager delete what is queued here.
+	event->setDropAction(Qt::CopyAction);
+	event->accept();
+}
+
+void Reelhouse::resizeEvent(QResizeEvent *event)
+{
+	QWidget::resizeEvent(event);
+	const bool narrow = event->size().width() < wideWidth;
+	if (!topGrid || narrow == narrowLayout)
+		return;
+	narrowLayout = narrow;
+	placeTopGrid();
+}

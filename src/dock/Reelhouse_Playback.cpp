@@ -1,0 +1,156 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "dock/Reelhouse.hpp"
+
+#include <QFileInfo>
+
+#include <algorithm>
+
+#include "dock/TrackListWidget.hpp"
+#include "dock/paths.hpp"
+#include "dock/text.hpp"
+
+using namespace reelhouse;
+
+// A track starts in two phases. Here the wish is recorded and the media stopped; when the source reports media_stopped,
+// mediaStopped() gives it the new settings, so that the old media is never seen under them.
+void Reelhouse::playTrack(const QString &id, bool withSceneSwitch)
+{
+	OBSSourceAutoRelease source = lockSource();
+	const auto track = std::ranges::find(std::as_const(tracks), id, &Track::id);
+	if (!source || track == tracks.cend())
+		return;
+	const QString local = localFilePath(track->path);
+	if (!local.isEmpty() && !QFileInfo(local).isFile()) {
+		playbackArmed = false;
+		showError(ui("FileMissing").arg(track->path));
+		return;
+	}
+
+	playbackArmed = false;
+	seekTargetMs = -1;
+	sceneSwitchWanted = withSceneSwitch;
+	const QString previousId = currentId;
+	currentId = track->id;
+	managed = true;
+	observed = {track->path};
+	switchClock.restart();
+	// Stored before the media is stopped: whatever happens next, the record already names the new track.
+	storeQueue();
+	issueSwitch(source);
+
+	markCurrentRow(previousId);
+	updateButtons();
+	clearError();
+}
+
+void Reelhouse::issueSwitch(obs_source_t *source)
+{
+	OBSDataAutoRelease settings = obs_data_create();
+	OBSDataArrayAutoRelease playlist = pathArray(observed);
+	obs_data_set_array(settings, playlistKey, playlist);
+	obs_data_set_bool(settings, loopKey, false);
+	obs_data_set_bool(settings, shuffleKey, false);
+	obs_data_set_string(settings, behaviorKey, "always_play");
+
+	switchPending = true;
+	// The stop is asked for under the lock, which libobs only queues: its thread sees the old serial and settings or
+	// the new ones, never a mix.
+	const std::lock_guard lock(switchMutex);
+	switchSerial++;
+	pendingSettings = settings.Get();
+	obs_source_media_stop(source);
+}
+
+void Reelhouse::markCurrentRow(const QString &previousId)
+{
+	for (int i = 0; i < playlistWidget->count(); i++) {
+		QListWidgetItem *row = playlistWidget->item(i);
+		const QString rowId = row->data(IdRole).toString();
+		if (rowId == currentId) {
+			row->setText(labelFor(row->data(PathRole).toString(), true));
+			playlistWidget->setCurrentItem(row, QItemSelectionModel::ClearAndSelect);
+		} else if (rowId == previousId) {
+			row->setText(labelFor(row->data(PathRole).toString(), false));
+		}
+	}
+}
+
+// Wraps at both ends, unlike the end mode that goes on to the next track.
+void Reelhouse::playRelative(int delta)
+{
+	const qsizetype count = tracks.size();
+	if (count == 0)
+		return;
+	const int current = currentIndex();
+	qsizetype target = delta > 0 ? 0 : count - 1;
+	if (current >= 0)
+		target = (count + delta + current) % count;
+	playTrack(tracks.at(target).id, false);
+}
+
+void Reelhouse::playSelected()
+{
+	const QString selected = selectedId();
+	if (!selected.isEmpty())
+		playTrack(selected, true);
+}
+
+void Reelhouse::togglePlay()
+{
+	OBSSourceAutoRelease source = lockSource();
+	if (!source)
+		return;
+	const QString selected = selectedId();
+	if (!selected.isEmpty() && selected != currentId) {
+		playTrack(selected, false);
+		return;
+	}
+	switch (obs_source_media_get_state(source)) {
+	case OBS_MEDIA_STATE_PLAYING:
+		obs_source_media_play_pause(source, true);
+		break;
+	case OBS_MEDIA_STATE_PAUSED:
+		obs_source_media_play_pause(source, false);
+		break;
+	default:
+		if (!currentId.isEmpty())
+			playTrack(currentId, false);
+	}
+	updateButtons();
+}
+
+void Reelhouse::stopPlayback()
+{
+	cancelSwitch();
+	playbackArmed = false;
+	OBSSourceAutoRelease source = lockSource();
+	if (source) {
+		obs_source_media_stop(source);
+		if (managed) {
+			observed.clear();
+			storeQueue();
+			OBSDataAutoRelease settings = obs_data_create();
+			OBSDataArrayAutoRelease playlist = pathArray({});
+			obs_data_set_array(settings, playlistKey, playlist);
+			obs_source_update(source, settings);
+		}
+	}
+	clearError();
+	updateButtons();
+}
+
+QString Reelhouse::selectedId() const
+{
+	const QListWidgetItem *row = playlistWidget->currentItem();
+	if (!row || playlistWidget->isRowHidden(playlistWidget->currentRow()))
+		return {};
+	return row->data(IdRole).toString();
+}
+
+int Reelhouse::currentIndex() const
+{
+	if (currentId.isEmpty())
+		return -1;
+	const auto track = std::ranges::find(tracks, currentId, &Track::id);
+	return track == tracks.cend() ? -1 : static_cast<int>(track - tracks.cbegin());
+}

@@ -1,0 +1,164 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "dock/Reelhouse.hpp"
+
+#include <QLabel>
+#include <QSignalBlocker>
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "dock/SeekSlider.hpp"
+#include "dock/paths.hpp"
+#include "dock/text.hpp"
+
+using namespace reelhouse;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Source list and outside edits are looked at on every fourth tick, once a second.
+constexpr quint32 ticksPerRefresh = 4;
+// A source that reports playing this soon after a switch may still mean the previous media.
+constexpr qint64 settleMs = 99;
+constexpr qint64 seekPatienceMs = 999;
+// How near to its target a seek has to land, at the least.
+constexpr qint64 seekToleranceMs = 100;
+
+const char *statusKey(obs_media_state state)
+{
+	switch (state) {
+	case OBS_MEDIA_STATE_PLAYING:
+		return "StatusPlaying";
+	case OBS_MEDIA_STATE_OPENING:
+	case OBS_MEDIA_STATE_BUFFERING:
+		return "StatusLoading";
+	case OBS_MEDIA_STATE_PAUSED:
+		return "StatusPaused";
+	case OBS_MEDIA_STATE_ENDED:
+		return "StatusEnded";
+	case OBS_MEDIA_STATE_ERROR:
+		return "StatusError";
+	default:
+		return "StatusStopped";
+	}
+}
+
+} // namespace
+
+void Reelhouse::tick()
+{
+	if (suspended || shutDown)
+		return;
+	tickCount++;
+	const bool refreshing = tickCount % ticksPerRefresh == 0;
+	if (refreshing)
+		refreshSources();
+
+	OBSSourceAutoRelease source = lockSource();
+	if (!source)
+		return;
+	// Until the source has stopped, its state and playlist still mean the previous track.
+	if (switchPending) {
+		updateButtons();
+		return;
+	}
+	if (refreshing) {
+		OBSDataAutoRelease settings = obs_source_get_settings(source);
+		if (pathsIn(settings, playlistKey) != observed) {
+			loadQueue(source, true);
+			clearError();
+		}
+	}
+
+	const obs_media_state state = obs_source_media_get_state(source);
+	durationMs = std::max<qint64>(obs_source_media_get_duration(source), 0);
+	const qint64 positionMs = std::max<qint64>(obs_source_media_get_time(source), 0);
+	followSeek(positionMs);
+	describePlayback(state, positionMs);
+	updateButtons();
+	followEnd(state);
+}
+
+void Reelhouse::followSeek(qint64 positionMs)
+{
+	if (seekTargetMs >= 0) {
+		const bool landed = std::abs(positionMs - seekTargetMs) <= std::max(durationMs / 1000, seekToleranceMs);
+		if (landed || seekClock.elapsed() > seekPatienceMs)
+			seekTargetMs = -1;
+	}
+	if (seekSlider->isSliderDown() || seekTargetMs >= 0)
+		return;
+	const QSignalBlocker blocker(seekSlider);
+	const qint64 value = durationMs >= 1 ? std::min<qint64>(positionMs * 1000 / durationMs, 1000) : 0;
+	seekSlider->setValue(static_cast<int>(value));
+	updateTime(positionMs);
+}
+
+// For assistive technology alone; no widget shows it.
+void Reelhouse::describePlayback(obs_media_state state, qint64 positionMs)
+{
+	const QString duration = durationMs >= 1 ? clockText(durationMs) : unknownClock.toString();
+	timeLabel->setAccessibleDescription(ui(statusKey(state)) + u" · "_s + clockText(positionMs) + u" / "_s +
+					    duration);
+}
+
+void Reelhouse::followEnd(obs_media_state state)
+{
+	const int current = currentIndex();
+	if (current < 0 || !managed)
+		return;
+	switch (state) {
+	case OBS_MEDIA_STATE_PLAYING:
+		if (!switchClock.isValid() || switchClock.elapsed() > settleMs)
+			playbackArmed = true;
+		break;
+	case OBS_MEDIA_STATE_STOPPED:
+	case OBS_MEDIA_STATE_ERROR:
+		playbackArmed = false;
+		break;
+	case OBS_MEDIA_STATE_ENDED:
+		if (!std::exchange(playbackArmed, false))
+			break;
+		if (endMode == EndRepeat)
+			playTrack(currentId, false);
+		else if (endMode == EndNext && current + 1 < tracks.size())
+			playTrack(tracks.at(current + 1).id, false);
+		else
+			stopPlayback();
+		break;
+	default:
+		break;
+	}
+}
+
+void Reelhouse::mediaStopped(void *data, calldata_t *params)
+{
+	auto *dock = static_cast<Reelhouse *>(data);
+	auto *source = static_cast<obs_source_t *>(calldata_ptr(params, "source"));
+	quint64 serial = 0;
+	{
+		const std::lock_guard lock(dock->switchMutex);
+		if (!dock->pendingSettings || !source || obs_source_removed(source))
+			return;
+		serial = dock->switchSerial;
+		// Switching decoupling on makes libobs drop the old track's buffered audio and start its timing anew.
+		const bool decoupled = obs_source_async_decoupled(source);
+		obs_source_set_async_decoupled(source, true);
+		if (!decoupled)
+			obs_source_set_async_decoupled(source, false);
+		obs_source_update(source, dock->pendingSettings);
+		dock->pendingSettings = nullptr;
+	}
+	QMetaObject::invokeMethod(dock, [dock, serial] { dock->finishSwitch(serial); }, Qt::QueuedConnection);
+}
+
+void Reelhouse::finishSwitch(quint64 serial)
+{
+	if (serial != switchSerial)
+		return;
+	switchPending = false;
+	switchClock.restart();
+	updateButtons();
+	if (sceneSwitchWanted)
+		Q_EMIT sceneSwitchRequested(sourceUuid);
+}

@@ -1,0 +1,196 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "dock/Reelhouse.hpp"
+
+#include <QComboBox>
+#include <QDir>
+#include <QFileInfo>
+#include <QSignalBlocker>
+
+#include <algorithm>
+
+#include "dock/paths.hpp"
+
+using namespace reelhouse;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr char recordKey[] = "OBS-Reelhouse";
+constexpr int recordVersion = 1;
+
+// Keys of the record, which is an object in the source's private settings and so travels with the scene collection.
+constexpr char versionKey[] = "version";
+constexpr char tracksKey[] = "tracks";
+constexpr char idKey[] = "id";
+constexpr char observedKey[] = "observed";
+constexpr char currentKey[] = "current";
+constexpr char managedKey[] = "managed";
+constexpr char originalLoopKey[] = "originalLoop";
+constexpr char originalShuffleKey[] = "originalShuffle";
+constexpr char originalBehaviorKey[] = "originalBehavior";
+constexpr char endModeKey[] = "endMode";
+
+QString stringIn(obs_data_t *data, const char *key)
+{
+	return QString::fromUtf8(obs_data_get_string(data, key));
+}
+
+// Null for a source without a record that this version can read.
+OBSDataAutoRelease recordOf(obs_source_t *source)
+{
+	// Fetched anew each time: loading a scene collection replaces a source's private settings.
+	OBSDataAutoRelease privateSettings = obs_source_get_private_settings(source);
+	OBSDataAutoRelease record = obs_data_get_obj(privateSettings, recordKey);
+	if (!record || obs_data_get_int(record, versionKey) != recordVersion)
+		return nullptr;
+	return record;
+}
+
+// The media files directly in a folder, as absolute paths in name order.
+QList<QString> mediaFilesIn(const QString &folder)
+{
+	static const QStringList patterns =
+		u"*.mp3 *.wav *.flac *.aac *.ogg *.m4a *.opus *.wma *.mp4 *.mkv *.mov *.avi *.webm *.m4v *.ts *.flv "
+		"*.wmv *.mpg *.mpeg"_s.split(u' ');
+	QList<QString> files;
+	for (const QFileInfo &file : QDir(folder).entryInfoList(patterns, QDir::Files | QDir::Readable))
+		files.append(file.absoluteFilePath());
+	return files;
+}
+
+// A source's playlist with each folder replaced by its media files; URLs are never looked into.
+QList<QString> expandFolders(const QList<QString> &paths)
+{
+	QList<QString> expanded;
+	for (const QString &path : paths) {
+		if (!path.contains("://"_L1) && QFileInfo(path).isDir())
+			expanded.append(mediaFilesIn(path));
+		else
+			expanded.append(path);
+	}
+	return expanded;
+}
+
+OBSDataArrayAutoRelease trackArray(const QList<Reelhouse::Track> &tracks)
+{
+	OBSDataArrayAutoRelease array = obs_data_array_create();
+	for (const Reelhouse::Track &track : tracks) {
+		OBSDataAutoRelease item = obs_data_create();
+		obs_data_set_string(item, valueKey, track.path.toUtf8().constData());
+		obs_data_set_string(item, idKey, track.id.toUtf8().constData());
+		obs_data_array_push_back(array, item);
+	}
+	return array;
+}
+
+} // namespace
+
+// The stored queue holds only while the source's playlist is what the dock last saw or wrote; otherwise somebody edited
+// it elsewhere, and the playlist wins.
+void Reelhouse::loadQueue(obs_source_t *source, bool force)
+{
+	cancelSwitch();
+	const QString selected = selectedId();
+	OBSDataAutoRelease settings = obs_source_get_settings(source);
+	const QList<QString> sourcePaths = pathsIn(settings, playlistKey);
+	OBSDataAutoRelease record = recordOf(source);
+
+	// Without a record this reads 0, to stop.
+	endMode = static_cast<int>(std::clamp<long long>(obs_data_get_int(record, endModeKey), EndStop, EndRepeat));
+	tracks.clear();
+	removed.clear();
+	currentId.clear();
+	playbackArmed = false;
+
+	if (record && !force && pathsIn(record, observedKey) == sourcePaths && readStoredTracks(record)) {
+		managed = obs_data_get_bool(record, managedKey);
+		originalLoop = obs_data_get_bool(record, originalLoopKey);
+		originalShuffle = obs_data_get_bool(record, originalShuffleKey);
+		originalBehavior = stringIn(record, originalBehaviorKey);
+		currentId = stringIn(record, currentKey);
+	} else {
+		tracks.clear();
+		for (const QString &path : expandFolders(sourcePaths))
+			tracks.append(Track::fromPath(path));
+		managed = false;
+		originalLoop = obs_data_get_bool(settings, loopKey);
+		originalShuffle = obs_data_get_bool(settings, shuffleKey);
+		originalBehavior = stringIn(settings, behaviorKey);
+	}
+	if (originalBehavior.isEmpty())
+		originalBehavior = u"stop_restart"_s;
+	observed = sourcePaths;
+	if (currentIndex() < 0)
+		currentId.clear();
+
+	const QSignalBlocker blocker(endModeSelector);
+	endModeSelector->setCurrentIndex(endMode);
+	rebuildList(selected);
+	storeQueue();
+}
+
+// Appends the record's tracks to the queue. False when one of them is unusable, which makes all of them so.
+bool Reelhouse::readStoredTracks(obs_data_t *record)
+{
+	OBSDataArrayAutoRelease array = obs_data_get_array(record, tracksKey);
+	const size_t count = obs_data_array_count(array);
+	tracks.reserve(static_cast<qsizetype>(count));
+	for (size_t i = 0; i < count; i++) {
+		OBSDataAutoRelease item = obs_data_array_item(array, i);
+		Track track{stringIn(item, idKey), stringIn(item, valueKey)};
+		if (track.id.isEmpty() || track.path.isEmpty())
+			return false;
+		tracks.append(std::move(track));
+	}
+	return true;
+}
+
+void Reelhouse::storeQueue()
+{
+	OBSSourceAutoRelease source = lockSource();
+	if (!source || shutDown)
+		return;
+	OBSDataAutoRelease record = obs_data_create();
+	OBSDataArrayAutoRelease trackItems = trackArray(tracks);
+	OBSDataArrayAutoRelease observedItems = pathArray(observed);
+	obs_data_set_int(record, versionKey, recordVersion);
+	obs_data_set_array(record, tracksKey, trackItems);
+	obs_data_set_array(record, observedKey, observedItems);
+	obs_data_set_string(record, currentKey, currentId.toUtf8().constData());
+	obs_data_set_bool(record, managedKey, managed);
+	obs_data_set_bool(record, originalLoopKey, originalLoop);
+	obs_data_set_bool(record, originalShuffleKey, originalShuffle);
+	obs_data_set_string(record, originalBehaviorKey, originalBehavior.toUtf8().constData());
+	obs_data_set_int(record, endModeKey, endMode);
+
+	OBSDataAutoRelease privateSettings = obs_source_get_private_settings(source);
+	obs_data_set_obj(privateSettings, recordKey, record);
+	saveTimer.start();
+}
+
+void Reelhouse::restoreSource()
+{
+	cancelSwitch();
+	OBSSourceAutoRelease source = lockSource();
+	if (!source)
+		return;
+	playbackArmed = false;
+	managed = false;
+	currentId.clear();
+	observed.clear();
+	observed.reserve(tracks.size());
+	for (const Track &track : std::as_const(tracks))
+		observed.append(track.path);
+	storeQueue();
+
+	OBSDataAutoRelease settings = obs_source_get_settings(source);
+	OBSDataArrayAutoRelease playlist = pathArray(observed);
+	obs_data_set_array(settings, playlistKey, playlist);
+	obs_data_set_bool(settings, loopKey, originalLoop);
+	obs_data_set_bool(settings, shuffleKey, originalShuffle);
+	obs_data_set_string(settings, behaviorKey, originalBehavior.toUtf8().constData());
+	obs_source_update(source, settings);
+
+	rebuildList(selectedId());
+	clearError();
+}

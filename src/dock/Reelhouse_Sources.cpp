@@ -1,0 +1,221 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "dock/Reelhouse.hpp"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QSet>
+#include <QSignalBlocker>
+
+#include <algorithm>
+#include <vector>
+
+#include "dock/paths.hpp"
+#include "dock/text.hpp"
+
+using namespace reelhouse;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// (display text, UUID) of each source.
+using SourceListing = QList<std::pair<QString, QString>>;
+using ScenesBySource = QHash<QString, QList<QString>>;
+
+bool isVlcSource(obs_source_t *source)
+{
+	const char *id = obs_source_get_unversioned_id(source);
+	return id && strcmp(id, sourceTypeId) == 0;
+}
+
+QString nameOf(obs_source_t *source)
+{
+	return QString::fromUtf8(obs_source_get_name(source));
+}
+
+QString uuidOf(obs_source_t *source)
+{
+	return QString::fromUtf8(obs_source_get_uuid(source));
+}
+
+SourceListing listVlcSources()
+{
+	SourceListing sources;
+	obs_enum_sources(
+		[](void *data, obs_source_t *source) {
+			if (!obs_source_removed(source) && isVlcSource(source))
+				static_cast<SourceListing *>(data)->emplaceBack(nameOf(source), uuidOf(source));
+			return true;
+		},
+		&sources);
+	std::ranges::sort(sources, [](const auto &a, const auto &b) {
+		return QString::localeAwareCompare(a.first, b.first) < 0;
+	});
+	return sources;
+}
+
+// The scenes are walked after the enumeration: it holds libobs's source list, and a walk takes each scene's own locks.
+std::vector<OBSSource> topLevelScenes()
+{
+	std::vector<OBSSource> scenes;
+	obs_enum_scenes(
+		[](void *data, obs_source_t *source) {
+			// libobs counts groups among the scenes.
+			if (!obs_source_is_group(source))
+				static_cast<std::vector<OBSSource> *>(data)->emplace_back(source);
+			return true;
+		},
+		&scenes);
+	return scenes;
+}
+
+struct SceneWalk {
+	const QString &sceneName;
+	ScenesBySource &scenesBySource;
+	QSet<obs_source_t *> &visited;
+};
+
+} // namespace
+
+namespace reelhouse {
+
+// Records sceneName for every VLC source that can be reached from source. User-interface thread.
+void collectSceneSources(obs_source_t *source, const QString &sceneName, ScenesBySource &scenesBySource,
+			 QSet<obs_source_t *> &visited)
+{
+	if (!source || visited.contains(source))
+		return;
+	visited.insert(source);
+	if (isVlcSource(source)) {
+		scenesBySource[uuidOf(source)].append(sceneName);
+		return;
+	}
+	obs_scene_t *scene = obs_scene_from_source(source);
+	if (!scene)
+		scene = obs_group_from_source(source);
+	if (!scene)
+		return;
+	SceneWalk walk{sceneName, scenesBySource, visited};
+	obs_scene_enum_items(
+		scene,
+		[](obs_scene_t *, obs_sceneitem_t *item, void *data) {
+			const auto &[name, found, seen] = *static_cast<SceneWalk *>(data);
+			collectSceneSources(obs_sceneitem_get_source(item), name, found, seen);
+			return true;
+		},
+		&walk);
+}
+
+} // namespace reelhouse
+
+namespace {
+
+void labelWithScenes(SourceListing &sources)
+{
+	ScenesBySource scenesBySource;
+	for (const OBSSource &scene : topLevelScenes()) {
+		QSet<obs_source_t *> visited;
+		collectSceneSources(scene, nameOf(scene), scenesBySource, visited);
+	}
+	for (auto &[text, uuid] : sources) {
+		QList<QString> scenes = scenesBySource.value(uuid);
+		if (scenes.isEmpty())
+			continue;
+		scenes.sort(Qt::CaseInsensitive);
+		text = scenes.join(u" / "_s) + u" · "_s + text;
+	}
+}
+
+bool showsExactly(const QComboBox *selector, const SourceListing &sources)
+{
+	if (selector->count() != sources.size() + 1)
+		return false;
+	for (int i = 0; i < sources.size(); i++) {
+		const auto &[text, uuid] = sources[i];
+		if (selector->itemText(i + 1) != text || selector->itemData(i + 1).toString() != uuid)
+			return false;
+	}
+	return true;
+}
+
+} // namespace
+
+void Reelhouse::refreshSources()
+{
+	if (suspended || shutDown)
+		return;
+	SourceListing sources = listVlcSources();
+	if (!sources.isEmpty())
+		labelWithScenes(sources);
+	if (!showsExactly(sourceSelector, sources))
+		rebuildSelector(sources);
+
+	OBSSourceAutoRelease bound = lockSource();
+	const QString boundUuid = bound ? uuidOf(bound) : QString();
+	const QString chosenUuid = sourceSelector->currentData().toString();
+	// The second case: the bound source is gone, and the queue that it left behind has to go as well.
+	if (chosenUuid != boundUuid || (!bound && !tracks.isEmpty()))
+		bindSource(chosenUuid);
+}
+
+void Reelhouse::rebuildSelector(const QList<std::pair<QString, QString>> &sources)
+{
+	const QSignalBlocker blocker(sourceSelector);
+	sourceSelector->clear();
+	sourceSelector->addItem(ui("SelectSource"), QString());
+	QSet<QString> listed;
+	for (const auto &[text, uuid] : sources) {
+		sourceSelector->addItem(text, uuid);
+		listed.insert(uuid);
+	}
+	views.removeIf([&listed](const auto &view) { return !listed.contains(view.key()); });
+	sourceSelector->setCurrentIndex(std::max(sourceSelector->findData(sourceUuid), 0));
+}
+
+// The user's own choice, which is remembered; a refresh that finds another source to bind is not.
+void Reelhouse::chooseSource()
+{
+	sourceUuid = sourceSelector->currentData().toString();
+	bindSource(sourceUuid);
+	saveSelection();
+}
+
+void Reelhouse::reloadSource()
+{
+	refreshSources();
+	OBSSourceAutoRelease source = lockSource();
+	if (!source)
+		return;
+	loadQueue(source, false);
+	clearError();
+}
+
+void Reelhouse::bindSource(const QString &uuid)
+{
+	rememberView();
+	cancelSwitch();
+	// Before the source is let go of: the signal's callback must not outlive the binding.
+	stoppedSignal.Disconnect();
+	messageLabel->hide();
+	playbackArmed = false;
+	weakSource = nullptr;
+	clearQueue();
+
+	OBSSourceAutoRelease source = uuid.isEmpty() ? nullptr : obs_get_source_by_uuid(uuid.toUtf8().constData());
+	if (!source || obs_source_removed(source) || !isVlcSource(source)) {
+		showUnbound();
+		return;
+	}
+	weakSource = OBSGetWeakRef(source);
+	loadQueue(source, false);
+	restoreView(uuid);
+	stoppedSignal.Connect(obs_source_get_signal_handler(source), "media_stopped", mediaStopped, this);
+	clearError();
+}
+
+OBSSourceAutoRelease Reelhouse::lockSource() const
+{
+	OBSSourceAutoRelease source = obs_weak_source_get_source(weakSource);
+	if (source && obs_source_removed(source))
+		return nullptr;
+	return source;
+}

@@ -1,0 +1,122 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "dock/Reelhouse.hpp"
+
+#include <QAction>
+#include <QComboBox>
+#include <QLabel>
+
+#include <algorithm>
+
+#include "dock/SeekSlider.hpp"
+#include "dock/TrackListWidget.hpp"
+#include "dock/paths.hpp"
+#include "dock/text.hpp"
+#include "dock/themeIcon.hpp"
+
+using namespace reelhouse;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Qt announces every name that is set, and a screen reader would hear each poll's.
+void setNameIfChanged(QWidget *widget, const QString &name)
+{
+	if (widget->accessibleName() != name)
+		widget->setAccessibleName(name);
+}
+
+} // namespace
+
+void Reelhouse::updateTime(qint64 positionMs)
+{
+	QString text;
+	if (!remainingTime)
+		text = clockText(positionMs);
+	else if (durationMs >= 1)
+		text = u"−"_s + clockText(std::max<qint64>(durationMs - positionMs, 0));
+	else
+		text = u"−"_s + unknownClock.toString();
+	timeLabel->setText(text);
+	setNameIfChanged(timeLabel, ui(remainingTime ? "RemainingTime" : "ElapsedTime") + u' ' + text);
+}
+
+void Reelhouse::toggleTimeDisplay()
+{
+	remainingTime = !remainingTime;
+	OBSSourceAutoRelease source = lockSource();
+	qint64 positionMs = source ? obs_source_media_get_time(source) : 0;
+	if (seekSlider->isSliderDown())
+		positionMs = timeAtSlider(seekSlider->value());
+	else if (seekTargetMs >= 0)
+		positionMs = seekTargetMs;
+	updateTime(positionMs);
+	saveSelection();
+}
+
+qint64 Reelhouse::timeAtSlider(int value) const
+{
+	return durationMs * value / 1000;
+}
+
+void Reelhouse::seekToSlider()
+{
+	OBSSourceAutoRelease source = lockSource();
+	if (!source || durationMs < 1)
+		return;
+	seekTargetMs = timeAtSlider(seekSlider->value());
+	seekClock.restart();
+	updateTime(seekTargetMs);
+	obs_source_media_set_time(source, seekTargetMs);
+}
+
+void Reelhouse::updateButtons()
+{
+	OBSSourceAutoRelease source = lockSource();
+	const bool active = source && !suspended && !shutDown;
+	const obs_media_state state = active ? obs_source_media_get_state(source) : OBS_MEDIA_STATE_NONE;
+	const QString selected = selectedId();
+
+	playPauseButton->setEnabled(active && !switchPending && !(selected.isEmpty() && currentId.isEmpty()));
+	stopButton->setEnabled(active);
+	previousButton->setEnabled(active && !tracks.isEmpty());
+	nextButton->setEnabled(active && !tracks.isEmpty());
+	addFilesButton->setEnabled(active);
+	endModeSelector->setEnabled(active);
+	seekSlider->setEnabled(active && !switchPending && durationMs >= 1);
+	updateMenuActions(active, selected);
+	updatePlayPauseButton(state, selected);
+}
+
+void Reelhouse::updateMenuActions(bool active, const QString &selected)
+{
+	const int selectionCount = visibleSelectionCount();
+	removeAction->setEnabled(active && selectionCount >= 1);
+	undoRemoveAction->setEnabled(active && !removed.isEmpty());
+	locateCurrentAction->setEnabled(active && currentIndex() >= 0);
+	restorePlaylistAction->setEnabled(active && (managed || !tracks.isEmpty()));
+
+	const QListWidgetItem *row = playlistWidget->currentItem();
+	openFolderAction->setEnabled(active && !selected.isEmpty() && selectionCount == 1 && row->isSelected() &&
+				     !localFilePath(row->data(PathRole).toString()).isEmpty());
+
+	const bool movable = active && selectionCount == 1 && needle().isEmpty();
+	const int current = playlistWidget->currentRow();
+	moveUpAction->setEnabled(movable && current > 0);
+	moveDownAction->setEnabled(movable && current + 1 < playlistWidget->count());
+	moveTopAction->setEnabled(moveUpAction->isEnabled());
+	moveBottomAction->setEnabled(moveDownAction->isEnabled());
+}
+
+void Reelhouse::updatePlayPauseButton(obs_media_state state, const QString &selected)
+{
+	const char *label = "Play";
+	if (!selected.isEmpty() && selected != currentId)
+		label = "PlaySelected";
+	else if (state == OBS_MEDIA_STATE_PLAYING)
+		label = "Pause";
+	else if (state == OBS_MEDIA_STATE_PAUSED)
+		label = "Resume";
+	setNameIfChanged(playPauseButton, ui(label));
+	const bool pauses = qstrcmp(label, "Pause") == 0;
+	changeIconClass(playPauseButton, pauses ? u"icon-media-pause"_s : u"icon-media-play"_s);
+}

@@ -1,0 +1,333 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "dock/Reelhouse.hpp"
+
+#include <QAction>
+#include <QComboBox>
+#include <QGridLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMessageBox>
+#include <QShortcut>
+
+#include <algorithm>
+
+#include "dock/KeyClaim.hpp"
+#include "dock/SeekSlider.hpp"
+#include "dock/TrackDelegate.hpp"
+#include "dock/TrackListWidget.hpp"
+#include "dock/text.hpp"
+#include "dock/themeIcon.hpp"
+
+using namespace reelhouse;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Sizes in device-independent pixels.
+constexpr int gap = 4;
+constexpr int rowHeight = 26;
+constexpr int timeGap = 4;
+constexpr QSize transportButtonSize(22, 22);
+constexpr QSize transportIconSize(14, 14);
+
+QToolButton *makeToolButton(QWidget *parent, const QString &name, const char *textKey, const QString &iconClass)
+{
+	auto *button = new QToolButton(parent);
+	button->setObjectName(name);
+	setIconClass(button, iconClass);
+	button->setAccessibleName(ui(textKey));
+	button->setIconSize(QSize(16, 16));
+	button->setToolButtonStyle(Qt::ToolButtonIconOnly);
+	button->setAutoRaise(true);
+	button->setFixedSize(rowHeight, rowHeight);
+	return button;
+}
+
+QToolButton *makeTransportButton(QWidget *parent, const QString &name, const char *textKey, const QString &iconClass)
+{
+	QToolButton *button = makeToolButton(parent, name, textKey, iconClass);
+	button->setIconSize(transportIconSize);
+	button->setFixedSize(transportButtonSize);
+	return button;
+}
+
+QAction *addEntry(QMenu *menu, const QString &name, const char *textKey)
+{
+	QAction *action = menu->addAction(ui(textKey));
+	action->setObjectName(name);
+	return action;
+}
+
+// For an action that the list triggers by key as well.
+void addToList(QListWidget *list, QAction *action, const QKeySequence &key)
+{
+	action->setShortcut(key);
+	action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+	list->addAction(action);
+	new KeyClaim(list, key, [action] { return action->isEnabled(); }, [action] { action->trigger(); });
+}
+
+QShortcut *makeShortcut(QWidget *parent, const QKeySequence &key)
+{
+	auto *shortcut = new QShortcut(key, parent);
+	shortcut->setContext(Qt::WidgetWithChildrenShortcut);
+	return shortcut;
+}
+
+} // namespace
+
+void Reelhouse::buildUi()
+{
+	setMinimumSize(360, 110);
+	resize(920, 200);
+	auto *layout = new QVBoxLayout(this);
+	layout->setContentsMargins(gap, gap, gap, gap);
+	layout->setSpacing(gap);
+
+	buildTopGrid();
+	layout->addLayout(topGrid, 0);
+	buildList();
+	layout->addWidget(playlistWidget, 1);
+	layout->addLayout(buildTransportRow(), 0);
+	buildMenu();
+	makeShortcuts();
+	connectSignals();
+
+	setTabOrder({addFilesButton, sourceSelector, findChild<QToolButton *>(u"refresh"_s), searchEdit, playlistWidget,
+		     previousButton, playPauseButton, stopButton, nextButton, seekSlider, endModeSelector});
+	// Tooltips come from the event filter alone.
+	for (QWidget *child : findChildren<QWidget *>())
+		child->setToolTip(QString());
+}
+
+void Reelhouse::buildTopGrid()
+{
+	topGrid = new QGridLayout;
+	topGrid->setSpacing(gap);
+	topGrid->setColumnStretch(0, 2);
+	topGrid->setColumnStretch(1, 1);
+
+	sourceRow = new QWidget(this);
+	auto *row = new QHBoxLayout(sourceRow);
+	row->setContentsMargins(0, 0, 0, 0);
+	row->setSpacing(gap);
+
+	trackCountLabel = new QLabel(ui("TrackCount").arg(0), this);
+	trackCountLabel->setObjectName(u"trackCount"_s);
+	trackCountLabel->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+
+	searchEdit = new QLineEdit(this);
+	searchEdit->setObjectName(u"search"_s);
+	searchEdit->setPlaceholderText(ui("SearchPlaceholder"));
+	searchEdit->setAccessibleName(ui("SearchPlaceholder"));
+	searchEdit->setClearButtonEnabled(true);
+	searchEdit->setFixedHeight(rowHeight);
+	// The themes give fields and selectors margins of their own, which would cut them at this height.
+	searchEdit->setStyleSheet(u"QLineEdit { margin-top: 0; margin-bottom: 0; }"_s);
+
+	addFilesButton = makeToolButton(this, u"addFiles"_s, "AddFiles", u"icon-plus"_s);
+
+	sourceSelector = new QComboBox(this);
+	sourceSelector->setObjectName(u"sourceSelector"_s);
+	sourceSelector->setAccessibleName(ui("SelectSource"));
+	sourceSelector->addItem(ui("SelectSource"), QString());
+	sourceSelector->setMinimumContentsLength(8);
+	sourceSelector->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+	sourceSelector->setFixedHeight(rowHeight);
+	sourceSelector->setStyleSheet(u"QComboBox { margin-top: 0; margin-bottom: 0; }"_s);
+
+	row->addWidget(addFilesButton, 0);
+	row->addWidget(sourceSelector, 1);
+	row->addWidget(makeToolButton(this, u"refresh"_s, "Refresh", u"icon-refresh"_s), 0);
+	placeTopGrid();
+}
+
+// One row in a wide dock; in a narrow one the source has the first row to itself.
+void Reelhouse::placeTopGrid()
+{
+	if (narrowLayout) {
+		topGrid->addWidget(sourceRow, 0, 0, 1, 3);
+		topGrid->addWidget(searchEdit, 1, 0, 1, 2);
+		topGrid->addWidget(trackCountLabel, 1, 2);
+	} else {
+		topGrid->addWidget(sourceRow, 0, 0, 1, 1);
+		topGrid->addWidget(searchEdit, 0, 1, 1, 1);
+		topGrid->addWidget(trackCountLabel, 0, 2);
+	}
+}
+
+void Reelhouse::buildList()
+{
+	playlistWidget = new TrackListWidget(this);
+	playlistWidget->setObjectName(u"playlist"_s);
+	// Without an accessible name on purpose: for item views Qt hands that out as the accessible id as well, and the
+	// list could no longer be found by its object name.
+	playlistWidget->setItemDelegate(new TrackDelegate(playlistWidget));
+	playlistWidget->setSelectionMode(QAbstractItemView::ExtendedSelection);
+	playlistWidget->setDragDropMode(QAbstractItemView::InternalMove);
+	playlistWidget->setDefaultDropAction(Qt::MoveAction);
+	playlistWidget->setUniformItemSizes(true);
+	playlistWidget->setSpacing(0);
+	playlistWidget->setContextMenuPolicy(Qt::CustomContextMenu);
+	playlistWidget->installEventFilter(this);
+	playlistWidget->viewport()->installEventFilter(this);
+	searchEdit->installEventFilter(this);
+}
+
+void Reelhouse::buildMenu()
+{
+	auto *menu = new QMenu(playlistWidget);
+	menu->setObjectName(u"playlistMenu"_s);
+	moveUpAction = addEntry(menu, u"moveUp"_s, "MoveUp");
+	moveDownAction = addEntry(menu, u"moveDown"_s, "MoveDown");
+	moveTopAction = addEntry(menu, u"moveTop"_s, "MoveTop");
+	moveBottomAction = addEntry(menu, u"moveBottom"_s, "MoveBottom");
+	menu->addSeparator();
+	removeAction = addEntry(menu, u"remove"_s, "RemoveTrack");
+	undoRemoveAction = addEntry(menu, u"undoRemove"_s, "UndoRemove");
+	menu->addSeparator();
+	locateCurrentAction = addEntry(menu, u"locateCurrent"_s, "LocateCurrent");
+	openFolderAction = addEntry(menu, u"openFolder"_s, "OpenFolder");
+	restorePlaylistAction = addEntry(menu, u"restorePlaylist"_s, "RestorePlaylist");
+	menu->addSeparator();
+	QAction *aboutAction = addEntry(menu, u"aboutPlugin"_s, "AboutMenu");
+
+	connect(aboutAction, &QAction::triggered, this, &Reelhouse::showAbout);
+	connect(playlistWidget, &QWidget::customContextMenuRequested, this,
+		[this, menu](const QPoint &position) { menu->popup(prepareMenu(position)); });
+}
+
+QLayout *Reelhouse::buildTransportRow()
+{
+	messageLabel = new QLabel(this);
+	messageLabel->setObjectName(u"message"_s);
+	messageLabel->setTextFormat(Qt::PlainText);
+	messageLabel->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
+	messageLabel->setMinimumWidth(0);
+	messageLabel->setMaximumWidth(160);
+	messageLabel->hide();
+
+	previousButton = makeTransportButton(this, u"previous"_s, "Previous", u"icon-media-prev"_s);
+	playPauseButton = makeTransportButton(this, u"playPause"_s, "PlaySelected", u"icon-media-play"_s);
+	stopButton = makeTransportButton(this, u"stop"_s, "Stop", u"icon-media-stop"_s);
+	nextButton = makeTransportButton(this, u"next"_s, "Next", u"icon-media-next"_s);
+
+	seekSlider = new SeekSlider(this);
+	seekSlider->setObjectName(u"seek"_s);
+	seekSlider->setAccessibleName(ui("ElapsedTime"));
+	seekSlider->setRange(0, 1000);
+	seekSlider->setMinimumWidth(80);
+
+	timeLabel = new QLabel(u"0:00"_s, this);
+	timeLabel->setObjectName(u"playbackTime"_s);
+	timeLabel->setMinimumWidth(40);
+	timeLabel->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+	timeLabel->setCursor(Qt::PointingHandCursor);
+	timeLabel->installEventFilter(this);
+
+	endModeSelector = new QComboBox(this);
+	endModeSelector->setObjectName(u"endMode"_s);
+	endModeSelector->addItem(ui("EndStop"), EndStop);
+	endModeSelector->addItem(ui("EndNext"), EndNext);
+	endModeSelector->addItem(ui("EndRepeat"), EndRepeat);
+	endModeSelector->setAccessibleName(ui("EndMode"));
+	endModeSelector->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+	endModeSelector->setFixedHeight(rowHeight);
+
+	auto *row = new QHBoxLayout;
+	row->setSpacing(2);
+	for (QWidget *widget :
+	     std::initializer_list<QWidget *>{previousButton, playPauseButton, stopButton, nextButton, messageLabel})
+		row->addWidget(widget, 0);
+	row->addWidget(seekSlider, 2);
+	row->addWidget(timeLabel, 0);
+	row->addSpacing(timeGap);
+	row->addWidget(endModeSelector, 0);
+	return row;
+}
+
+void Reelhouse::makeShortcuts()
+{
+	addToList(playlistWidget, removeAction, Qt::Key_Delete);
+	addToList(playlistWidget, undoRemoveAction, QKeySequence::Undo);
+
+	connect(makeShortcut(playlistWidget, Qt::Key_Return), &QShortcut::activated, this, &Reelhouse::playSelected);
+	connect(makeShortcut(playlistWidget, Qt::Key_Enter), &QShortcut::activated, this, &Reelhouse::playSelected);
+
+	const auto find = [this] {
+		searchEdit->setFocus(Qt::ShortcutFocusReason);
+		searchEdit->selectAll();
+	};
+	connect(makeShortcut(this, QKeySequence::Find), &QShortcut::activated, this, find);
+	new KeyClaim(this, QKeySequence::Find, [] { return true; }, find);
+}
+
+// What the user can do, in the order of the widgets.
+void Reelhouse::connectSignals()
+{
+	QListWidget *list = playlistWidget;
+	auto *refreshButton = findChild<QToolButton *>(u"refresh"_s);
+
+	connect(sourceSelector, &QComboBox::currentIndexChanged, this, &Reelhouse::chooseSource);
+	connect(refreshButton, &QToolButton::clicked, this, &Reelhouse::reloadSource);
+	connect(searchEdit, &QLineEdit::textChanged, this, &Reelhouse::filterList);
+	connect(searchEdit, &QLineEdit::returnPressed, this, &Reelhouse::playSelected);
+	connect(list, &QListWidget::itemDoubleClicked, this,
+		[this](const QListWidgetItem *row) { playTrack(row->data(IdRole).toString(), true); });
+	connect(list, &QListWidget::currentItemChanged, this, &Reelhouse::updateButtons);
+	connect(list, &QListWidget::itemSelectionChanged, this, &Reelhouse::updateButtons);
+	connect(playlistWidget, &TrackListWidget::reordered, this, &Reelhouse::orderChanged);
+	connect(addFilesButton, &QToolButton::clicked, this, &Reelhouse::addFiles);
+	connect(removeAction, &QAction::triggered, this, &Reelhouse::removeSelected);
+	connect(undoRemoveAction, &QAction::triggered, this, &Reelhouse::undoRemove);
+	connect(locateCurrentAction, &QAction::triggered, this, &Reelhouse::locateCurrent);
+	connect(openFolderAction, &QAction::triggered, this, &Reelhouse::openFolder);
+	connect(moveUpAction, &QAction::triggered, this, [this] { moveSelected(-1); });
+	connect(moveDownAction, &QAction::triggered, this, [this] { moveSelected(1); });
+	connect(moveTopAction, &QAction::triggered, this, [this, list] { moveSelected(-list->currentRow()); });
+	connect(moveBottomAction, &QAction::triggered, this,
+		[this, list] { moveSelected(list->count() - 1 - list->currentRow()); });
+	connect(restorePlaylistAction, &QAction::triggered, this, &Reelhouse::restoreSource);
+	connect(playPauseButton, &QToolButton::clicked, this, &Reelhouse::togglePlay);
+	connect(previousButton, &QToolButton::clicked, this, [this] { playRelative(-1); });
+	connect(nextButton, &QToolButton::clicked, this, [this] { playRelative(1); });
+	connect(stopButton, &QToolButton::clicked, this, &Reelhouse::stopPlayback);
+	connect(seekSlider, &QSlider::sliderPressed, this, [this] {
+		seekTargetMs = -1;
+		updateTime(timeAtSlider(seekSlider->value()));
+	});
+	connect(seekSlider, &QSlider::sliderMoved, this, [this](int value) { updateTime(timeAtSlider(value)); });
+	connect(seekSlider, &QSlider::sliderReleased, this, &Reelhouse::seekToSlider);
+	connect(endModeSelector, &QComboBox::currentIndexChanged, this, &Reelhouse::setEndMode);
+}
+
+void Reelhouse::setEndMode()
+{
+	endMode = std::clamp<int>(endModeSelector->currentData().toInt(), EndStop, EndRepeat);
+	storeQueue();
+}
+
+// Makes the selection what the menu will act on. Takes the requested position in viewport coordinates and returns where
+// the menu goes, in global ones.
+QPoint Reelhouse::prepareMenu(QPoint position)
+{
+	QWidget *viewport = playlistWidget->viewport();
+	if (viewport->rect().contains(position)) {
+		QListWidgetItem *row = playlistWidget->itemAt(position);
+		const bool keepSelection = row && row->isSelected();
+		playlistWidget->setCurrentItem(row, keepSelection ? QItemSelectionModel::NoUpdate
+								  : QItemSelectionModel::ClearAndSelect);
+	} else {
+		// Asked for from the keyboard.
+		position = playlistWidget->visualItemRect(playlistWidget->currentItem()).center();
+	}
+	updateButtons();
+	return viewport->mapToGlobal(position);
+}
+
+void Reelhouse::showAbout()
+{
+	QMessageBox::about(this, ui("AboutTitle"),
+			   ui("AboutText").arg(ui("DockName"), QStringLiteral(REELHOUSE_VERSION)));
+}

@@ -1,0 +1,67 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "dock/paths.hpp"
+
+#include <QFileInfo>
+#include <QUrl>
+
+using namespace Qt::StringLiterals;
+
+namespace reelhouse {
+
+namespace {
+
+// The local path of a file URL, or a null string for anything else. Most entries are plain paths, and parsing each of
+// a long queue as a URL costs more than all the rest of its row, so the scheme is looked at first.
+QString fileUrlPath(const QString &path)
+{
+	if (!path.startsWith("file:"_L1, Qt::CaseInsensitive))
+		return {};
+	const QUrl url(path, QUrl::TolerantMode);
+	return url.isLocalFile() ? url.toLocalFile() : QString();
+}
+
+} // namespace
+
+QList<QString> pathsIn(obs_data_t *settings, const char *key)
+{
+	QList<QString> paths;
+	OBSDataArrayAutoRelease array = obs_data_get_array(settings, key);
+	const size_t count = obs_data_array_count(array);
+	paths.reserve(static_cast<qsizetype>(count));
+	for (size_t i = 0; i < count; i++) {
+		OBSDataAutoRelease item = obs_data_array_item(array, i);
+		QString path = QString::fromUtf8(obs_data_get_string(item, valueKey));
+		if (!path.isEmpty())
+			paths.append(std::move(path));
+	}
+	return paths;
+}
+
+OBSDataArrayAutoRelease pathArray(const QList<QString> &paths)
+{
+	OBSDataArrayAutoRelease array = obs_data_array_create();
+	for (const QString &path : paths) {
+		OBSDataAutoRelease item = obs_data_create();
+		obs_data_set_string(item, valueKey, path.toUtf8().constData());
+		obs_data_array_push_back(array, item);
+	}
+	return array;
+}
+
+QString localFilePath(const QString &path)
+{
+	const QString local = fileUrlPath(path);
+	if (!local.isNull())
+		return local;
+	return path.contains("://"_L1) ? QString() : path;
+}
+
+QString labelFor(const QString &path, bool current)
+{
+	const QString local = fileUrlPath(path);
+	const QString name = QFileInfo(local.isNull() ? path : local).fileName();
+	const QString &label = name.isEmpty() ? path : name;
+	return current ? u"▶\uFE0E "_s + label : label;
+}
+
+} // namespace reelhouse

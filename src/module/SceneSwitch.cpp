@@ -1,0 +1,82 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "module/SceneSwitch.hpp"
+
+#include <vector>
+
+#include <obs-frontend-api.h>
+#include <obs.hpp>
+
+namespace reelhouse {
+
+namespace {
+
+struct SourceSearch {
+	obs_source_t *target;
+	QSet<obs_source_t *> &visited;
+	bool found = false;
+};
+
+bool holds(obs_source_t *scene, obs_source_t *target)
+{
+	QSet<obs_source_t *> visited;
+	return containsSource(scene, target, visited);
+}
+
+std::vector<OBSSource> scenesHolding(obs_source_t *target)
+{
+	std::vector<OBSSource> matches;
+	obs_frontend_source_list scenes = {};
+	obs_frontend_get_scenes(&scenes);
+	for (size_t i = 0; i < scenes.sources.num; i++) {
+		obs_source_t *scene = scenes.sources.array[i];
+		if (!obs_source_removed(scene) && holds(scene, target))
+			matches.emplace_back(scene);
+	}
+	obs_frontend_source_list_free(&scenes);
+	return matches;
+}
+
+} // namespace
+
+void switchScene(const QString &uuid)
+{
+	OBSSourceAutoRelease source = obs_get_source_by_uuid(uuid.toUtf8().constData());
+	if (!source)
+		return;
+	const bool studioMode = obs_frontend_preview_program_mode_active();
+	OBSSourceAutoRelease current = studioMode ? obs_frontend_get_current_preview_scene()
+						  : obs_frontend_get_current_scene();
+	if (current && holds(current, source))
+		return;
+	const std::vector<OBSSource> matches = scenesHolding(source);
+	if (matches.size() != 1)
+		return;
+	if (studioMode)
+		obs_frontend_set_current_preview_scene(matches.front());
+	else
+		obs_frontend_set_current_scene(matches.front());
+}
+
+bool containsSource(obs_source_t *parent, obs_source_t *target, QSet<obs_source_t *> &visited)
+{
+	if (parent == target)
+		return true;
+	obs_scene_t *scene = obs_scene_from_source(parent);
+	if (!scene)
+		scene = obs_group_from_source(parent);
+	if (!scene || visited.contains(parent))
+		return false;
+	visited.insert(parent);
+	SourceSearch search{target, visited};
+	obs_scene_enum_items(
+		scene,
+		[](obs_scene_t *, obs_sceneitem_t *item, void *data) {
+			auto &walk = *static_cast<SourceSearch *>(data);
+			walk.found = containsSource(obs_sceneitem_get_source(item), walk.target, walk.visited);
+			return !walk.found;
+		},
+		&search);
+	return search.found;
+}
+
+} // namespace reelhouse

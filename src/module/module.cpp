@@ -1,0 +1,93 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "module/module.hpp"
+
+#include <obs-frontend-api.h>
+#include <obs-module.h>
+#include <util/util.hpp>
+
+#include "module/FrontendEvents.hpp"
+#include "module/SceneSwitch.hpp"
+
+OBS_DECLARE_MODULE()
+OBS_MODULE_USE_DEFAULT_LOCALE("obs-reelhouse", "en-US")
+OBS_MODULE_AUTHOR("The Reelhouse developers")
+
+namespace reelhouse {
+
+QPointer<Reelhouse> dock;
+bool exiting = false;
+
+} // namespace reelhouse
+
+using namespace reelhouse;
+
+namespace {
+
+constexpr char dockId[] = "OBS-Reelhouse";
+
+// The dock relies on how exactly one OBS and one Qt behave, so every other one is refused, newer patches included.
+bool isRequiredHost()
+{
+	if (obs_get_version() != MAKE_SEMANTIC_VERSION(HOST_OBS_MAJOR, HOST_OBS_MINOR, HOST_OBS_PATCH)) {
+		blog(LOG_ERROR, "[OBS-Reelhouse] This build requires OBS %s.", HOST_OBS_VERSION);
+		return false;
+	}
+	if (QString::fromLatin1(qVersion()) != QLatin1String(HOST_QT_VERSION)) {
+		blog(LOG_ERROR, "[OBS-Reelhouse] This build requires Qt %s; runtime is %s.", HOST_QT_VERSION,
+		     qVersion());
+		return false;
+	}
+	return true;
+}
+
+QString settingsPath()
+{
+	const BPtr<char> path = obs_module_get_config_path(obs_current_module(), "settings.json");
+	return QString::fromUtf8(path.Get());
+}
+
+} // namespace
+
+MODULE_EXPORT const char *obs_module_name(void)
+{
+	return obs_module_text("DockName");
+}
+
+MODULE_EXPORT const char *obs_module_description(void)
+{
+	return obs_module_text("PluginDescription");
+}
+
+bool obs_module_load(void)
+{
+	if (!isRequiredHost())
+		return false;
+	auto *newDock = new Reelhouse(settingsPath());
+	if (!obs_frontend_add_dock_by_id(dockId, obs_module_text("DockName"), newDock)) {
+		delete newDock;
+		return false;
+	}
+	dock = newDock;
+	QObject::connect(newDock, &Reelhouse::sceneSwitchRequested, newDock, &switchScene);
+	QObject::connect(newDock, &Reelhouse::configurationChanged, newDock, [] { obs_frontend_save(); });
+	exiting = false;
+	obs_frontend_add_event_callback(frontendEvent, nullptr);
+	blog(LOG_INFO, "[OBS-Reelhouse] %s loaded; Qt %s; dock registered.", REELHOUSE_VERSION, qVersion());
+	return true;
+}
+
+void obs_module_unload(void)
+{
+	// The dock goes with the main window. Once it is gone after the exit announcement, so is the frontend, and a
+	// call to it would only be logged as an error.
+	if (!exiting || dock)
+		obs_frontend_remove_event_callback(frontendEvent, nullptr);
+	if (!dock)
+		return;
+	dock->shutdown();
+	if (!exiting)
+		obs_frontend_remove_dock(dockId);
+	// Null by now if the frontend destroyed it with its dock widget.
+	delete dock;
+	dock = nullptr;
+}

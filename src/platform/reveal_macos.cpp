@@ -1,0 +1,11 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "platform/reveal.hpp"
+
+#include <QProcess>
+
+using namespace Qt::StringLiterals;
+
+bool revealFile(const QString &path)
+{
+	return QProcess::startDetached(u"/usr/bin/open"_s, {u"-R"_s, path});
+}

@@ -1,0 +1,332 @@
+"""The real OBS as a person and a machine see it: its windows, its accessibility tree and its WebSocket server.
+
+Meant to run inside a D-Bus session of its own (dbus-run-session), which the accessibility bus needs.
+"""
+
+import json
+import os
+import re
+import shutil
+import signal
+import socket
+import subprocess
+import tempfile
+import time
+from pathlib import Path
+
+import gi
+
+gi.require_version("Atspi", "2.0")
+from gi.repository import Atspi, GLib  # noqa: E402
+from websockets.sync.client import connect  # noqa: E402
+
+CONTENT = "OBS-Reelhouse-content"
+# Not with --disable-missing-files-check: OBS then leaks the list that it would have shown, and its leak count is a test.
+OBS_COMMAND = ["obs", "--multi", "--disable-updater", "--disable-shutdown-check"]
+
+
+class HostError(Exception):
+    """What went wrong, in words for the person who started this."""
+
+
+def wait_for(what, condition, timeout=30.0):
+    """Returns the first true result of condition, asked again and again; raises HostError after timeout seconds."""
+    deadline = time.monotonic() + timeout
+    while True:
+        result = condition()
+        if result:
+            return result
+        if time.monotonic() > deadline:
+            raise HostError(f"Waited {timeout:.0f} s in vain: {what}.")
+        time.sleep(0.05)
+
+
+def free_port():
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
+
+
+class Desktop:
+    """An X server without a screen, a window manager and the accessibility bus."""
+
+    def __init__(self, size="1600x1000"):
+        self.children = []
+        read_end, write_end = os.pipe()
+        xvfb = self._start(["Xvfb", "-displayfd", str(write_end), "-screen", "0", f"{size}x24", "-nolisten", "tcp"],
+                           pass_fds=[write_end])
+        os.close(write_end)
+        with os.fdopen(read_end) as pipe:
+            number = pipe.readline().strip()
+        if not number:
+            raise HostError(f"Xvfb did not start (exit code {xvfb.wait()}).")
+        os.environ.update(DISPLAY=f":{number}", LIBGL_ALWAYS_SOFTWARE="1", QT_QPA_PLATFORM="xcb",
+                          QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1", NO_AT_BRIDGE="1")
+        os.environ.pop("WAYLAND_DISPLAY", None)
+        os.environ.pop("XAUTHORITY", None)
+        self._start(["openbox"])
+        self._start(["/usr/libexec/at-spi-bus-launcher", "--launch-immediately"])
+
+    def _start(self, command, **options):
+        child = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                                 stderr=subprocess.DEVNULL, **options)
+        self.children.append(child)
+        return child
+
+    def screenshot(self, path):
+        subprocess.run(["import", "-window", "root", str(path)], check=True)
+
+    def close(self):
+        for child in reversed(self.children):
+            child.terminate()
+            child.wait()
+
+
+class Widget:
+    """A node of the accessibility tree."""
+
+    def __init__(self, node):
+        self.node = node
+
+    @property
+    def name(self):
+        return self.node.get_name()
+
+    @property
+    def description(self):
+        return self.node.get_description()
+
+    @property
+    def children(self):
+        return [Widget(self.node.get_child_at_index(i)) for i in range(self.node.get_child_count())]
+
+    def has(self, state):
+        return self.node.get_state_set().contains(state)
+
+    @property
+    def enabled(self):
+        return self.has(Atspi.StateType.ENABLED)
+
+    @property
+    def showing(self):
+        return self.has(Atspi.StateType.SHOWING)
+
+    @property
+    def box(self):
+        extents = self.node.get_component_iface().get_extents(Atspi.CoordType.SCREEN)
+        return extents.x, extents.y, extents.width, extents.height
+
+    def point(self, across=0.5, down=0.5):
+        x, y, width, height = self.box
+        return round(x + across * width), round(y + down * height)
+
+    def press(self):
+        """The widget's own accessible action, as a screen reader triggers it."""
+        if not self.node.get_action_iface().do_action(0):
+            raise HostError(f"Pressing {self.name!r} did nothing.")
+
+    def click(self, across=0.5, down=0.5, button=1, times=1):
+        x, y = self.point(across, down)
+        xdotool("mousemove", "--sync", x, y, "click", "--repeat", times, "--delay", 60, button)
+
+    def focus(self):
+        self.node.get_component_iface().grab_focus()
+        wait_for(f"{self.name!r} takes the focus", lambda: self.has(Atspi.StateType.FOCUSED), 5)
+
+
+def xdotool(*words):
+    subprocess.run(["xdotool", *map(str, words)], check=True, stdout=subprocess.DEVNULL)
+
+
+def press_key(*keys):
+    xdotool("key", "--delay", 60, *keys)
+
+
+class Obs:
+    """One run of OBS Studio with our module, on a configuration home made by obs_config."""
+
+    def __init__(self, home: Path, module: Path, data: Path, port: int):
+        self.home = Path(home)
+        self.port = port
+        self.nodes = {}
+        self.runtime = tempfile.mkdtemp(prefix="obs-run-")
+        self.output = open(self.home / "obs-output.txt", "ab")
+        environment = {**os.environ, "HOME": str(home), "XDG_CONFIG_HOME": str(home / ".config"),
+                       "XDG_RUNTIME_DIR": self.runtime, "OBS_PLUGINS_PATH": str(module.parent),
+                       "OBS_PLUGINS_DATA_PATH": str(data)}
+        self.process = subprocess.Popen(
+            OBS_COMMAND, stdin=subprocess.DEVNULL, stdout=self.output, stderr=self.output, env=environment)
+        self.socket = None
+
+    @property
+    def log_path(self):
+        logs = sorted((self.home / ".config/obs-studio/logs").glob("*.txt"), key=lambda path: path.stat().st_mtime)
+        return logs[-1] if logs else self.home / "obs-output.txt"
+
+    @property
+    def log(self):
+        return self.log_path.read_text(errors="replace")
+
+    def _alive(self):
+        if self.process.poll() is not None:
+            raise HostError(f"OBS ended with code {self.process.returncode}.")
+
+    # The host itself, through its WebSocket server
+
+    def connect(self):
+        def attempt():
+            self._alive()
+            try:
+                return connect(f"ws://127.0.0.1:{self.port}", max_size=None)
+            except OSError:
+                return None
+        self.socket = wait_for("OBS opens its WebSocket server", attempt, 60)
+        self.socket.recv()
+        self.socket.send(json.dumps({"op": 1, "d": {"rpcVersion": 1, "eventSubscriptions": 0}}))
+        self.socket.recv()
+        # While a scene collection loads, requests are refused.
+        wait_for("OBS finishes loading", lambda: self.try_request("GetSceneList")[0], 60)
+
+    def try_request(self, request, **data):
+        self.socket.send(json.dumps({"op": 6, "d": {"requestType": request, "requestId": "1", "requestData": data}}))
+        answer = json.loads(self.socket.recv())["d"]
+        return answer["requestStatus"]["result"], answer.get("responseData", answer["requestStatus"])
+
+    def request(self, request, **data):
+        ok, answer = self.try_request(request, **data)
+        if not ok:
+            raise HostError(f"OBS refused {request}: {answer.get('comment', answer['code'])}")
+        return answer
+
+    def settings(self, source):
+        return self.request("GetInputSettings", inputName=source)["inputSettings"]
+
+    def playlist(self, source):
+        return [item["value"] for item in self.settings(source).get("playlist", [])]
+
+    def record(self, source):
+        """The queue as the module stores it with the source; None where it has not yet."""
+        private = self.request("GetSourcePrivateSettings", sourceName=source)["sourceSettings"]
+        return private.get("OBS-Reelhouse")
+
+    def media(self, source):
+        """(state without its prefix, position in ms, duration in ms); unknown times are 0."""
+        status = self.request("GetMediaInputStatus", inputName=source)
+        state = status["mediaState"].removeprefix("OBS_MEDIA_STATE_").lower()
+        return state, max(status["mediaCursor"] or 0, 0), max(status["mediaDuration"] or 0, 0)
+
+    # The windows, through the accessibility tree
+
+    def application(self):
+        self._alive()
+        desktop = Atspi.get_desktop(0)
+        for i in range(desktop.get_child_count()):
+            node = desktop.get_child_at_index(i)
+            if node and node.get_process_id() == self.process.pid:
+                return node
+        return None
+
+    def walk(self, node, wanted, depth=12):
+        try:
+            if wanted(node):
+                return node
+            for i in range(node.get_child_count() if depth else 0):
+                child = node.get_child_at_index(i)
+                found = child and self.walk(child, wanted, depth - 1)
+                if found:
+                    return found
+        except GLib.Error:
+            pass  # gone while it was looked at
+        return None
+
+    def find(self, wanted, what, timeout=30):
+        """The first widget for which wanted(node) holds, waited for."""
+        return Widget(wait_for(f"{what} is on screen",
+                               lambda: (top := self.application()) and self.walk(top, wanted), timeout))
+
+    def widget(self, name):
+        """One of the dock's own widgets, by object name."""
+        if name not in self.nodes:
+            suffix = f".{CONTENT}" if name == CONTENT else None
+            if suffix:
+                self.nodes[name] = self.find(lambda node: node.get_accessible_id().endswith(suffix), "our dock", 60)
+            else:
+                dock = self.widget(CONTENT)
+                found = self.walk(dock.node, lambda node: node.get_accessible_id().endswith(f".{name}"))
+                if not found:
+                    raise HostError(f"The dock has no widget {name!r}.")
+                self.nodes[name] = Widget(found)
+        return self.nodes[name]
+
+    def rows(self):
+        return self.widget("playlist").children
+
+    def labels(self):
+        return [row.name for row in self.rows()]
+
+    def row(self, label):
+        return wait_for(f"the list shows {label!r}",
+                        lambda: next((row for row in self.rows() if row.name.endswith(label)), None), 10)
+
+    def double_click(self, label):
+        self.row(label).click(across=0.3, times=2)
+
+    def choose(self, selector, text):
+        """Picks an entry of one of the dock's selectors with the keyboard, as a person would."""
+        box = self.widget(selector)
+        box.focus()
+        press_key("Home")
+        for _ in range(50):
+            if box.name == text or self.shown(box) == text:
+                return
+            press_key("Down")
+        raise HostError(f"{selector} has no entry {text!r}.")
+
+    @staticmethod
+    def shown(box):
+        """The text a selector shows."""
+        text = box.node.get_text_iface()
+        return text.get_text(0, -1) if text else box.name
+
+    # The end
+
+    def quit(self, timeout=60):
+        """Closes the main window as a person does and returns the exit code."""
+        if self.socket:
+            self.socket.close()
+        window = subprocess.run(["xdotool", "search", "--onlyvisible", "--pid", str(self.process.pid), "--name",
+                                 "^OBS "], capture_output=True, text=True).stdout.split()
+        if not window:
+            raise HostError("OBS shows no main window to close.")
+        xdotool("windowactivate", "--sync", window[0])
+        press_key("ctrl+q")
+        try:
+            code = self.process.wait(timeout)
+        except subprocess.TimeoutExpired:
+            raise HostError(f"OBS did not end within {timeout} s.") from None
+        self._cleanup()
+        return code
+
+    def kill(self):
+        if self.process.poll() is None:
+            self.process.send_signal(signal.SIGKILL)
+            self.process.wait()
+        self._cleanup()
+
+    def _cleanup(self):
+        self.output.close()
+        shutil.rmtree(self.runtime, ignore_errors=True)
+
+    def complaints(self):
+        """What OBS's log says against a clean run, line by line."""
+        # OBS's WebSocket module itself calls the frontend after it has gone.
+        log = re.sub(r"\[obs-websocket\] \[obs_module_unload\] Shutting down.*?\[obs_module_unload\] Finished", "",
+                     self.log, flags=re.DOTALL)
+        lines = [line for line in log.splitlines()
+                 if re.search(r"Not all sources were cleared|Ambiguous shortcut|no callbacks!", line)]
+        leaks = re.search(r"Number of memory leaks: (\d+)", log)
+        if not leaks:
+            lines.append("The log does not end with a leak count.")
+        elif leaks.group(1) != "0":
+            lines.append(leaks.group(0))
+        return lines

@@ -1,0 +1,103 @@
+#!/usr/bin/env python3
+"""Opens OBS with our dock on a queue of the given media; without a display it plays the queue and reports."""
+
+import argparse
+import os
+import shutil
+import sys
+from pathlib import Path
+
+import obs_config
+from obs_config import SOURCE
+
+# How far a track has to play before it counts as playing, in milliseconds.
+PLAYED_MS = 1000
+
+
+def prepare(home, layout, media, port):
+    obs_config.write_config(home, layout, port)
+    source = obs_config.vlc_source(media)
+    obs_config.write_collection(home, [obs_config.scene(obs_config.SCENE, source)], [source])
+    obs_config.remember_source(home, source)
+
+
+def open_on_display(arguments):
+    prepare(arguments.home, arguments.layout, arguments.media, 0)
+    environment = {**os.environ, "HOME": str(arguments.home), "XDG_CONFIG_HOME": str(arguments.home / ".config"),
+                   "OBS_PLUGINS_PATH": str(arguments.module.parent), "OBS_PLUGINS_DATA_PATH": str(arguments.data)}
+    command = ["obs", "--multi", "--disable-updater", "--disable-missing-files-check", "--disable-shutdown-check"]
+    os.execvpe(command[0], command, environment)
+
+
+def play_track(obs, label):
+    """Double-clicks a row and waits until its file plays. Returns the state and position that the source reported."""
+    obs.double_click(label)
+    furthest = [0, "none"]
+
+    def playing():
+        state, position, duration = obs.media(SOURCE)
+        furthest[:] = max(furthest[0], position), state
+        expected = obs.row(label).name.startswith("▶") and len(obs.playlist(SOURCE)) == 1
+        enough = min(PLAYED_MS, duration // 2) if duration else PLAYED_MS
+        return expected and state == "playing" and position >= enough
+
+    from obs_host import HostError, wait_for
+    try:
+        wait_for(f"{label} plays", playing, 20)
+    except HostError:
+        message = obs.widget("message")
+        reason = message.name if message.showing else f"the source reports {furthest[1]} at {furthest[0]} ms"
+        raise HostError(f"{label} did not play: {reason}.") from None
+    return furthest[1], furthest[0]
+
+
+def play_through(arguments):
+    from obs_host import CONTENT, Desktop, HostError, Obs, free_port, wait_for
+    port = free_port()
+    prepare(arguments.home, arguments.layout, arguments.media, port)
+    desktop = Desktop()
+    obs = None
+    try:
+        obs = Obs(arguments.home, arguments.module, arguments.data, port)
+        obs.connect()
+        wait_for("the dock is on screen", lambda: obs.widget(CONTENT).showing, 30)
+        labels = wait_for("the dock lists the queue", obs.labels, 10)
+        for number, label in enumerate(labels):
+            state, position = play_track(obs, label)
+            print(f"{label}: {state}, {position / 1000:.1f} s", flush=True)
+            if number == 0:
+                desktop.screenshot(arguments.screenshot)
+                print(f"screenshot: {arguments.screenshot}", flush=True)
+        obs.quit()
+        if obs.complaints():
+            raise HostError("OBS did not end cleanly: " + "; ".join(obs.complaints()))
+    except HostError as error:
+        log = obs.log_path if obs else "not written"
+        print(f"error: {error}\nOBS log: {log}", file=sys.stderr)
+        return 1
+    finally:
+        if obs:
+            obs.kill()
+        desktop.close()
+    return 0
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--home", type=Path, required=True, help="home folder for OBS, made anew")
+    parser.add_argument("--module", type=Path, required=True, help="the built module")
+    parser.add_argument("--data", type=Path, required=True, help="the module's data folder")
+    parser.add_argument("--layout", type=Path, required=True, help="the program that prints the dock layout")
+    parser.add_argument("--screenshot", type=Path, required=True, help="where the screenshot goes, without a display")
+    parser.add_argument("media", nargs="+", type=Path)
+    arguments = parser.parse_args()
+    arguments.media = [path.absolute() for path in arguments.media]
+    shutil.rmtree(arguments.home, ignore_errors=True)
+    arguments.home.mkdir(parents=True)
+    if os.environ.get("DISPLAY") or os.environ.get("WAYLAND_DISPLAY"):
+        return open_on_display(arguments)
+    return play_through(arguments)
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,315 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "Host.hpp"
+
+#include <QApplication>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QLineEdit>
+
+#include <thread>
+
+#include <util/bmem.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+Frontend *active = nullptr;
+
+obs_source_info vlcSourceInfo()
+{
+	obs_source_info info = {};
+	info.id = "vlc_source";
+	info.type = OBS_SOURCE_TYPE_INPUT;
+	info.output_flags = OBS_SOURCE_ASYNC_VIDEO | OBS_SOURCE_AUDIO | OBS_SOURCE_CONTROLLABLE_MEDIA;
+	info.get_name = [](void *) {
+		return "VLC";
+	};
+	info.create = [](obs_data_t *, obs_source_t *) -> void * {
+		return new Media;
+	};
+	info.destroy = [](void *data) {
+		delete static_cast<Media *>(data);
+	};
+	info.media_play_pause = [](void *, bool) {
+	};
+	info.media_stop = [](void *) {
+	};
+	info.media_set_time = [](void *, int64_t) {
+	};
+	info.media_get_state = [](void *data) {
+		return static_cast<Media *>(data)->state;
+	};
+	info.media_get_time = [](void *data) {
+		return static_cast<Media *>(data)->timeMs;
+	};
+	info.media_get_duration = [](void *data) {
+		return static_cast<Media *>(data)->durationMs;
+	};
+	return info;
+}
+
+} // namespace
+
+void Frontend::send(obs_frontend_event event) const
+{
+	for (const auto &[callback, data] : callbacks)
+		callback(event, data);
+}
+
+// The frontend API's functions, which the module finds in this program before it finds them in the library.
+
+bool obs_frontend_add_dock_by_id(const char *, const char *title, void *widget)
+{
+	if (!active->acceptsDock)
+		return false;
+	active->dock = static_cast<QWidget *>(widget);
+	active->dockTitle = QString::fromUtf8(title);
+	return true;
+}
+
+void obs_frontend_remove_dock(const char *)
+{
+	active->removedDocks++;
+	delete active->dock.data();
+}
+
+void obs_frontend_add_event_callback(obs_frontend_event_cb callback, void *data)
+{
+	active->callbacks.emplace_back(callback, data);
+}
+
+void obs_frontend_remove_event_callback(obs_frontend_event_cb callback, void *data)
+{
+	std::erase(active->callbacks, std::pair(callback, data));
+}
+
+void obs_frontend_save(void)
+{
+	active->saves++;
+}
+
+bool obs_frontend_preview_program_mode_active(void)
+{
+	return active->studioMode;
+}
+
+obs_source_t *obs_frontend_get_current_scene(void)
+{
+	return obs_source_get_ref(active->program);
+}
+
+void obs_frontend_set_current_scene(obs_source_t *scene)
+{
+	active->program = scene;
+}
+
+obs_source_t *obs_frontend_get_current_preview_scene(void)
+{
+	return obs_source_get_ref(active->preview);
+}
+
+void obs_frontend_set_current_preview_scene(obs_source_t *scene)
+{
+	active->preview = scene;
+}
+
+void obs_frontend_get_scenes(obs_frontend_source_list *list)
+{
+	for (const OBSSource &scene : active->scenes) {
+		obs_source_t *reference = obs_source_get_ref(scene);
+		da_push_back(list->sources, &reference);
+	}
+}
+
+Host::Host() : frontend(std::make_unique<Frontend>())
+{
+	active = frontend.get();
+	EXPECT_TRUE(obs_startup("en-US", QFile::encodeName(folder.filePath(u"config"_s)).constData(), nullptr));
+	static const obs_source_info info = vlcSourceInfo();
+	obs_register_source(&info);
+}
+
+Host::~Host()
+{
+	endObs();
+}
+
+void Host::endObs()
+{
+	if (std::exchange(ended, true))
+		return;
+	frontend->scenes.clear();
+	frontend->program = frontend->preview = nullptr;
+	// Sources are destroyed on a thread of libobs's, which its shutdown does not wait for. What a scene or a group
+	// held is queued there only when itself is destroyed; no test nests them deeper.
+	for (int depth = 0; depth < 5; depth++)
+		obs_queue_task(OBS_TASK_DESTROY, [](void *) {}, nullptr, true);
+	obs_shutdown();
+	EXPECT_EQ(bnum_allocs(), 0) << "libobs still holds memory of the test's or the module's";
+}
+
+bool Host::loadModule()
+{
+	obs_module_t *module = nullptr;
+	EXPECT_EQ(obs_open_module(&module, REELHOUSE_MODULE, REELHOUSE_DATA), MODULE_SUCCESS);
+	if (!obs_init_module(module))
+		return false;
+	frontend->dock->show();
+	frontend->dock->activateWindow();
+	EXPECT_TRUE(QTest::qWaitForWindowActive(frontend->dock));
+	return true;
+}
+
+OBSSource Host::makeSource(const QString &name, const QStringList &playlist, const char *otherSettings)
+{
+	OBSDataAutoRelease settings = obs_data_create_from_json(otherSettings);
+	OBSDataArrayAutoRelease array = obs_data_array_create();
+	for (const QString &path : playlist) {
+		OBSDataAutoRelease item = obs_data_create();
+		obs_data_set_string(item, "value", path.toUtf8().constData());
+		obs_data_array_push_back(array, item);
+	}
+	obs_data_set_array(settings, "playlist", array);
+	OBSSourceAutoRelease source = obs_source_create("vlc_source", name.toUtf8().constData(), settings, nullptr);
+	return source.Get();
+}
+
+Media &Host::media(obs_source_t *source)
+{
+	return *static_cast<Media *>(obs_obj_get_data(source));
+}
+
+void Host::sendStopped(obs_source_t *source)
+{
+	std::thread([source] {
+		calldata_t data;
+		calldata_init(&data);
+		calldata_set_ptr(&data, "source", source);
+		signal_handler_signal(obs_source_get_signal_handler(source), "media_stopped", &data);
+		calldata_free(&data);
+	}).join();
+}
+
+QString Host::makeFile(const QString &name, const QByteArray &content) const
+{
+	QFile file(folder.filePath(name));
+	EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
+	return file.fileName();
+}
+
+void Host::show(obs_source_t *source)
+{
+	ASSERT_TRUE(loadModule());
+	frontend->send(OBS_FRONTEND_EVENT_FINISHED_LOADING);
+	choose(source);
+}
+
+void Host::choose(obs_source_t *source)
+{
+	auto *selector = child<QComboBox>("sourceSelector");
+	const int index = selector->findData(uuidOf(source));
+	ASSERT_GE(index, 1);
+	selector->setCurrentIndex(index);
+}
+
+void Host::play(int row)
+{
+	const QRect rect = list()->visualItemRect(list()->item(row));
+	QTest::mouseClick(list()->viewport(), Qt::LeftButton, {}, rect.center());
+	QTest::mouseDClick(list()->viewport(), Qt::LeftButton, {}, rect.center());
+}
+
+void Host::playThrough(obs_source_t *source, int row)
+{
+	play(row);
+	sendStopped(source);
+	media(source) = {OBS_MEDIA_STATE_PLAYING, 500, 4000};
+	waitForTicks(3);
+}
+
+QStringList Host::labels() const
+{
+	QStringList texts;
+	for (int i = 0; i < list()->count(); i++)
+		texts.append(list()->item(i)->text());
+	return texts;
+}
+
+QStringList Host::shownLabels() const
+{
+	QStringList texts;
+	for (int i = 0; i < list()->count(); i++) {
+		if (!list()->isRowHidden(i))
+			texts.append(list()->item(i)->text());
+	}
+	return texts;
+}
+
+void Host::search(const QString &text)
+{
+	child<QLineEdit>("search")->setText(text);
+}
+
+void Host::selectRows(std::initializer_list<int> rows) const
+{
+	list()->clearSelection();
+	for (int row : rows)
+		list()->setCurrentRow(row, QItemSelectionModel::Select);
+}
+
+QString Host::uuidOf(obs_source_t *source)
+{
+	return QString::fromUtf8(obs_source_get_uuid(source));
+}
+
+QJsonObject Host::settingsOf(obs_source_t *source)
+{
+	OBSDataAutoRelease settings = obs_source_get_settings(source);
+	return QJsonDocument::fromJson(obs_data_get_json(settings)).object();
+}
+
+QJsonObject Host::recordOf(obs_source_t *source)
+{
+	OBSDataAutoRelease settings = obs_source_get_private_settings(source);
+	return QJsonDocument::fromJson(obs_data_get_json(settings)).object()["OBS-Reelhouse"_L1].toObject();
+}
+
+void Host::setRecord(obs_source_t *source, const QByteArray &json)
+{
+	OBSDataAutoRelease settings = obs_source_get_private_settings(source);
+	OBSDataAutoRelease record = obs_data_create_from_json(json.constData());
+	obs_data_set_obj(settings, "OBS-Reelhouse", record);
+}
+
+QStringList Host::valuesIn(const QJsonObject &object, const char *key)
+{
+	QStringList values;
+	for (const QJsonValue item : object[QLatin1String(key)].toArray())
+		values.append(item["value"_L1].toString());
+	return values;
+}
+
+bool Host::waitFor(const std::function<bool()> &condition)
+{
+	return QTest::qWaitFor(condition, 10000);
+}
+
+void Host::waitForTicks(int count)
+{
+	// Each tick that finds the source sets the time label's description anew.
+	auto *label = child<QWidget>("playbackTime");
+	for (int i = 0; i < count; i++) {
+		label->setAccessibleDescription(QString());
+		ASSERT_TRUE(waitFor([label] { return !label->accessibleDescription().isEmpty(); }));
+	}
+}
+
+int main(int argc, char **argv)
+{
+	QApplication app(argc, argv);
+	QApplication::setQuitOnLastWindowClosed(false);
+	testing::InitGoogleTest(&argc, argv);
+	return RUN_ALL_TESTS();
+}

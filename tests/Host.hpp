@@ -1,0 +1,98 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#pragma once
+
+#include <QComboBox>
+#include <QJsonObject>
+#include <QListWidget>
+#include <QPointer>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <functional>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <obs-frontend-api.h>
+#include <obs.hpp>
+
+// For GoogleTest's messages.
+inline void PrintTo(const QString &text, std::ostream *stream)
+{
+	*stream << '"' << text.toStdString() << '"';
+}
+
+// What the scripted frontend was told, and what it answers.
+struct Frontend {
+	bool acceptsDock = true;
+	bool studioMode = false;
+	QPointer<QWidget> dock;
+	QString dockTitle;
+	int removedDocks = 0;
+	int saves = 0;
+	std::vector<std::pair<obs_frontend_event_cb, void *>> callbacks;
+	std::vector<OBSSource> scenes;
+	OBSSource program;
+	OBSSource preview;
+
+	void send(obs_frontend_event event) const;
+};
+
+// The state that a scripted VLC source reports.
+struct Media {
+	obs_media_state state = OBS_MEDIA_STATE_NONE;
+	int64_t timeMs = 0;
+	int64_t durationMs = 0;
+};
+
+// The built module in real libobs, with a frontend and a VLC source type of our making. libobs runs no video here, so
+// media actions stay queued and a test says itself when the source has stopped.
+class Host : public testing::Test {
+protected:
+	Host();
+	~Host() override;
+
+	// False when the module refused to load.
+	bool loadModule();
+	// Shuts libobs down, which unloads the module. Happens after the test if it has not called it.
+	void endObs();
+
+	OBSSource makeSource(const QString &name, const QStringList &playlist, const char *otherSettings = "{}");
+	static Media &media(obs_source_t *source);
+	// Emits media_stopped on a thread of its own, as libobs does.
+	static void sendStopped(obs_source_t *source);
+	QString makeFile(const QString &name, const QByteArray &content = "media") const;
+
+	// Loads the module, finishes loading and chooses the source in the selector.
+	void show(obs_source_t *source);
+	void choose(obs_source_t *source);
+	void play(int row);
+	// Plays a row through both phases until the dock takes the track for playing.
+	void playThrough(obs_source_t *source, int row);
+
+	template <typename Widget> Widget *child(const char *name) const
+	{
+		return frontend->dock->findChild<Widget *>(QLatin1String(name));
+	}
+	QListWidget *list() const { return child<QListWidget>("playlist"); }
+	QStringList labels() const;
+	QStringList shownLabels() const;
+	QAction *action(const char *name) const { return child<QAction>(name); }
+	void search(const QString &text);
+	void selectRows(std::initializer_list<int> rows) const;
+
+	static QString uuidOf(obs_source_t *source);
+	static QJsonObject settingsOf(obs_source_t *source);
+	static QJsonObject recordOf(obs_source_t *source);
+	static void setRecord(obs_source_t *source, const QByteArray &json);
+	static QStringList valuesIn(const QJsonObject &object, const char *key);
+
+	static bool waitFor(const std::function<bool()> &condition);
+	// Returns once the poll has run at least this often since.
+	void waitForTicks(int count);
+
+	QTemporaryDir folder;
+	std::unique_ptr<Frontend> frontend;
+
+private:
+	bool ended = false;
+};

@@ -1,0 +1,368 @@
+#!/usr/bin/env python3
+"""Drives the dock in the real OBS, with the real VLC source and real media, as a person at the screen would."""
+
+import argparse
+import json
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "tools"))
+import obs_config  # noqa: E402
+from obs_config import SOURCE, scene, vlc_source  # noqa: E402
+from obs_host import (CONTENT, Desktop, HostError, Obs, free_port, press_key, wait_for, xdotool)  # noqa: E402
+from gi.repository import Gio, GLib  # noqa: E402
+
+MARK = "▶\uFE0E "
+
+
+def expect(what, actual, wanted):
+    if actual != wanted:
+        raise HostError(f"{what}: expected {wanted!r}, got {actual!r}.")
+
+
+def soon(what, look, wanted, timeout=10):
+    """Waits until look() gives what is wanted."""
+    last = []
+
+    def matches():
+        last[:] = [look()]
+        return last[0] == wanted
+    try:
+        wait_for(what, matches, timeout)
+    except HostError:
+        expect(f"{what}, after {timeout} s", last[0], wanted)
+
+
+class Show:
+    """The media, the configuration and the runs of OBS that one scenario takes."""
+
+    def __init__(self, arguments):
+        self.arguments = arguments
+        self.folder = Path(tempfile.mkdtemp(prefix="reelhouse-"))
+        self.home = self.folder / "home"
+        self.home.mkdir()
+        self.port = free_port()
+        obs_config.write_config(self.home, arguments.layout, self.port)
+        self.obs = None
+
+    def clip(self, name, seconds=3):
+        path = self.folder / name
+        subprocess.run(["ffmpeg", "-nostdin", "-v", "error", "-f", "lavfi", "-i",
+                        f"testsrc=size=320x180:rate=15:duration={seconds}", "-f", "lavfi", "-i",
+                        f"sine=frequency=330:duration={seconds}", "-c:v", "libx264", "-g", "15", "-pix_fmt", "yuv420p",
+                        "-c:a", "aac", "-f", "mp4", path], check=True)
+        return path
+
+    def start(self):
+        self.obs = Obs(self.home, self.arguments.module, self.arguments.data, self.port)
+        self.obs.connect()
+        return self.obs
+
+    def end(self):
+        expect("exit code", self.obs.quit(), 0)
+        expect("complaints in the log", self.obs.complaints(), [])
+
+    def drag_in(self, *what, until):
+        """Drags files from another program's window onto the list, and keeps that program until the drop shows."""
+        source = subprocess.Popen([self.arguments.drag_source, *map(str, what)])
+        window = subprocess.run(["xdotool", "search", "--sync", "--onlyvisible", "--name", "^drag source$"],
+                                capture_output=True, text=True, check=True).stdout.split()[0]
+        try:
+            drag((20, 20), self.obs.widget("playlist").point(0.5, 0.5), window)
+            until()
+        finally:
+            source.kill()
+            source.wait()
+
+
+def drag(start, target, window=None):
+    place = ["--window", window] if window else []
+    xdotool("mousemove", "--sync", *place, *start, "mousedown", 1)
+    xdotool("mousemove_relative", "--sync", 8, 8)
+    for offset in (-12, -4, 0):
+        xdotool("mousemove", "--sync", target[0], target[1] + offset)
+        time.sleep(0.1)  # a drag follows the pointer by its own timer
+    xdotool("mouseup", 1)
+
+
+def paths_in(record, key="tracks"):
+    return [Path(item["value"]).name for item in record[key]]
+
+
+def playing(obs, path):
+    """The source holds exactly this entry and plays it."""
+    return obs.playlist(SOURCE) == [str(path)] and obs.media(SOURCE)[0] == "playing"
+
+
+def queue(show):
+    """A queue from the source's own playlist to a clean exit and back."""
+    clips = [show.clip(name) for name in ("one.mp4", "two %1 \"😀\".mp4", "three.mp4")]
+    names = [clip.name for clip in clips]
+    source = vlc_source(clips, loop=True, network_caching=400)
+    obs_config.write_collection(show.home, [scene("Main", source)], [source])
+    obs = show.start()
+
+    wait_for("the dock is shown", lambda: obs.widget(CONTENT).showing)
+    obs.choose("sourceSelector", f"Main · {SOURCE}")
+    soon("the playlist is the queue", obs.labels, names)
+
+    obs.choose("endMode", "Play Next")
+    obs.double_click(names[1])
+    wait_for("a double-clicked track plays", lambda: playing(obs, clips[1]), 15)
+    settings = obs.settings(SOURCE)
+    expect("the settings while managed", {key: settings.get(key) for key in
+                                          ("playlist", "loop", "shuffle", "playback_behavior", "network_caching")},
+           {"playlist": [{"value": str(clips[1])}], "loop": False, "shuffle": False,
+            "playback_behavior": "always_play", "network_caching": 400})
+    expect("the queue while playing", obs.labels(), [names[0], MARK + names[1], names[2]])
+    wait_for("the next track follows by itself", lambda: playing(obs, clips[2]), 15)
+    soon("it stops after the last", lambda: obs.playlist(SOURCE), [], 15)
+    soon("the source is at rest", lambda: obs.media(SOURCE)[0] in ("stopped", "none", "ended"), True)
+
+    edited = [str(clip) for clip in (clips[2], clips[0])]
+    obs.request("SetInputSettings", inputName=SOURCE,
+                inputSettings={"playlist": [{"value": path} for path in edited], "loop": True,
+                               "playback_behavior": "stop_restart"})
+    soon("an edit made elsewhere is taken over", obs.labels, [names[2], names[0]], 2)
+
+    obs.menu(names[0], "Move to Top", disabled=["Move Down", "Move to Bottom"])
+    obs.double_click(names[0])
+    wait_for("the moved track plays", lambda: playing(obs, clips[0]), 15)
+    obs.menu(names[2], "Give Playlist Back to Source",
+             disabled=["Move Down", "Move to Bottom", "Undo Remove"])
+    soon("the source has its queue back", lambda: obs.playlist(SOURCE), [str(clips[0]), str(clips[2])])
+    expect("the source's own loop", obs.settings(SOURCE)["loop"], True)
+    expect("its own behaviour", obs.settings(SOURCE)["playback_behavior"], "stop_restart")
+    expect("the takeover", obs.record(SOURCE)["managed"], False)
+
+    # A scene collection that is switched under a running track.
+    obs.double_click(names[2])
+    wait_for("a track plays", lambda: playing(obs, clips[2]), 15)
+    obs.request("CreateSceneCollection", sceneCollectionName="Other")
+    soon("another collection has no queue", obs.labels, [])
+    obs.request("SetCurrentSceneCollection", sceneCollectionName="Reelhouse")
+    soon("the queue comes back with its collection", obs.labels, [names[0], MARK + names[2]])
+
+    # A source that is deleted while it is switched.
+    obs.request("CreateInput", sceneName="Main", inputName="Doomed", inputKind="vlc_source",
+                inputSettings={"playlist": [{"value": str(clips[0])}]})
+    wait_for("the new source is listed", lambda: any(entry.name == "Main · Doomed" for entry in
+                                                     obs.widget("sourceSelector").children[0].children), 5)
+    obs.choose("sourceSelector", "Main · Doomed")
+    obs.double_click(names[0])
+    obs.request("RemoveInput", inputName="Doomed")
+    soon("the list of a deleted source", obs.labels, [])
+    obs.choose("sourceSelector", f"Main · {SOURCE}")
+
+    obs.double_click(names[0])
+    wait_for("a track plays at the exit", lambda: playing(obs, clips[0]), 15)
+    before = obs.record(SOURCE)
+    show.end()
+
+    obs = show.start()
+    soon("the queue after a restart", obs.labels, [MARK + names[0], names[2]])
+    expect("the chosen source after a restart", obs.widget("sourceSelector").name, f"Main · {SOURCE}")
+    expect("the record after a restart", obs.record(SOURCE), before)
+    show.end()
+
+
+def program(obs):
+    return obs.request("GetCurrentProgramScene")["currentProgramSceneName"]
+
+
+def scenes_follow(show, obs, names, clips):
+    """A track started from the list brings its scene; the buttons and the end of a track leave scenes alone."""
+    expect("the program scene", program(obs), "Talk")
+    obs.double_click(names[0])
+    soon("the source's scene comes to program", lambda: program(obs), "Film")
+    obs.request("SetCurrentProgramScene", sceneName="Talk")
+    obs.choose("endMode", "Play Next")
+    obs.widget("next").press()
+    wait_for("the next track plays", lambda: playing(obs, clips[1]), 15)
+    wait_for("its end brings the one after", lambda: playing(obs, clips[2]), 15)
+    expect("the program scene after buttons and ends", program(obs), "Talk")
+    obs.choose("endMode", "Stop")
+
+    obs.request("SetStudioModeEnabled", studioModeEnabled=True)
+    obs.double_click(names[1])
+    soon("the source's scene comes to preview",
+         lambda: obs.request("GetCurrentPreviewScene")["currentPreviewSceneName"], "Film")
+    expect("the program scene in studio mode", program(obs), "Talk")
+    obs.request("SetStudioModeEnabled", studioModeEnabled=False)
+
+
+def times_and_seeks(show, obs, names, clips):
+    obs.double_click(names[2])
+    wait_for("the long track plays", lambda: playing(obs, clips[2]), 15)
+    wait_for("the slider is ready", lambda: obs.widget("seek").enabled, 5)
+    _, _, duration = obs.media(SOURCE)
+    obs.widget("seek").click(across=0.6)
+    wait_for("a click on the slider seeks there",
+             lambda: abs(obs.media(SOURCE)[1] - 0.6 * duration) < 1000, 5)
+    time_label = obs.widget("playbackTime")
+    time_label.click()
+    wait_for("remaining time shows", lambda: time_label.name.startswith("Remaining time −0:"), 5)
+    first = time_label.name
+    wait_for("remaining time counts down", lambda: time_label.name < first, 5)
+    wait_for("the time is described", lambda: time_label.description.startswith("Playing · 0:"), 5)
+    obs.widget("playPause").press()
+    soon("the button pauses", lambda: obs.media(SOURCE)[0], "paused")
+    soon("and then offers to go on", lambda: obs.widget("playPause").name, "Resume")
+    obs.widget("playPause").press()
+    soon("the button resumes", lambda: obs.media(SOURCE)[0], "playing")
+
+
+def editing(show, obs, names, clips):
+    """Each change is seen in the list and in the stored record."""
+    def stored(what, wanted):
+        soon(f"{what}: the list", lambda: [label.removeprefix(MARK) for label in obs.labels()], wanted)
+        soon(f"{what}: the record", lambda: paths_in(obs.record(SOURCE)), wanted)
+
+    extra = show.clip("extra.mp4")
+    show.drag_in(extra, show.folder, until=lambda: stored("dropping a file and a folder", [*names, extra.name]))
+
+    # Something of OBS's own to undo, under the same key.
+    item = obs.request("GetSceneItemId", sceneName="Film", sourceName=SOURCE)["sceneItemId"]
+
+    def transform():
+        return obs.request("GetSceneItemTransform", sceneName="Film", sceneItemId=item)["sceneItemTransform"]
+
+    original = transform()
+    obs.request("SetCurrentProgramScene", sceneName="Film")
+    row = obs.find(lambda node: node.get_name() == SOURCE and node.get_accessible_id().endswith(".sources"),
+                   "the source in OBS's own list")
+    row.click()
+    press_key("ctrl+s")
+    wait_for("OBS stretches its source", lambda: transform() != original, 5)
+    stretched = transform()
+
+    obs.row(extra.name).click(across=0.3)
+    press_key("Delete")
+    stored("Delete", names)
+    press_key("ctrl+z")
+    stored("our undo", [*names, extra.name])
+    expect("our undo leaves OBS's change alone", transform(), stretched)
+    press_key("ctrl+z")
+    soon("with nothing of ours to undo, OBS's undo works", transform, original, 5)
+    press_key("ctrl+f")
+    press_key("e", "x", "t")
+    soon("Find goes to the search", lambda: obs.widget("trackCount").name, "Tracks: 1 of 4")
+    expect("Find is not OBS's Fit to Screen", transform(), original)
+    press_key("Escape")
+    soon("Escape clears the search", lambda: obs.widget("trackCount").name, "Tracks: 4")
+
+    obs.menu(extra.name, "Move to Top", disabled=["Move Down", "Move to Bottom", "Undo Remove"])
+    stored("moving to the top", [extra.name, *names])
+    first, last = obs.row(extra.name), obs.row(names[2])
+    drag(first.point(0.3, 0.5), last.point(0.3, 0.9))
+    stored("dragging to the end", [*names, extra.name])
+
+    obs.choose("sourceSelector", "Select a VLC Video Source")
+    inputs = len(obs.request("GetInputList")["inputs"])
+    show.drag_in(extra, until=lambda: soon("a drop that the dock refuses goes on to OBS",
+                                           lambda: len(obs.request("GetInputList")["inputs"]), inputs + 1))
+    obs.choose("sourceSelector", f"Film · {SOURCE}")
+
+
+def missing_files(show, obs, names, clips):
+    clips[0].unlink()
+    obs.widget("refresh").press()
+    problem = f"File not found: {clips[0]}"
+    soon("a deleted file is described", lambda: obs.row(names[0]).description, problem)
+    obs.double_click(names[0])
+    soon("playing it is refused", lambda: obs.widget("message").name, f"⚠ {problem}")
+    soon("and logged", lambda: f"[OBS-Reelhouse] {problem}" in obs.log, True)
+    expect("the queue stays", MARK + names[0] in obs.labels(), False)
+
+
+def revealing(show, obs, names):
+    """The file manager is asked to show the selected file."""
+    asked = []
+    interface = Gio.DBusNodeInfo.new_for_xml(
+        "<node><interface name='org.freedesktop.FileManager1'><method name='ShowItems'>"
+        "<arg type='as' direction='in'/><arg type='s' direction='in'/></method></interface></node>").interfaces[0]
+    bus = Gio.bus_get_sync(Gio.BusType.SESSION)
+
+    def call(*words):
+        asked.extend(words[5].unpack()[0])
+        words[6].return_value(None)
+
+    bus.register_object("/org/freedesktop/FileManager1", interface, call, None, None)
+    Gio.bus_own_name_on_connection(bus, "org.freedesktop.FileManager1", 0, None, None)
+    obs.menu(names[1], "Show in Folder", disabled=["Undo Remove"])
+    wait_for("the file manager is asked", lambda: GLib.MainContext.default().iteration(False) and asked, 5)
+    expect("what it shows", asked, [GLib.filename_to_uri(str(show.folder / names[1]))])
+
+
+def stream(show):
+    """A show run from the dock: scenes, times, editing, keys, drops, and what comes back after a restart."""
+    clips = [show.clip("opener.mp4"), show.clip("break.mp4"), show.clip("feature.mp4", 40)]
+    names = [clip.name for clip in clips]
+    source = vlc_source(clips)
+    obs_config.write_collection(show.home, [scene("Talk"), scene("Film", source)], [source])
+    obs = show.start()
+    obs.choose("sourceSelector", f"Film · {SOURCE}")
+    soon("the queue", obs.labels, names)
+    scenes_follow(show, obs, names, clips)
+    times_and_seeks(show, obs, names, clips)
+    editing(show, obs, names, clips)
+    show.end()
+
+    profile = show.home / ".config/obs-studio/basic/profiles/Reelhouse/basic.ini"
+    binding = json.dumps({"bindings": [{"key": "OBS_KEY_ESCAPE"}]})
+    profile.write_text(profile.read_text() + f"\n[Hotkeys]\nOBSBasic.Screenshot={binding}\n")
+    obs = show.start()
+    soon("the chosen source after a restart", lambda: obs.widget("sourceSelector").name, f"Film · {SOURCE}")
+    soon("the time mode after a restart", lambda: obs.widget("playbackTime").name.split(" −")[0], "Remaining time")
+    obs.widget("search").click()
+    press_key("b", "r")
+    soon("a search", lambda: obs.widget("trackCount").name, "Tracks: 1 of 4")
+    press_key("Escape")
+    press_key("e")
+    soon("Escape belongs to OBS's hotkey", lambda: obs.widget("search").text, "bre")
+    press_key("ctrl+a", "BackSpace")
+    revealing(show, obs, names)
+    missing_files(show, obs, names, clips)
+    show.end()
+
+
+def refusal(show):
+    """A build for another host leaves OBS alone and says why."""
+    show.start()
+    line = "[OBS-Reelhouse] This build requires OBS 32.0.4."
+    expect("the log's refusal", line in show.obs.log, True)
+    expect("a dock of ours", "dock registered" in show.obs.log, False)
+    show.end()
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("scenario", choices=["queue", "stream", "refusal"])
+    parser.add_argument("--module", type=Path, required=True)
+    parser.add_argument("--data", type=Path, required=True)
+    parser.add_argument("--layout", type=Path, required=True)
+    parser.add_argument("--drag-source", type=Path, required=True)
+    arguments = parser.parse_args()
+    desktop = Desktop()
+    show = Show(arguments)
+    try:
+        {"queue": queue, "stream": stream, "refusal": refusal}[arguments.scenario](show)
+    except HostError as error:
+        desktop.screenshot("host-failure.png")
+        log = shutil.copy(show.obs.log_path, "host-failure.log") if show.obs else "none"
+        print(f"FAILED: {error}\nscreenshot: {Path.cwd() / 'host-failure.png'}\nOBS log: {log}")
+        return 1
+    finally:
+        if show.obs:
+            show.obs.kill()
+        desktop.close()
+        shutil.rmtree(show.folder, ignore_errors=True)
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

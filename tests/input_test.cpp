@@ -1,0 +1,188 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "Host.hpp"
+
+#include <QHelpEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMimeData>
+#include <QToolTip>
+
+using namespace Qt::StringLiterals;
+
+class Input : public Host {
+protected:
+	struct Drag {
+		bool accepted;
+		Qt::DropAction action;
+	};
+
+	// Sends a drag of these URLs through entering and dropping; what the drop ended with.
+	Drag drop(const QList<QUrl> &urls, Qt::DropActions actions = Qt::CopyAction | Qt::MoveAction)
+	{
+		QMimeData data;
+		data.setUrls(urls);
+		const QPoint position = list()->viewport()->rect().center();
+		QDragEnterEvent enter(position, actions, &data, Qt::LeftButton, {});
+		QApplication::sendEvent(list()->viewport(), &enter);
+		if (!enter.isAccepted())
+			return {false, Qt::IgnoreAction};
+		QDropEvent event(position, actions, &data, Qt::LeftButton, {});
+		event.setDropAction(Qt::MoveAction);
+		QApplication::sendEvent(list()->viewport(), &event);
+		return {event.isAccepted(), event.dropAction()};
+	}
+
+	void rest(const QPoint &position)
+	{
+		QHelpEvent help(QEvent::ToolTip, position, list()->viewport()->mapToGlobal(position));
+		QApplication::sendEvent(list()->viewport(), &help);
+	}
+};
+
+TEST_F(Input, EscapeClearsTheSearchUnlessObsHoldsTheKey)
+{
+	const OBSSource source = makeSource(u"S"_s, {u"/m/a.mp3"_s, u"/m/b.mp3"_s});
+	show(source);
+	auto *edit = child<QLineEdit>("search");
+	edit->setFocus();
+	search(u"b"_s);
+	QTest::keyClick(edit, Qt::Key_Escape, Qt::ShiftModifier);
+	EXPECT_EQ(edit->text(), u"b"_s);
+	QTest::keyClick(edit, Qt::Key_Escape);
+	EXPECT_EQ(edit->text(), QString());
+	EXPECT_TRUE(list()->hasFocus());
+
+	const obs_hotkey_id hotkey = obs_hotkey_register_frontend(
+		"test", "test", [](void *, obs_hotkey_id, obs_hotkey_t *, bool) {}, nullptr);
+	obs_key_combination_t escape = {0, OBS_KEY_ESCAPE};
+	obs_hotkey_load_bindings(hotkey, &escape, 1);
+	search(u"b"_s);
+	QTest::keyClick(list(), Qt::Key_Escape);
+	EXPECT_EQ(edit->text(), u"b"_s);
+	obs_hotkey_unregister(hotkey);
+}
+
+TEST_F(Input, KeysPlayFindAndActOnTheSearch)
+{
+	const OBSSource source = makeSource(u"S"_s, {makeFile(u"a"_s), makeFile(u"b"_s)});
+	show(source);
+	list()->setFocus();
+	list()->setCurrentRow(1);
+	for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
+		QTest::keyClick(list(), key);
+		EXPECT_EQ(labels().last(), u"▶\uFE0E b"_s);
+	}
+	QTest::keySequence(list(), QKeySequence::Find);
+	auto *edit = child<QLineEdit>("search");
+	EXPECT_TRUE(edit->hasFocus());
+	search(folder.filePath(u"a"_s));
+	QTest::keyClick(edit, Qt::Key_Return);
+	EXPECT_EQ(labels().first(), u"▶\uFE0E a"_s);
+	QTest::keyClick(edit, Qt::Key_Delete);
+	EXPECT_EQ(list()->count(), 2) << "Delete belongs to the field while it has the focus";
+}
+
+TEST_F(Input, DropsAddTheFilesAmongThem)
+{
+	const OBSSource source = makeSource(u"S"_s, {makeFile(u"a"_s)});
+	const QUrl text = QUrl::fromLocalFile(makeFile(u"t.txt"_s)), gone = QUrl::fromLocalFile(u"/no/such"_s);
+	const QUrl directory = QUrl::fromLocalFile(folder.path()), web(u"http://host/x.mp3"_s);
+	const QUrl song = QUrl::fromLocalFile(makeFile(u"b #1 %41.mp3"_s));
+	ASSERT_TRUE(loadModule());
+	EXPECT_FALSE(drop({song}).accepted) << "nothing is bound";
+	frontend->send(OBS_FRONTEND_EVENT_FINISHED_LOADING);
+	choose(source);
+
+	EXPECT_FALSE(drop({web}).accepted);
+	EXPECT_FALSE(drop({directory}).accepted);
+	EXPECT_FALSE(drop({gone, directory}).accepted);
+	EXPECT_FALSE(drop({song}, Qt::MoveAction).accepted) << "taken away by a move, the file would be gone";
+	EXPECT_EQ(list()->count(), 1);
+
+	search(u"nothing"_s);
+	const Drag result = drop({song, web, directory, text, song});
+	EXPECT_TRUE(result.accepted);
+	EXPECT_EQ(result.action, Qt::CopyAction);
+	EXPECT_EQ(labels(), (QStringList{u"a"_s, u"b #1 %41.mp3"_s, u"t.txt"_s, u"b #1 %41.mp3"_s}));
+	EXPECT_EQ(shownLabels(), labels()) << "the search is cleared";
+	EXPECT_EQ(list()->currentRow(), 3);
+	EXPECT_EQ(valuesIn(recordOf(source), "tracks").size(), 4);
+	EXPECT_EQ(valuesIn(recordOf(source), "observed").size(), 1);
+}
+
+TEST_F(Input, TheSizeColumnTellsTheFolder)
+{
+	const OBSSource source = makeSource(u"S"_s, {u"/m/x <b>\t&/a.mp3"_s, u"http://host/live/s.m3u8?key=1#f"_s});
+	show(source);
+	const auto rect = [this](int row) {
+		return list()->visualItemRect(list()->item(row));
+	};
+	const struct {
+		int row;
+		const char *tip;
+	} rows[] = {{0, "/m/x &lt;b&gt; &amp;"}, {1, "http://host/live/"}};
+	for (const auto &[row, tip] : rows) {
+		rest({rect(row).right() - 20, rect(row).center().y()});
+		EXPECT_EQ(QToolTip::text(), u"<p style='white-space:pre'>%1</p>"_s.arg(QLatin1String(tip)));
+		for (const int x : {rect(row).left() + 2, rect(row).center().x()}) {
+			rest({rect(row).right() - 20, rect(row).center().y()});
+			EXPECT_TRUE(QToolTip::isVisible());
+			rest({x, rect(row).center().y()});
+			EXPECT_TRUE(waitFor([] { return !QToolTip::isVisible(); })) << x;
+		}
+	}
+}
+
+TEST_F(Input, ANarrowDockTakesTwoRows)
+{
+	ASSERT_TRUE(loadModule());
+	auto *edit = child<QWidget>("search"), *add = child<QWidget>("addFiles");
+	const auto below = [&] {
+		return edit->mapTo(frontend->dock, QPoint()).y() > add->mapTo(frontend->dock, QPoint()).y() + 20;
+	};
+	for (const auto &[width, narrow] : {std::pair(700, false), {599, true}, {600, false}, {360, true}}) {
+		frontend->dock->resize(width, 200);
+		ASSERT_TRUE(waitFor([&, expected = narrow] { return below() == expected; })) << width;
+	}
+	EXPECT_EQ(frontend->dock->minimumSize(), QSize(360, 110));
+}
+
+TEST_F(Input, TheMenuKeepsOrMakesTheSelection)
+{
+	const OBSSource source = makeSource(u"S"_s, {u"/m/a"_s, u"/m/b"_s, u"/m/c"_s});
+	show(source);
+	auto *menu = child<QMenu>("playlistMenu");
+	const auto open = [this, menu](const QPoint &position) {
+		QContextMenuEvent event(QContextMenuEvent::Mouse, position, list()->viewport()->mapToGlobal(position));
+		QApplication::sendEvent(list()->viewport(), &event);
+		EXPECT_TRUE(menu->isVisible());
+		menu->hide();
+		return list()->selectedItems().size();
+	};
+	const auto center = [this](int row) {
+		return list()->visualItemRect(list()->item(row)).center();
+	};
+	selectRows({0, 1});
+	EXPECT_EQ(open(center(1)), 2);
+	EXPECT_EQ(list()->currentRow(), 1);
+	EXPECT_EQ(open(center(2)), 1);
+	EXPECT_EQ(list()->currentRow(), 2);
+	EXPECT_EQ(open(list()->viewport()->rect().bottomLeft() - QPoint(-5, 2)), 0);
+	EXPECT_FALSE(action("remove")->isEnabled());
+	EXPECT_FALSE(action("moveUp")->isEnabled());
+}
+
+TEST_F(Input, TheCurrentTrackIsFoundBehindASearch)
+{
+	const OBSSource source = makeSource(u"S"_s, {makeFile(u"a"_s), makeFile(u"b"_s)});
+	show(source);
+	EXPECT_FALSE(action("locateCurrent")->isEnabled());
+	play(1);
+	search(u"#1"_s);
+	EXPECT_TRUE(action("locateCurrent")->isEnabled());
+	action("locateCurrent")->trigger();
+	EXPECT_EQ(child<QLineEdit>("search")->text(), QString());
+	EXPECT_EQ(list()->currentRow(), 1);
+	EXPECT_TRUE(list()->hasFocus());
+}

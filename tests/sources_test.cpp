@@ -1,0 +1,100 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "Host.hpp"
+
+#include <QLabel>
+
+using namespace Qt::StringLiterals;
+
+class Sources : public Host {
+protected:
+	QStringList entries() const
+	{
+		QStringList texts;
+		auto *selector = child<QComboBox>("sourceSelector");
+		for (int i = 1; i < selector->count(); i++)
+			texts.append(selector->itemText(i));
+		return texts;
+	}
+	QString chosen() const { return child<QComboBox>("sourceSelector")->currentText(); }
+	void refresh() { QTest::mouseClick(child<QWidget>("refresh"), Qt::LeftButton); }
+};
+
+TEST_F(Sources, AreLabelledByTheScenesThatShowThem)
+{
+	const OBSSource music = makeSource(u"Music"_s, {});
+	const OBSSource clips = makeSource(u"Clips"_s, {});
+	OBSSceneAutoRelease main = obs_scene_create("Main");
+	OBSSceneAutoRelease intro = obs_scene_create("intro");
+	OBSSceneAutoRelease outer = obs_scene_create("Outer");
+	obs_scene_add(main, music);
+	obs_scene_add(main, music);
+	obs_scene_add(outer, obs_scene_get_source(intro));
+	obs_scene_add(obs_sceneitem_group_get_scene(obs_scene_add_group(intro, "Group")), music);
+	ASSERT_TRUE(loadModule());
+	EXPECT_TRUE(entries().isEmpty()) << "nothing is listed before loading has finished";
+	frontend->send(OBS_FRONTEND_EVENT_FINISHED_LOADING);
+	EXPECT_EQ(entries(), (QStringList{u"Clips"_s, u"intro / Main / Outer · Music"_s}));
+	EXPECT_EQ(chosen(), u"Select a VLC Video Source"_s);
+}
+
+TEST_F(Sources, RenamingKeepsTheBindingAndDeletingEndsIt)
+{
+	OBSSource source = makeSource(u"Music"_s, {makeFile(u"a.mp3"_s)});
+	show(source);
+	const QString id = recordOf(source)["tracks"_L1][0]["id"_L1].toString();
+	obs_source_set_name(source, "Renamed");
+	ASSERT_TRUE(waitFor([this] { return chosen() == u"Renamed"_s; }));
+	EXPECT_EQ(list()->item(0)->data(Qt::UserRole).toString(), id);
+
+	const OBSSource twin = makeSource(u"Renamed"_s, {});
+	ASSERT_TRUE(waitFor([this] { return entries().size() == 2; }));
+	EXPECT_EQ(list()->count(), 1) << "a namesake does not take over";
+
+	obs_source_remove(source);
+	source = nullptr;
+	ASSERT_TRUE(waitFor([this] { return entries().size() == 1; }));
+	EXPECT_EQ(chosen(), u"Select a VLC Video Source"_s);
+	EXPECT_EQ(list()->count(), 0);
+	ASSERT_TRUE(waitFor([this] { return !child<QWidget>("stop")->isEnabled(); }));
+}
+
+TEST_F(Sources, EachKeepsItsView)
+{
+	QStringList files;
+	for (int i = 0; i < 40; i++)
+		files.append(makeFile(u"%1.mp3"_s.arg(i)));
+	const OBSSource a = makeSource(u"A"_s, files);
+	const OBSSource b = makeSource(u"B"_s, files);
+	show(a);
+	list()->setCurrentRow(30);
+	choose(b);
+	EXPECT_EQ(list()->currentRow(), 0);
+	choose(a);
+	EXPECT_EQ(list()->currentRow(), 30);
+	EXPECT_TRUE(list()->viewport()->rect().intersects(list()->visualItemRect(list()->item(30))));
+	EXPECT_TRUE(action("moveUp")->isEnabled());
+	// A view fits only the search text that it was remembered with.
+	choose(b);
+	search(u"1"_s);
+	choose(a);
+	EXPECT_EQ(list()->currentItem()->text(), u"1.mp3"_s);
+}
+
+TEST_F(Sources, AManagedSourceThatIsLeftKeepsItsQueueForItsReturn)
+{
+	const OBSSource a = makeSource(u"A"_s, {makeFile(u"a.mp3"_s), makeFile(u"b.mp3"_s)}, R"({"loop": true})");
+	const OBSSource b = makeSource(u"B"_s, {});
+	show(a);
+	play(1);
+	sendStopped(a);
+	QCoreApplication::processEvents();
+	choose(b);
+	EXPECT_EQ(valuesIn(settingsOf(a), "playlist"), QStringList{folder.filePath(u"b.mp3"_s)});
+	EXPECT_EQ(list()->count(), 0);
+	choose(a);
+	EXPECT_EQ(labels(), (QStringList{u"a.mp3"_s, u"▶\uFE0E b.mp3"_s}));
+	action("restorePlaylist")->trigger();
+	EXPECT_EQ(valuesIn(settingsOf(a), "playlist").size(), 2);
+	EXPECT_TRUE(settingsOf(a)["loop"_L1].toBool());
+	EXPECT_EQ(settingsOf(a)["playback_behavior"_L1], u"stop_restart"_s);
+}

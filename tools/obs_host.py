@@ -23,6 +23,8 @@ from websockets.sync.client import connect  # noqa: E402
 CONTENT = "OBS-Reelhouse-content"
 # Not with --disable-missing-files-check: OBS then leaks the list that it would have shown, and its leak count is a test.
 OBS_COMMAND = ["obs", "--multi", "--disable-updater", "--disable-shutdown-check"]
+MENU = ["Move Up", "Move Down", "Move to Top", "Move to Bottom", "Remove", "Undo Remove", "Show Current Track",
+        "Show in Folder", "Give Playlist Back to Source", "About Reelhouse"]
 
 
 class HostError(Exception):
@@ -98,7 +100,12 @@ class Widget:
 
     @property
     def children(self):
-        return [Widget(self.node.get_child_at_index(i)) for i in range(self.node.get_child_count())]
+        nodes = [self.node.get_child_at_index(i) for i in range(self.node.get_child_count())]
+        return [Widget(node) for node in nodes if node]
+
+    @property
+    def text(self):
+        return Atspi.Text.get_text(self.node, 0, -1)
 
     def has(self, state):
         return self.node.get_state_set().contains(state)
@@ -262,7 +269,11 @@ class Obs:
         return self.widget("playlist").children
 
     def labels(self):
-        return [row.name for row in self.rows()]
+        """The texts of the list's rows; None while they are being replaced."""
+        try:
+            return [row.name for row in self.rows()]
+        except GLib.Error:
+            return None
 
     def row(self, label):
         return wait_for(f"the list shows {label!r}",
@@ -272,21 +283,27 @@ class Obs:
         self.row(label).click(across=0.3, times=2)
 
     def choose(self, selector, text):
-        """Picks an entry of one of the dock's selectors with the keyboard, as a person would."""
+        """Picks an entry of one of the dock's selectors with the mouse."""
         box = self.widget(selector)
-        box.focus()
-        press_key("Home")
-        for _ in range(50):
-            if box.name == text or self.shown(box) == text:
-                return
-            press_key("Down")
-        raise HostError(f"{selector} has no entry {text!r}.")
+        box.click(across=0.5)
+        entries = wait_for(f"{selector} opens", lambda: [one for one in box.children[0].children if one.box[2] > 0
+                                                         and one.showing and one.name == text], 5)
+        entries[0].click()
+        wait_for(f"{selector} shows {text!r}", lambda: box.name == text, 5)
 
-    @staticmethod
-    def shown(box):
-        """The text a selector shows."""
-        text = box.node.get_text_iface()
-        return text.get_text(0, -1) if text else box.name
+    def windows(self):
+        found = subprocess.run(["xdotool", "search", "--onlyvisible", "--pid", str(self.process.pid)],
+                               capture_output=True, text=True)
+        return set(found.stdout.split())
+
+    def menu(self, label, entry, disabled=()):
+        """Opens the context menu on a row and picks an entry with the keyboard, which passes over the disabled ones:
+        Qt keeps popups out of the accessibility tree."""
+        before = self.windows()
+        self.row(label).click(across=0.3, button=3)
+        wait_for("the context menu opens", lambda: self.windows() - before, 5)
+        press_key(*["Down"] * (1 + [one for one in MENU if one not in disabled].index(entry)), "Return")
+        wait_for("the context menu closes", lambda: not self.windows() - before, 5)
 
     # The end
 

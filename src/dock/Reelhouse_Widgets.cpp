@@ -31,6 +31,10 @@ constexpr int timeGap = 4;
 constexpr QSize transportButtonSize(22, 22);
 constexpr QSize transportIconSize(14, 14);
 
+// The themes give selectors and fields vertical margins of their own, which cut the text at this row height.
+const QString selectorStyle = u"QComboBox { margin-top: 0; margin-bottom: 0; }"_s;
+const QString fieldStyle = u"QLineEdit { margin-top: 0; margin-bottom: 0; }"_s;
+
 QToolButton *makeToolButton(QWidget *parent, const QString &name, const char *textKey, const QString &iconClass)
 {
 	auto *button = new QToolButton(parent);
@@ -123,8 +127,7 @@ void Reelhouse::buildTopGrid()
 	searchEdit->setAccessibleName(ui("SearchPlaceholder"));
 	searchEdit->setClearButtonEnabled(true);
 	searchEdit->setFixedHeight(rowHeight);
-	// The themes give fields and selectors margins of their own, which would cut them at this height.
-	searchEdit->setStyleSheet(u"QLineEdit { margin-top: 0; margin-bottom: 0; }"_s);
+	searchEdit->setStyleSheet(fieldStyle);
 
 	addFilesButton = makeToolButton(this, u"addFiles"_s, "AddFiles", u"icon-plus"_s);
 
@@ -135,7 +138,7 @@ void Reelhouse::buildTopGrid()
 	sourceSelector->setMinimumContentsLength(8);
 	sourceSelector->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
 	sourceSelector->setFixedHeight(rowHeight);
-	sourceSelector->setStyleSheet(u"QComboBox { margin-top: 0; margin-bottom: 0; }"_s);
+	sourceSelector->setStyleSheet(selectorStyle);
 
 	row->addWidget(addFilesButton, 0);
 	row->addWidget(sourceSelector, 1);
@@ -234,6 +237,7 @@ QLayout *Reelhouse::buildTransportRow()
 	endModeSelector->setAccessibleName(ui("EndMode"));
 	endModeSelector->setSizeAdjustPolicy(QComboBox::AdjustToContents);
 	endModeSelector->setFixedHeight(rowHeight);
+	endModeSelector->setStyleSheet(selectorStyle);
 
 	auto *row = new QHBoxLayout;
 	row->setSpacing(2);

@@ -39,7 +39,7 @@ int main(int argc, char **argv)
 		left = dock;
 	}
 	window.show();
-	window.resizeDocks({reelhouse, scenes}, {230, 220}, Qt::Vertical);
+	window.resizeDocks({reelhouse, scenes}, {300, 220}, Qt::Vertical);
 	QCoreApplication::processEvents();
 	std::puts(window.saveState().toBase64().constData());
 	return 0;

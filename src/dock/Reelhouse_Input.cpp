@@ -107,8 +107,9 @@ bool Reelhouse::eventFilter(QObject *watched, QEvent *event)
 	}
 	if (watched == viewport && isFileDrag(event)) {
 		auto *drag = static_cast<QDropEvent *>(event);
-		// Rows dragged inside the list carry no files; the list moves them itself.
-		if (drag->source() != playlistWidget && drag->source() != viewport && drag->mimeData()->hasUrls()) {
+		// The list moves its own rows itself. It must not see anybody else's: under a search it would take rows
+		// of other lists, OBS's scenes and sources among them.
+		if (drag->source() != playlistWidget && drag->source() != viewport) {
 			handleFileDrag(drag);
 			return true;
 		}

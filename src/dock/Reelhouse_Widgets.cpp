@@ -13,6 +13,7 @@
 #include <algorithm>
 
 #include "dock/KeyClaim.hpp"
+#include "dock/MessageLabel.hpp"
 #include "dock/SeekSlider.hpp"
 #include "dock/TrackDelegate.hpp"
 #include "dock/TrackListWidget.hpp"
@@ -172,6 +173,8 @@ void Reelhouse::buildList()
 	playlistWidget->setDefaultDropAction(Qt::MoveAction);
 	playlistWidget->setUniformItemSizes(true);
 	playlistWidget->setSpacing(0);
+	// In the smallest dock the list gives way, so that the controls above and below it stay whole.
+	playlistWidget->setMinimumHeight(1);
 	playlistWidget->setContextMenuPolicy(Qt::CustomContextMenu);
 	playlistWidget->installEventFilter(this);
 	playlistWidget->viewport()->installEventFilter(this);
@@ -203,7 +206,7 @@ void Reelhouse::buildMenu()
 
 QLayout *Reelhouse::buildTransportRow()
 {
-	messageLabel = new QLabel(this);
+	messageLabel = new MessageLabel(this);
 	messageLabel->setObjectName(u"message"_s);
 	messageLabel->setTextFormat(Qt::PlainText);
 	messageLabel->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
@@ -324,7 +327,7 @@ QPoint Reelhouse::prepareMenu(QPoint position)
 								  : QItemSelectionModel::ClearAndSelect);
 	} else {
 		// Asked for from the keyboard.
-		position = playlistWidget->visualItemRect(playlistWidget->currentItem()).center();
+		position = playlistWidget->visualRect(playlistWidget->currentIndex()).center();
 	}
 	updateButtons();
 	return viewport->mapToGlobal(position);

@@ -8,6 +8,10 @@
 #include "module/FrontendEvents.hpp"
 #include "module/SceneSwitch.hpp"
 
+// libobs declares these two without exporting them, which other modules built its way do.
+MODULE_EXPORT obs_module_t *obs_current_module(void);
+MODULE_EXPORT const char *obs_module_text(const char *key);
+
 OBS_DECLARE_MODULE()
 OBS_MODULE_USE_DEFAULT_LOCALE("obs-reelhouse", "en-US")
 OBS_MODULE_AUTHOR("The Reelhouse developers")

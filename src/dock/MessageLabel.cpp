@@ -1,0 +1,22 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "dock/MessageLabel.hpp"
+
+#include <QPainter>
+#include <QStyle>
+
+namespace reelhouse {
+
+QSize MessageLabel::minimumSizeHint() const
+{
+	return QSize(0, QLabel::minimumSizeHint().height());
+}
+
+void MessageLabel::paintEvent(QPaintEvent *)
+{
+	QPainter painter(this);
+	const QRect area = contentsRect();
+	style()->drawItemText(&painter, area, static_cast<int>(alignment().toInt()), palette(), isEnabled(),
+			      fontMetrics().elidedText(text(), Qt::ElideRight, area.width()), foregroundRole());
+}
+
+} // namespace reelhouse

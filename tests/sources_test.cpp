@@ -33,7 +33,7 @@ TEST_F(Sources, AreLabelledByTheScenesThatShowThem)
 	ASSERT_TRUE(loadModule());
 	EXPECT_TRUE(entries().isEmpty()) << "nothing is listed before loading has finished";
 	frontend->send(OBS_FRONTEND_EVENT_FINISHED_LOADING);
-	EXPECT_EQ(entries(), (QStringList{u"Clips"_s, u"intro / Main / Outer · Music"_s}));
+	EXPECT_EQ(entries(), (QStringList{u"Clips"_s, u"Group / intro / Main / Outer · Music"_s}));
 	EXPECT_EQ(chosen(), u"Select a VLC Video Source"_s);
 }
 

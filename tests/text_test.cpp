@@ -57,6 +57,7 @@ TEST(Text, PathsNameFilesAndLabels)
 		{"file:///m/a%20b.mp3", "/m/a b.mp3", "a b.mp3"},
 		{"FILE:///m/a%25.mp3", "/m/a%.mp3", "a%.mp3"},
 		{"/m/100%20.mp3", "/m/100%20.mp3", "100%20.mp3"},
+		{"file:#a/b", "", "file:#a/b"},
 		{"relative.mp3", "relative.mp3", "relative.mp3"},
 		{"/m/", "/m/", "/m/"},
 		{"http://host/live/one.m3u8?x=1", "", "one.m3u8?x=1"},

@@ -77,7 +77,7 @@ public:
 	void suspend();
 	// Starts on the now active scene collection. Does nothing after shutdown().
 	void resume();
-	// Suspends for good. From here on the dock writes nothing and binds nothing.
+	// Suspends for good. From here on the dock binds nothing and writes no record.
 	void shutdown();
 
 Q_SIGNALS:
@@ -157,6 +157,8 @@ private:
 	void seekToSlider();
 	qint64 timeAtSlider(int value) const;
 	void updateButtons();
+	void holdFocus();
+	void giveFocusBack();
 	void updateMenuActions(bool active, const QString &selected);
 	void updatePlayPauseButton(obs_media_state state, const QString &selected);
 
@@ -234,6 +236,7 @@ private:
 	QElapsedTimer seekClock;
 	QTimer pollTimer;
 	QTimer saveTimer;
+	QWidget *focusAfterSwitch = nullptr; // the control that a switch took the keyboard focus from
 
 	// Owned by Qt's parent-child tree.
 	QComboBox *sourceSelector = nullptr;

@@ -4,6 +4,7 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <utility>
 
 #include "dock/TrackListWidget.hpp"
 #include "dock/paths.hpp"
@@ -33,7 +34,7 @@ void Reelhouse::playTrack(const QString &id, bool withSceneSwitch)
 	currentId = track->id;
 	managed = true;
 	observed = {track->path};
-	switchClock.restart();
+	switchClock.start();
 	// Stored before the media is stopped: whatever happens next, the record already names the new track.
 	storeQueue();
 	issueSwitch(source);
@@ -121,7 +122,11 @@ void Reelhouse::togglePlay()
 
 void Reelhouse::stopPlayback()
 {
+	const QString previousId = currentId;
 	cancelSwitch();
+	// A track whose switch never reached the source is not the current one after all.
+	if (currentId != previousId)
+		markCurrentRow(previousId);
 	playbackArmed = false;
 	OBSSourceAutoRelease source = lockSource();
 	if (source) {

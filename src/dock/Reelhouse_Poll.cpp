@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 #include "dock/SeekSlider.hpp"
 #include "dock/paths.hpp"
@@ -98,8 +99,10 @@ void Reelhouse::followSeek(qint64 positionMs)
 void Reelhouse::describePlayback(obs_media_state state, qint64 positionMs)
 {
 	const QString duration = durationMs >= 1 ? clockText(durationMs) : unknownClock.toString();
-	timeLabel->setAccessibleDescription(ui(statusKey(state)) + u" · "_s + clockText(positionMs) + u" / "_s +
-					    duration);
+	const QString description = ui(statusKey(state)) + u" · "_s + clockText(positionMs) + u" / "_s + duration;
+	// Qt announces a description that is set again, too, and a screen reader would hear each poll's.
+	if (timeLabel->accessibleDescription() != description)
+		timeLabel->setAccessibleDescription(description);
 }
 
 void Reelhouse::followEnd(obs_media_state state)
@@ -157,7 +160,7 @@ void Reelhouse::finishSwitch(quint64 serial)
 	if (serial != switchSerial)
 		return;
 	switchPending = false;
-	switchClock.restart();
+	switchClock.start();
 	updateButtons();
 	if (sceneSwitchWanted)
 		Q_EMIT sceneSwitchRequested(sourceUuid);

@@ -54,14 +54,13 @@ SourceListing listVlcSources()
 }
 
 // The scenes are walked after the enumeration: it holds libobs's source list, and a walk takes each scene's own locks.
-std::vector<OBSSource> topLevelScenes()
+// libobs counts groups among the scenes.
+std::vector<OBSSource> allScenes()
 {
 	std::vector<OBSSource> scenes;
 	obs_enum_scenes(
 		[](void *data, obs_source_t *source) {
-			// libobs counts groups among the scenes.
-			if (!obs_source_is_group(source))
-				static_cast<std::vector<OBSSource> *>(data)->emplace_back(source);
+			static_cast<std::vector<OBSSource> *>(data)->emplace_back(source);
 			return true;
 		},
 		&scenes);
@@ -112,7 +111,7 @@ namespace {
 void labelWithScenes(SourceListing &sources)
 {
 	ScenesBySource scenesBySource;
-	for (const OBSSource &scene : topLevelScenes()) {
+	for (const OBSSource &scene : allScenes()) {
 		QSet<obs_source_t *> visited;
 		collectSceneSources(scene, nameOf(scene), scenesBySource, visited);
 	}

@@ -6,6 +6,7 @@
 #include <QLabel>
 
 #include <algorithm>
+#include <utility>
 
 #include "dock/SeekSlider.hpp"
 #include "dock/TrackListWidget.hpp"
@@ -61,10 +62,11 @@ qint64 Reelhouse::timeAtSlider(int value) const
 void Reelhouse::seekToSlider()
 {
 	OBSSourceAutoRelease source = lockSource();
-	if (!source || durationMs < 1)
+	// A switch that begins under a held slider disables it, which lets go of it: the seek was meant for the old track.
+	if (!source || switchPending || durationMs < 1)
 		return;
 	seekTargetMs = timeAtSlider(seekSlider->value());
-	seekClock.restart();
+	seekClock.start();
 	updateTime(seekTargetMs);
 	obs_source_media_set_time(source, seekTargetMs);
 }
@@ -76,6 +78,8 @@ void Reelhouse::updateButtons()
 	const obs_media_state state = active ? obs_source_media_get_state(source) : OBS_MEDIA_STATE_NONE;
 	const QString selected = selectedId();
 
+	if (switchPending)
+		holdFocus();
 	playPauseButton->setEnabled(active && !switchPending && !(selected.isEmpty() && currentId.isEmpty()));
 	stopButton->setEnabled(active);
 	previousButton->setEnabled(active && !tracks.isEmpty());
@@ -83,8 +87,28 @@ void Reelhouse::updateButtons()
 	addFilesButton->setEnabled(active);
 	endModeSelector->setEnabled(active);
 	seekSlider->setEnabled(active && !switchPending && durationMs >= 1);
+	if (!switchPending)
+		giveFocusBack();
 	updateMenuActions(active, selected);
 	updatePlayPauseButton(state, selected);
+}
+
+// A switch disables two controls for a moment. Qt would hand the keyboard focus on to the next one, stop or the end
+// mode, and the user's next key would act there; so nobody has it until it comes back.
+void Reelhouse::holdFocus()
+{
+	QWidget *focused = window()->focusWidget();
+	if (focused && (focused == playPauseButton || focused == seekSlider)) {
+		focusAfterSwitch = focused;
+		focused->clearFocus();
+	}
+}
+
+void Reelhouse::giveFocusBack()
+{
+	QWidget *control = std::exchange(focusAfterSwitch, nullptr);
+	if (control && !window()->focusWidget())
+		control->setFocus(Qt::OtherFocusReason);
 }
 
 void Reelhouse::updateMenuActions(bool active, const QString &selected)

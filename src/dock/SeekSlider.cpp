@@ -2,33 +2,43 @@
 #include "dock/SeekSlider.hpp"
 
 #include <QMouseEvent>
-#include <QStyle>
 #include <QStyleOptionSlider>
 
 #include <algorithm>
 
 namespace reelhouse {
 
+QRect SeekSlider::part(QStyle::SubControl control) const
+{
+	QStyleOptionSlider option;
+	initStyleOption(&option);
+	return style()->subControlRect(QStyle::CC_Slider, &option, control, this);
+}
+
 void SeekSlider::mousePressEvent(QMouseEvent *event)
 {
-	if (event->button() == Qt::LeftButton) {
-		QStyleOptionSlider option;
-		initStyleOption(&option);
-		const auto part = [&](QStyle::SubControl control) {
-			return style()->subControlRect(QStyle::CC_Slider, &option, control, this);
-		};
-		const QRect handle = part(QStyle::SC_SliderHandle);
-		const QPoint pointer = event->position().toPoint();
-		if (!handle.contains(pointer)) {
-			const QRect groove = part(QStyle::SC_SliderGroove);
-			const int span = std::max(groove.width() - handle.width(), 0);
-			const int offset = pointer.x() - groove.left() - handle.width() / 2;
-			setValue(
-				QStyle::sliderValueFromPosition(minimum(), maximum(), offset, span, option.upsideDown));
-		}
+	const QPoint pointer = event->position().toPoint();
+	const QRect handle = part(QStyle::SC_SliderHandle);
+	if (event->button() != Qt::LeftButton || handle.contains(pointer)) {
+		QSlider::mousePressEvent(event);
+		return;
 	}
-	// The handle now lies under the pointer, so the base class takes the press for one on the handle.
-	QSlider::mousePressEvent(event);
+	QStyleOptionSlider option;
+	initStyleOption(&option);
+	const QRect groove = part(QStyle::SC_SliderGroove);
+	const int span = std::max(groove.width() - handle.width(), 0);
+	const int offset = pointer.x() - groove.left() - handle.width() / 2;
+	setValue(QStyle::sliderValueFromPosition(minimum(), maximum(), offset, span, option.upsideDown));
+
+	// The base class has to take the press for one on the handle. It now lies under the pointer, or, in a theme whose
+	// handle is lower than the slider, just above or below it.
+	const QRect moved = part(QStyle::SC_SliderHandle);
+	const QPointF onHandle(std::clamp(pointer.x(), moved.left(), moved.right()),
+			       std::clamp(pointer.y(), moved.top(), moved.bottom()));
+	QMouseEvent press(event->type(), onHandle, event->scenePosition(), event->globalPosition(), event->button(),
+			  event->buttons(), event->modifiers(), event->pointingDevice());
+	QSlider::mousePressEvent(&press);
+	event->setAccepted(press.isAccepted());
 }
 
 } // namespace reelhouse

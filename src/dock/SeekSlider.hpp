@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QSlider>
+#include <QStyle>
 
 namespace reelhouse {
 
@@ -13,6 +14,9 @@ public:
 
 protected:
 	void mousePressEvent(QMouseEvent *event) override;
+
+private:
+	QRect part(QStyle::SubControl control) const;
 };
 
 } // namespace reelhouse

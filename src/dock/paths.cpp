@@ -4,20 +4,22 @@
 #include <QFileInfo>
 #include <QUrl>
 
+#include <optional>
+
 using namespace Qt::StringLiterals;
 
 namespace reelhouse {
 
 namespace {
 
-// The local path of a file URL, or a null string for anything else. Most entries are plain paths, and parsing each of
-// a long queue as a URL costs more than all the rest of its row, so the scheme is looked at first.
-QString fileUrlPath(const QString &path)
+// The local path of a file URL, which may be empty; nothing for any other entry. Most entries are plain paths, and
+// parsing each of a long queue as a URL costs more than all the rest of its row, so the scheme is looked at first.
+std::optional<QString> fileUrlPath(const QString &path)
 {
 	if (!path.startsWith("file:"_L1, Qt::CaseInsensitive))
-		return {};
+		return std::nullopt;
 	const QUrl url(path, QUrl::TolerantMode);
-	return url.isLocalFile() ? url.toLocalFile() : QString();
+	return url.isLocalFile() ? std::optional(url.toLocalFile()) : std::nullopt;
 }
 
 } // namespace
@@ -50,16 +52,12 @@ OBSDataArrayAutoRelease pathArray(const QList<QString> &paths)
 
 QString localFilePath(const QString &path)
 {
-	const QString local = fileUrlPath(path);
-	if (!local.isNull())
-		return local;
-	return path.contains("://"_L1) ? QString() : path;
+	return fileUrlPath(path).value_or(path.contains("://"_L1) ? QString() : path);
 }
 
 QString labelFor(const QString &path, bool current)
 {
-	const QString local = fileUrlPath(path);
-	const QString name = QFileInfo(local.isNull() ? path : local).fileName();
+	const QString name = QFileInfo(fileUrlPath(path).value_or(path)).fileName();
 	const QString &label = name.isEmpty() ? path : name;
 	return current ? u"▶\uFE0E "_s + label : label;
 }

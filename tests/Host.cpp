@@ -305,11 +305,3 @@ void Host::waitForTicks(int count)
 		ASSERT_TRUE(waitFor([label] { return !label->accessibleDescription().isEmpty(); }));
 	}
 }
-
-int main(int argc, char **argv)
-{
-	QApplication app(argc, argv);
-	QApplication::setQuitOnLastWindowClosed(false);
-	testing::InitGoogleTest(&argc, argv);
-	return RUN_ALL_TESTS();
-}

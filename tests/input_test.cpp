@@ -22,6 +22,11 @@ protected:
 	{
 		QMimeData data;
 		data.setUrls(urls);
+		return drop(data, actions);
+	}
+
+	Drag drop(const QMimeData &data, Qt::DropActions actions)
+	{
 		const QPoint position = list()->viewport()->rect().center();
 		QDragEnterEvent enter(position, actions, &data, Qt::LeftButton, {});
 		QApplication::sendEvent(list()->viewport(), &enter);
@@ -101,6 +106,10 @@ TEST_F(Input, DropsAddTheFilesAmongThem)
 	EXPECT_EQ(list()->count(), 1);
 
 	search(u"nothing"_s);
+	QListWidget scenes;
+	scenes.addItem(u"Scene"_s);
+	const std::unique_ptr<QMimeData> row(scenes.model()->mimeData({scenes.model()->index(0, 0)}));
+	EXPECT_FALSE(drop(*row, Qt::MoveAction).accepted) << "a row of another list";
 	const Drag result = drop({song, web, directory, text, song});
 	EXPECT_TRUE(result.accepted);
 	EXPECT_EQ(result.action, Qt::CopyAction);

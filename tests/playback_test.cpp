@@ -73,6 +73,7 @@ TEST_F(Playback, OnlyTheNewestSwitchLandsAndACancelIsFinal)
 	QCoreApplication::processEvents();
 	EXPECT_TRUE(playlist().isEmpty()) << "the stop empties a managed source";
 	EXPECT_EQ(current(), -1);
+	EXPECT_EQ(labels()[1], u"b.mp3"_s);
 
 	// Cancelled between the two phases: the source holds the new track, which stays current.
 	play(1);
@@ -136,8 +137,13 @@ TEST_F(Playback, TheButtonFollowsStateAndSelection)
 	}
 	list()->setCurrentRow(1);
 	EXPECT_EQ(buttonName(), u"Play Selected"_s);
-	press("playPause");
+	auto *button = child<QWidget>("playPause");
+	button->setFocus();
+	QTest::keyClick(button, Qt::Key_Space);
 	EXPECT_EQ(current(), 1);
+	EXPECT_FALSE(child<QWidget>("stop")->hasFocus()) << "where the next Space would stop the show";
+	sendStopped(source);
+	ASSERT_TRUE(waitFor([button] { return button->hasFocus(); }));
 	press("stop");
 	sendStopped(source);
 	media(source) = {};
@@ -240,7 +246,12 @@ TEST_F(Playback, TheSliderSeeksOnceOnRelease)
 	EXPECT_EQ(slider->value(), 200) << "landed: the slider follows again";
 	EXPECT_EQ(time->text(), u"−1:20"_s);
 
-	QTest::mouseClick(slider, Qt::LeftButton, {}, target);
+	// A theme's handle may be lower than the slider; and a new track's duration counts before the poll has seen it.
+	slider->setStyleSheet(u"QSlider::groove { height: 4px; } QSlider::handle { height: 8px; width: 8px; }"_s);
+	media(source).durationMs = 200000;
+	QTest::mouseClick(slider, Qt::LeftButton, {}, {target.x(), 0});
+	EXPECT_NEAR(time->text().mid(3).toInt(), 50, 3) << time->text().toStdString();
+	media(source).durationMs = 100000;
 	ASSERT_TRUE(waitFor([slider] { return slider->value() == 200; })) << "a seek that never lands is given up";
 	media(source).durationMs = 0;
 	waitForTicks(1);
@@ -248,6 +259,21 @@ TEST_F(Playback, TheSliderSeeksOnceOnRelease)
 	EXPECT_EQ(time->text(), u"−—:—"_s);
 	EXPECT_TRUE(time->accessibleDescription().endsWith(u" / —:—"_s));
 	EXPECT_FALSE(slider->isEnabled());
+}
+
+TEST_F(Playback, ATrackThatEndsUnderAHeldSliderSeeksNothing)
+{
+	show(source);
+	auto *slider = child<QSlider>("seek");
+	child<QComboBox>("endMode")->setCurrentIndex(1);
+	playThrough(source, 0);
+	QTest::mousePress(slider, Qt::LeftButton, {}, {slider->width() * 3 / 4, slider->height() / 2});
+	media(source).state = OBS_MEDIA_STATE_ENDED;
+	ASSERT_TRUE(waitFor([slider] { return !slider->isEnabled(); }));
+	sendStopped(source);
+	media(source) = {OBS_MEDIA_STATE_PLAYING, 400, 4000};
+	waitForTicks(2);
+	EXPECT_EQ(slider->value(), 100) << "it follows the new track at once";
 }
 
 // For the sanitizers: the source stops on its own thread while the dock switches, cancels and lets go.

@@ -283,12 +283,13 @@ class Obs:
         self.row(label).click(across=0.3, times=2)
 
     def choose(self, selector, text):
-        """Picks an entry of one of the dock's selectors with the mouse."""
+        """Opens one of the dock's selectors with the mouse and picks an entry with the keyboard."""
         box = self.widget(selector)
+        before = self.windows()
         box.click(across=0.5)
-        entries = wait_for(f"{selector} opens", lambda: [one for one in box.children[0].children if one.box[2] > 0
-                                                         and one.showing and one.name == text], 5)
-        entries[0].click()
+        wait_for(f"{selector} opens", lambda: self.windows() - before, 5)
+        entries = [one.name for one in box.children[0].children]
+        press_key("Home", *["Down"] * entries.index(text), "Return")
         wait_for(f"{selector} shows {text!r}", lambda: box.name == text, 5)
 
     def windows(self):

@@ -63,7 +63,11 @@ void Reelhouse::seekToSlider()
 {
 	OBSSourceAutoRelease source = lockSource();
 	// A switch that begins under a held slider disables it, which lets go of it: the seek was meant for the old track.
-	if (!source || switchPending || durationMs < 1)
+	if (!source || switchPending)
+		return;
+	// Read anew: just after a switch the poll's duration is still the previous track's.
+	durationMs = std::max<qint64>(obs_source_media_get_duration(source), 0);
+	if (durationMs < 1)
 		return;
 	seekTargetMs = timeAtSlider(seekSlider->value());
 	seekClock.start();

@@ -257,9 +257,13 @@ def editing(show, obs, names, clips):
 
     obs.menu(extra.name, "Move to Top", disabled=["Move Down", "Move to Bottom", "Undo Remove"])
     stored("moving to the top", [extra.name, *names])
-    first, last = obs.row(extra.name), obs.row(names[2])
+    first, second, last = obs.row(extra.name), obs.row(names[1]), obs.row(names[2])
+    first.click(across=0.3)
+    xdotool("keydown", "ctrl")
+    second.click(across=0.3)
+    xdotool("keyup", "ctrl")
     drag(first.point(0.3, 0.5), last.point(0.3, 0.9))
-    stored("dragging to the end", [*names, extra.name])
+    stored("dragging two rows to the end", [names[0], names[2], extra.name, names[1]])
 
     obs.choose("sourceSelector", "Select a VLC Video Source")
     inputs = len(obs.request("GetInputList")["inputs"])

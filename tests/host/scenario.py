@@ -297,9 +297,9 @@ def revealing(show, obs, names):
 
     bus.register_object("/org/freedesktop/FileManager1", interface, call, None, None)
     Gio.bus_own_name_on_connection(bus, "org.freedesktop.FileManager1", 0, None, None)
-    obs.menu(names[1], "Show in Folder", disabled=["Undo Remove"])
+    obs.menu(names[2], "Show in Folder", disabled=["Undo Remove"])
     wait_for("the file manager is asked", lambda: GLib.MainContext.default().iteration(False) and asked, 5)
-    expect("what it shows", asked, [GLib.filename_to_uri(str(show.folder / names[1]))])
+    expect("what it shows", asked, [GLib.filename_to_uri(str(show.folder / names[2]))])
 
 
 def stream(show):

@@ -290,7 +290,7 @@ class Obs:
         wait_for(f"{selector} opens", lambda: self.windows() - before, 5)
         entries = [one.name for one in box.children[0].children]
         press_key("Home", *["Down"] * entries.index(text), "Return")
-        wait_for(f"{selector} shows {text!r}", lambda: box.name == text, 5)
+        wait_for(f"{selector} shows {text!r}", lambda: box.name == text and not self.windows() - before, 5)
 
     def windows(self):
         found = subprocess.run(["xdotool", "search", "--onlyvisible", "--pid", str(self.process.pid)],

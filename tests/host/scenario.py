@@ -72,21 +72,25 @@ class Show:
         window = subprocess.run(["xdotool", "search", "--sync", "--onlyvisible", "--name", "^drag source$"],
                                 capture_output=True, text=True, check=True).stdout.split()[0]
         try:
-            drag((20, 20), self.obs.widget("playlist").point(0.5, 0.5), window)
+            drag(self.obs, (20, 20), self.obs.widget("playlist").point(0.5, 0.5), window)
             until()
         finally:
             source.kill()
             source.wait()
 
 
-def drag(start, target, window=None):
+def drag(obs, start, target, window=None):
+    """Drags with the mouse, from a point of another program's window if one is given, until OBS lets go of the drag."""
     place = ["--window", window] if window else []
+    before = obs.windows()
     xdotool("mousemove", "--sync", *place, *start, "mousedown", 1)
     xdotool("mousemove_relative", "--sync", 8, 8)
     for offset in (-12, -4, 0):
         xdotool("mousemove", "--sync", target[0], target[1] + offset)
         time.sleep(0.1)  # a drag follows the pointer by its own timer
     xdotool("mouseup", 1)
+    # What is dragged has a window of its own until the end of the drag, which swallows every click.
+    wait_for("the drag ends", lambda: not obs.windows() - before, 5)
 
 
 def paths_in(record, key="tracks"):
@@ -262,7 +266,7 @@ def editing(show, obs, names, clips):
     xdotool("keydown", "ctrl")
     second.click(across=0.3)
     xdotool("keyup", "ctrl")
-    drag(first.point(0.3, 0.5), last.point(0.3, 0.9))
+    drag(obs, first.point(0.3, 0.5), last.point(0.3, 0.9))
     stored("dragging two rows to the end", [names[0], names[2], extra.name, names[1]])
 
     obs.choose("sourceSelector", "Select a VLC Video Source")

@@ -55,12 +55,13 @@ def play_through(arguments):
     from obs_host import CONTENT, Desktop, HostError, Obs, free_port, wait_for
     port = free_port()
     prepare(arguments.home, arguments.layout, arguments.media, port)
-    desktop = Desktop()
+    desktop = Desktop("1280x800")
     obs = None
     try:
         obs = Obs(arguments.home, arguments.module, arguments.data, port)
         obs.connect()
         wait_for("the dock is on screen", lambda: obs.widget(CONTENT).showing, 30)
+        obs.fill_screen()
         labels = wait_for("the dock lists the queue", obs.labels, 10)
         for number, label in enumerate(labels):
             state, position = play_track(obs, label)

@@ -67,7 +67,6 @@ TEST_F(Editing, RemovalsComeBackWhereTheyWere)
 
 	remove({0, 1, 2});
 	EXPECT_EQ(queue(), QString());
-	EXPECT_TRUE(valuesIn(settingsOf(source), "playlist").isEmpty()) << "nothing is left to play";
 	undo();
 	EXPECT_EQ(queue(), u"abc"_s) << "undo brings no track back to playing";
 }
@@ -82,7 +81,8 @@ TEST_F(Editing, UndoFitsIntoWhatTheQueueHasBecome)
 	EXPECT_EQ(queue(), u"cba"_s);
 	undo();
 	EXPECT_EQ(queue(), u"cbad"_s);
-	remove({0, 1, 2});
+	remove({0, 1, 2, 3});
+	EXPECT_TRUE(valuesIn(settingsOf(source), "playlist").isEmpty()) << "nothing is left to play";
 	undo();
 	EXPECT_EQ(queue(), u"cbad"_s);
 }

@@ -45,29 +45,6 @@ protected:
 	}
 };
 
-TEST_F(Input, EscapeClearsTheSearchUnlessObsHoldsTheKey)
-{
-	const OBSSource source = makeSource(u"S"_s, {u"/m/a.mp3"_s, u"/m/b.mp3"_s});
-	show(source);
-	auto *edit = child<QLineEdit>("search");
-	edit->setFocus();
-	search(u"b"_s);
-	QTest::keyClick(edit, Qt::Key_Escape, Qt::ShiftModifier);
-	EXPECT_EQ(edit->text(), u"b"_s);
-	QTest::keyClick(edit, Qt::Key_Escape);
-	EXPECT_EQ(edit->text(), QString());
-	EXPECT_TRUE(list()->hasFocus());
-
-	const obs_hotkey_id hotkey = obs_hotkey_register_frontend(
-		"test", "test", [](void *, obs_hotkey_id, obs_hotkey_t *, bool) {}, nullptr);
-	obs_key_combination_t escape = {0, OBS_KEY_ESCAPE};
-	obs_hotkey_load_bindings(hotkey, &escape, 1);
-	search(u"b"_s);
-	QTest::keyClick(list(), Qt::Key_Escape);
-	EXPECT_EQ(edit->text(), u"b"_s);
-	obs_hotkey_unregister(hotkey);
-}
-
 TEST_F(Input, KeysPlayFindAndActOnTheSearch)
 {
 	const OBSSource source = makeSource(u"S"_s, {makeFile(u"a"_s), makeFile(u"b"_s)});

@@ -45,6 +45,10 @@ TEST_F(Playback, SwitchesInTwoPhases)
 	EXPECT_EQ(playlist(), files) << "the source is left alone until it has stopped";
 	EXPECT_FALSE(child<QWidget>("playPause")->isEnabled());
 	EXPECT_FALSE(child<QWidget>("seek")->isEnabled());
+	// The poll looks for edits made elsewhere when it looks for new names.
+	obs_source_set_name(source, "Renamed");
+	ASSERT_TRUE(waitFor([this] { return child<QComboBox>("sourceSelector")->currentText() == u"Renamed"_s; }));
+	EXPECT_EQ(current(), 1) << "the playlist that is about to be replaced is no edit";
 	sendStopped(source);
 	EXPECT_EQ(playlist(), QStringList{files[1]});
 	const QJsonObject settings = settingsOf(source);
@@ -247,7 +251,8 @@ TEST_F(Playback, TheSliderSeeksOnceOnRelease)
 	EXPECT_EQ(time->text(), u"−1:20"_s);
 
 	// A theme's handle may be lower than the slider; and a new track's duration counts before the poll has seen it.
-	slider->setStyleSheet(u"QSlider::groove { height: 4px; } QSlider::handle { height: 8px; width: 8px; }"_s);
+	slider->setStyleSheet(u"QSlider::groove { height: 4px; } QSlider::handle { width: 8px; margin: -2px 0; }"_s);
+	slider->setFixedHeight(20);
 	media(source).durationMs = 200000;
 	QTest::mouseClick(slider, Qt::LeftButton, {}, {target.x(), 0});
 	EXPECT_NEAR(time->text().mid(3).toInt(), 50, 3) << time->text().toStdString();

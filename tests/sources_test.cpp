@@ -75,9 +75,9 @@ TEST_F(Sources, EachKeepsItsView)
 	EXPECT_TRUE(action("moveUp")->isEnabled());
 	// A view fits only the search text that it was remembered with.
 	choose(b);
-	search(u"1"_s);
+	search(u"0.mp3"_s);
 	choose(a);
-	EXPECT_EQ(list()->currentItem()->text(), u"1.mp3"_s);
+	EXPECT_EQ(list()->currentItem()->text(), u"0.mp3"_s);
 }
 
 TEST_F(Sources, AManagedSourceThatIsLeftKeepsItsQueueForItsReturn)

@@ -71,15 +71,3 @@ TEST(Text, PathsNameFilesAndLabels)
 		EXPECT_EQ(labelFor(path, true).toStdString(), std::string("▶\uFE0E ") + row.label) << row.path;
 	}
 }
-
-TEST(Text, PathArraysKeepOrderAndLeaveOutTheEmpty)
-{
-	const QList<QString> paths = {u"/b"_s, QString(), u"/a"_s, u"/b"_s};
-	OBSDataAutoRelease settings = obs_data_create();
-	OBSDataArrayAutoRelease array = pathArray(paths);
-	obs_data_set_array(settings, playlistKey, array);
-	EXPECT_EQ(obs_data_array_count(array), 4u);
-	EXPECT_EQ(pathsIn(settings, playlistKey), (QList<QString>{u"/b"_s, u"/a"_s, u"/b"_s}));
-	EXPECT_TRUE(pathsIn(settings, "absent").isEmpty());
-	EXPECT_NE(pathArray({}).Get(), nullptr);
-}

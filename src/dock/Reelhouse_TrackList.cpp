@@ -50,9 +50,9 @@ class RowFilter {
 public:
 	explicit RowFilter(const QString &needle_) : needle(needle_), byNumber(needle.startsWith(u'#'))
 	{
-		bool parsed = false;
-		const int number = byNumber ? QStringView(needle).mid(1).toInt(&parsed) : 0;
-		numberedRow = parsed ? qint64(number) - 1 : -1;
+		// What is no number reads 0, which is no row's.
+		if (byNumber)
+			numberedRow = qint64(QStringView(needle).mid(1).toInt()) - 1;
 	}
 
 	bool shows(int row, const QListWidgetItem *item) const

@@ -86,6 +86,12 @@ TEST_F(Playback, OnlyTheNewestSwitchLandsAndACancelIsFinal)
 	EXPECT_EQ(current(), 1);
 	EXPECT_TRUE(child<QWidget>("playPause")->isEnabled());
 	EXPECT_EQ(playlist(), QStringList{files[1]});
+
+	play(0);
+	sendStopped(source);
+	play(2);
+	QCoreApplication::processEvents();
+	EXPECT_FALSE(child<QWidget>("playPause")->isEnabled()) << "the older switch's end is not the newer's";
 }
 
 TEST_F(Playback, ASourceDeletedDuringASwitchEndsIt)

@@ -4,7 +4,6 @@
 #include <QDropEvent>
 
 #include <algorithm>
-#include <utility>
 
 namespace reelhouse {
 
@@ -49,13 +48,14 @@ void TrackListWidget::moveSelectionTo(int target)
 	const auto split = std::ranges::lower_bound(rows, target);
 
 	dropping = true;
+	bool moved = false;
 	int destination = target;
 	for (auto end = split; end != rows.cbegin();) {
 		auto first = end - 1;
 		while (first != rows.cbegin() && first[-1] == *first - 1)
 			first--;
 		const int run = static_cast<int>(end - first);
-		model()->moveRows({}, *first, run, {}, destination);
+		moved |= model()->moveRows({}, *first, run, {}, destination);
 		destination -= run;
 		end = first;
 	}
@@ -65,20 +65,18 @@ void TrackListWidget::moveSelectionTo(int target)
 		while (end != rows.cend() && *end == end[-1] + 1)
 			end++;
 		const int run = static_cast<int>(end - first);
-		model()->moveRows({}, *first, run, {}, destination);
+		moved |= model()->moveRows({}, *first, run, {}, destination);
 		destination += run;
 		first = end;
 	}
 	dropping = false;
-	if (std::exchange(movedByDrop, false))
+	if (moved)
 		Q_EMIT reordered();
 }
 
 void TrackListWidget::rowsMoved()
 {
-	if (dropping)
-		movedByDrop = true;
-	else
+	if (!dropping)
 		Q_EMIT reordered();
 }
 

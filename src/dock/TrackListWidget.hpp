@@ -28,7 +28,6 @@ private:
 	void rowsMoved();
 
 	bool dropping = false;
-	bool movedByDrop = false;
 };
 
 } // namespace reelhouse

@@ -261,13 +261,17 @@ def editing(show, obs, names, clips):
 
     obs.menu(extra.name, "Move to Top", disabled=["Move Down", "Move to Bottom", "Undo Remove"])
     stored("moving to the top", [extra.name, *names])
-    first, second, last = obs.row(extra.name), obs.row(names[1]), obs.row(names[2])
-    first.click(across=0.3)
-    xdotool("keydown", "ctrl")
-    second.click(across=0.3)
-    xdotool("keyup", "ctrl")
-    drag(obs, first.point(0.3, 0.5), last.point(0.3, 0.9))
+    def drag_two(first, second, target, down):
+        obs.row(first).click(across=0.3)
+        xdotool("keydown", "ctrl")
+        obs.row(second).click(across=0.3)
+        xdotool("keyup", "ctrl")
+        drag(obs, obs.row(first).point(0.3, 0.5), obs.row(target).point(0.3, down))
+
+    drag_two(extra.name, names[1], names[2], 0.9)
     stored("dragging two rows to the end", [names[0], names[2], extra.name, names[1]])
+    drag_two(names[2], names[1], names[0], 0.1)
+    stored("dragging two rows to the top", [names[2], names[1], names[0], extra.name])
 
     obs.choose("sourceSelector", "Select a VLC Video Source")
     inputs = len(obs.request("GetInputList")["inputs"])
@@ -301,9 +305,9 @@ def revealing(show, obs, names):
 
     bus.register_object("/org/freedesktop/FileManager1", interface, call, None, None)
     Gio.bus_own_name_on_connection(bus, "org.freedesktop.FileManager1", 0, None, None)
-    obs.menu(names[2], "Show in Folder", disabled=["Undo Remove"])
+    obs.menu(names[1], "Show in Folder", disabled=["Undo Remove"])
     wait_for("the file manager is asked", lambda: GLib.MainContext.default().iteration(False) and asked, 5)
-    expect("what it shows", asked, [GLib.filename_to_uri(str(show.folder / names[2]))])
+    expect("what it shows", asked, [GLib.filename_to_uri(str(show.folder / names[1]))])
 
 
 def stream(show):

@@ -17,10 +17,17 @@ bool KeyClaim::eventFilter(QObject *watched, QEvent *event)
 	if (type != QEvent::ShortcutOverride && type != QEvent::KeyPress)
 		return QObject::eventFilter(watched, event);
 	const auto *keyEvent = static_cast<const QKeyEvent *>(event);
-	if (QKeySequence(keyEvent->keyCombination()) != key || !wanted())
+	// As Qt compares keys for its standard shortcuts.
+	const auto modifiers = keyEvent->modifiers() & ~(Qt::KeypadModifier | Qt::GroupSwitchModifier);
+	if (QKeySequence(QKeyCombination(modifiers, Qt::Key(keyEvent->key()))) != key)
+		return QObject::eventFilter(watched, event);
+	// What a held key repeats goes where its first press went: it must not reach OBS once there is nothing left here.
+	if (!keyEvent->isAutoRepeat())
+		claimed = wanted();
+	if (!claimed)
 		return QObject::eventFilter(watched, event);
 	event->accept();
-	if (type == QEvent::KeyPress)
+	if (type == QEvent::KeyPress && !keyEvent->isAutoRepeat())
 		run();
 	return true;
 }

@@ -11,7 +11,8 @@ namespace reelhouse {
 
 // Claims a key for a widget and its children ahead of every shortcut. OBS's main window has actions on the same keys
 // as ours, Undo for the whole application and Ctrl+F for its window, and Qt triggers neither of two shortcuts that
-// match. A claimed key reaches the focused widget as a plain key press, which the claim then handles.
+// match. A claimed key reaches the focused widget as a plain key press, which the claim then handles, once for each time
+// that the key goes down.
 class KeyClaim : public QObject {
 public:
 	// Lives as long as scope. While wanted() is false the key is left to everybody else; run() is what it does.
@@ -23,6 +24,7 @@ private:
 	const QKeySequence key;
 	const std::function<bool()> wanted;
 	const std::function<void()> run;
+	bool claimed = false; // the key's last press was ours
 };
 
 } // namespace reelhouse

@@ -16,7 +16,7 @@ void MessageLabel::paintEvent(QPaintEvent *)
 	QPainter painter(this);
 	const QRect area = contentsRect();
 	style()->drawItemText(&painter, area, static_cast<int>(alignment().toInt()), palette(), isEnabled(),
-			      fontMetrics().elidedText(text(), Qt::ElideRight, area.width()), foregroundRole());
+			      fontMetrics().elidedText(text(), Qt::ElideMiddle, area.width()), foregroundRole());
 }
 
 } // namespace reelhouse

@@ -5,7 +5,8 @@
 
 namespace reelhouse {
 
-// A line of plain text that gives way to its neighbours: where there is no room for it all, it ends in an ellipsis.
+// A line of plain text that gives way to its neighbours: where there is no room for it all, its middle is left out, since
+// the messages start with what is wrong and end with a file's name.
 class MessageLabel : public QLabel {
 public:
 	using QLabel::QLabel;

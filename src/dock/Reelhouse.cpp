@@ -17,6 +17,8 @@ namespace {
 
 constexpr int pollIntervalMs = 250;
 constexpr int saveDelayMs = 500;
+// How long keys and wheel have to rest on the seek slider.
+constexpr int seekRestMs = 300;
 
 } // namespace
 
@@ -40,6 +42,9 @@ Reelhouse::Reelhouse(const QString &settingsPath_, QWidget *parent) : QWidget(pa
 	saveTimer.setInterval(saveDelayMs);
 	connect(&saveTimer, &QTimer::timeout, this, &Reelhouse::configurationChanged);
 
+	seekRest.setSingleShot(true);
+	seekRest.setInterval(seekRestMs);
+
 	updateButtons();
 }
 
@@ -62,7 +67,7 @@ void Reelhouse::suspend()
 	rememberView();
 	suspended = true;
 	cancelSwitch();
-	stoppedSignal.Disconnect();
+	disconnectSource();
 	saveTimer.stop();
 	messageLabel->hide();
 	playbackArmed = false;
@@ -99,6 +104,7 @@ void Reelhouse::showUnbound()
 {
 	rebuildList(QString());
 	updateTime(0);
+	const QSignalBlocker blocker(seekSlider);
 	seekSlider->setValue(0);
 	timeLabel->setAccessibleDescription(QString());
 }
@@ -108,6 +114,7 @@ void Reelhouse::showUnbound()
 void Reelhouse::cancelSwitch()
 {
 	seekTargetMs = -1;
+	seekRest.stop();
 	const bool wasPending = switchPending;
 	{
 		const std::lock_guard lock(switchMutex);

@@ -4,11 +4,14 @@
 #include <QElapsedTimer>
 #include <QHash>
 #include <QList>
+#include <QSet>
 #include <QString>
 #include <QTimer>
 #include <QWidget>
 
+#include <atomic>
 #include <mutex>
+#include <optional>
 
 // After Qt's headers: libobs's SIMD shim redefines compiler intrinsics that those pull in.
 #include <obs.hpp>
@@ -31,7 +34,7 @@ class TrackListWidget;
 // The dock. It binds one VLC source at a time, holds that source's play queue, keeps it in the source's private
 // settings, and plays it by giving the source one entry after the other.
 //
-// Everything runs on the user-interface thread, except mediaStopped().
+// Everything runs on the user-interface thread, except what libobs calls: mediaStopped(), mediaNext(), mediaPrevious().
 class Reelhouse : public QWidget {
 	Q_OBJECT
 
@@ -68,6 +71,12 @@ public:
 		int scrollValue = 0;
 	};
 
+	// Rows of the list by the ids of their tracks.
+	struct RowSelection {
+		QSet<QString> selected;
+		QString current;
+	};
+
 	// Builds the widgets and reads the settings file; nothing is listed or bound before resume(). An empty path means
 	// that settings are neither read nor written.
 	explicit Reelhouse(const QString &settingsPath, QWidget *parent = nullptr);
@@ -80,11 +89,18 @@ public:
 	// Suspends for good. From here on the dock binds nothing and writes no record.
 	void shutdown();
 
+	// Whether the bound source has a queue put aside that an edit made elsewhere has replaced.
+	bool canBringBack() const;
+	// Makes that queue the source's again and puts the present one aside in its place. The source plays on. Does
+	// nothing when there is none.
+	void bringBackReplaced();
+
 Q_SIGNALS:
 	// Half a second after the last write to a source's private settings: the scene collection wants saving.
 	void configurationChanged();
 	// The source with this UUID has switched to a track that the user started from the list.
 	void sceneSwitchRequested(const QString &uuid);
+	void canBringBackChanged(bool canBringBack);
 
 protected:
 	// Reelhouse_Input.cpp
@@ -102,12 +118,16 @@ private:
 	void buildTopGrid();
 	void placeTopGrid();
 	void buildList();
-	void buildMenu();
 	QLayout *buildTransportRow();
 	void makeShortcuts();
 	void connectSignals();
 	void setEndMode();
+
+	// Reelhouse_Menu.cpp
+	void buildMenu();
 	QPoint prepareMenu(QPoint position);
+	bool selectMenuRows();
+	void forgetMenuRows();
 	void showAbout();
 
 	// Reelhouse_Sources.cpp
@@ -116,14 +136,21 @@ private:
 	void chooseSource();
 	void reloadSource();
 	void bindSource(const QString &uuid);
+	void disconnectSource();
 	// The bound source, or null when none is bound or it has been deleted or removed. The caller owns the reference.
 	OBSSourceAutoRelease lockSource() const;
 
 	// Reelhouse_Record.cpp
 	void loadQueue(obs_source_t *source, bool force);
-	bool readStoredTracks(obs_data_t *record);
+	void readEndMode(obs_data_t *record);
+	void readTakeover(obs_data_t *record);
+	void showLoaded(const QString &selectId);
 	void storeQueue();
 	void restoreSource();
+
+	// Reelhouse_Replaced.cpp
+	void keepReplacedQueue(obs_source_t *source, obs_data_t *record);
+	QString idHeldBySource(const QString &preferredId) const;
 
 	// Reelhouse_ViewState.cpp
 	void rememberView();
@@ -147,14 +174,21 @@ private:
 	void followSeek(qint64 positionMs);
 	void describePlayback(obs_media_state state, qint64 positionMs);
 	void followEnd(obs_media_state state);
-	// Called by libobs on a thread of its own.
+	// These three are called by libobs on a thread of its own.
 	static void mediaStopped(void *data, calldata_t *params);
+	static void mediaNext(void *data, calldata_t *params);
+	static void mediaPrevious(void *data, calldata_t *params);
+	void postStep(int step);
+	void followStep(int step, quint64 serial);
 	void finishSwitch(quint64 serial);
 
 	// Reelhouse_Transport.cpp
 	void updateTime(qint64 positionMs);
 	void toggleTimeDisplay();
+	void takeSlider();
+	void stepSlider(int value);
 	void seekToSlider();
+	bool isSliderHeld() const;
 	qint64 timeAtSlider(int value) const;
 	void updateButtons();
 	void holdFocus();
@@ -178,6 +212,7 @@ private:
 	// Reelhouse_Editing.cpp
 	void addFiles();
 	void appendFiles(const QList<QString> &paths);
+	void clearSearchSilently();
 	void removeSelected();
 	void undoRemove();
 	void moveSelected(int delta);
@@ -200,9 +235,12 @@ private:
 	// when it comes back.
 	QString sourceUuid;
 
-	// The bound source; both are set or neither is.
+	// The bound source; all of these are set or none is.
 	OBSWeakSource weakSource;
 	OBSSignal stoppedSignal;
+	OBSSignal nextSignal;
+	OBSSignal previousSignal;
+	std::atomic<quint64> bindSerial = 0; // one per binding; the libobs thread reads it
 
 	// Switch handshake: the libobs thread touches these two, only with switchMutex held.
 	std::mutex switchMutex;
@@ -222,6 +260,9 @@ private:
 	bool originalShuffle = false;
 	QString originalBehavior;
 
+	std::optional<RowSelection> menuRows; // what the open context menu acts on
+	bool bringBackOffered = false;        // as last told by canBringBackChanged()
+
 	bool suspended = true;
 	bool shutDown = false;
 	bool reordering = false; // rows are being moved by the dock itself
@@ -232,10 +273,12 @@ private:
 	quint32 tickCount = 0;
 	qint64 durationMs = 0;
 	qint64 seekTargetMs = -1; // -1: no seek in flight
+	quint64 seekSerial = 0;   // the switch serial that the slider was taken under
 	QElapsedTimer switchClock;
 	QElapsedTimer seekClock;
 	QTimer pollTimer;
 	QTimer saveTimer;
+	QTimer seekRest; // runs while keys or the wheel move the slider
 	QWidget *focusAfterSwitch = nullptr; // the control that a switch took the keyboard focus from
 
 	// Owned by Qt's parent-child tree.

@@ -39,14 +39,22 @@ void Reelhouse::appendFiles(const QList<QString> &paths)
 		return;
 	for (const QString &path : paths)
 		tracks.append(Track::fromPath(path));
-	{
-		const QSignalBlocker blocker(searchEdit);
-		searchEdit->clear();
-	}
+	clearSearchSilently();
 	rebuildList(tracks.constLast().id);
 	playlistWidget->scrollToItem(playlistWidget->currentItem(), QAbstractItemView::EnsureVisible);
 	storeQueue();
 	clearError();
+}
+
+void Reelhouse::clearSearchSilently()
+{
+	if (searchEdit->text().isEmpty())
+		return;
+	const QSignalBlocker blocker(searchEdit);
+	searchEdit->clear();
+	// The clear button follows the field's signals; made anew, it starts from the field's text.
+	searchEdit->setClearButtonEnabled(false);
+	searchEdit->setClearButtonEnabled(true);
 }
 
 void Reelhouse::removeSelected()
@@ -54,11 +62,7 @@ void Reelhouse::removeSelected()
 	OBSSourceAutoRelease source = lockSource();
 	if (!source || suspended || shutDown)
 		return;
-	QSet<QString> ids;
-	for (const QModelIndex &index : playlistWidget->selectionModel()->selectedIndexes()) {
-		if (!playlistWidget->isRowHidden(index.row()))
-			ids.insert(index.data(IdRole).toString());
-	}
+	const QSet<QString> ids = playlistWidget->selectedIds();
 	if (ids.isEmpty())
 		return;
 
@@ -117,6 +121,8 @@ void Reelhouse::undoRemove()
 
 void Reelhouse::moveSelected(int delta)
 {
+	if (!OBSSourceAutoRelease(lockSource()) || suspended || shutDown)
+		return;
 	const int from = playlistWidget->currentRow();
 	const int to = from + delta;
 	if (visibleSelectionCount() != 1 || !needle().isEmpty() || from < 0 || to < 0 || to >= playlistWidget->count())
@@ -133,6 +139,12 @@ void Reelhouse::orderChanged()
 {
 	if (reordering)
 		return;
+	OBSSourceAutoRelease source = lockSource();
+	if (!source || suspended || shutDown) {
+		// The drag has moved rows of a queue that is no longer anybody's.
+		rebuildList(selectedId());
+		return;
+	}
 	tracks.clear();
 	tracks.reserve(playlistWidget->count());
 	for (int i = 0; i < playlistWidget->count(); i++) {

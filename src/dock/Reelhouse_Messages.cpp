@@ -42,12 +42,16 @@ void Reelhouse::openFolder()
 
 	const QFileInfo file(local);
 	const QString folder = file.absolutePath();
-	const bool shown = (file.isFile() && revealFile(file.absoluteFilePath())) ||
-			   (QDir(folder).exists() && QDesktopServices::openUrl(QUrl::fromLocalFile(folder)));
-	if (shown)
+	const auto showFolder = [this, folder] {
+		if (QDir(folder).exists() && QDesktopServices::openUrl(QUrl::fromLocalFile(folder)))
+			clearError();
+		else
+			showError(ui("OpenFolderError").arg(folder));
+	};
+	if (file.isFile() && revealFile(file.absoluteFilePath(), this, showFolder))
 		clearError();
 	else
-		showError(ui("OpenFolderError").arg(folder));
+		showFolder();
 }
 
 void Reelhouse::showError(const QString &message)

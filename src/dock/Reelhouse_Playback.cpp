@@ -29,6 +29,7 @@ void Reelhouse::playTrack(const QString &id, bool withSceneSwitch)
 
 	playbackArmed = false;
 	seekTargetMs = -1;
+	seekRest.stop();
 	sceneSwitchWanted = withSceneSwitch;
 	const QString previousId = currentId;
 	currentId = track->id;

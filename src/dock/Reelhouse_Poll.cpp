@@ -87,7 +87,7 @@ void Reelhouse::followSeek(qint64 positionMs)
 		if (landed || seekClock.elapsed() > seekPatienceMs)
 			seekTargetMs = -1;
 	}
-	if (seekSlider->isSliderDown() || seekTargetMs >= 0)
+	if (isSliderHeld() || seekTargetMs >= 0)
 		return;
 	const QSignalBlocker blocker(seekSlider);
 	const qint64 value = durationMs >= 1 ? std::min<qint64>(positionMs * 1000 / durationMs, 1000) : 0;
@@ -153,6 +153,33 @@ void Reelhouse::mediaStopped(void *data, calldata_t *params)
 		dock->pendingSettings = nullptr;
 	}
 	QMetaObject::invokeMethod(dock, [dock, serial] { dock->finishSwitch(serial); }, Qt::QueuedConnection);
+}
+
+// The source's own hotkeys, OBS's media controls and remote controls all end here, on libobs's thread.
+void Reelhouse::mediaNext(void *data, calldata_t *)
+{
+	static_cast<Reelhouse *>(data)->postStep(1);
+}
+
+void Reelhouse::mediaPrevious(void *data, calldata_t *)
+{
+	static_cast<Reelhouse *>(data)->postStep(-1);
+}
+
+void Reelhouse::postStep(int step)
+{
+	const auto follow = [this, step, serial = bindSerial.load()] {
+		followStep(step, serial);
+	};
+	QMetaObject::invokeMethod(this, follow, Qt::QueuedConnection);
+}
+
+// The source holds one entry, which leaves its own controls nowhere to step to: they step the queue. What it did of its
+// own, going on or starting the entry anew, ends with the switch.
+void Reelhouse::followStep(int step, quint64 serial)
+{
+	if (serial == bindSerial && managed && currentIndex() >= 0)
+		playRelative(step);
 }
 
 void Reelhouse::finishSwitch(quint64 serial)

@@ -9,42 +9,12 @@
 #include <algorithm>
 
 #include "dock/paths.hpp"
+#include "dock/record.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;
 
 namespace {
-
-constexpr char recordKey[] = "OBS-Reelhouse";
-constexpr int recordVersion = 1;
-
-// Keys of the record, which is an object in the source's private settings and so travels with the scene collection.
-constexpr char versionKey[] = "version";
-constexpr char tracksKey[] = "tracks";
-constexpr char idKey[] = "id";
-constexpr char observedKey[] = "observed";
-constexpr char currentKey[] = "current";
-constexpr char managedKey[] = "managed";
-constexpr char originalLoopKey[] = "originalLoop";
-constexpr char originalShuffleKey[] = "originalShuffle";
-constexpr char originalBehaviorKey[] = "originalBehavior";
-constexpr char endModeKey[] = "endMode";
-
-QString stringIn(obs_data_t *data, const char *key)
-{
-	return QString::fromUtf8(obs_data_get_string(data, key));
-}
-
-// Null for a source without a record that this version can read.
-OBSDataAutoRelease recordOf(obs_source_t *source)
-{
-	// Fetched anew each time: loading a scene collection replaces a source's private settings.
-	OBSDataAutoRelease privateSettings = obs_source_get_private_settings(source);
-	OBSDataAutoRelease record = obs_data_get_obj(privateSettings, recordKey);
-	if (!record || obs_data_get_int(record, versionKey) != recordVersion)
-		return nullptr;
-	return record;
-}
 
 // The media files directly in a folder, as absolute paths in name order.
 QList<QString> mediaFilesIn(const QString &folder)
@@ -71,18 +41,6 @@ QList<QString> expandFolders(const QList<QString> &paths)
 	return expanded;
 }
 
-OBSDataArrayAutoRelease trackArray(const QList<Reelhouse::Track> &tracks)
-{
-	OBSDataArrayAutoRelease array = obs_data_array_create();
-	for (const Reelhouse::Track &track : tracks) {
-		OBSDataAutoRelease item = obs_data_create();
-		obs_data_set_string(item, valueKey, track.path.toUtf8().constData());
-		obs_data_set_string(item, idKey, track.id.toUtf8().constData());
-		obs_data_array_push_back(array, item);
-	}
-	return array;
-}
-
 } // namespace
 
 // The stored queue holds only while the source's playlist is what the dock last saw or wrote; otherwise somebody edited
@@ -93,20 +51,18 @@ void Reelhouse::loadQueue(obs_source_t *source, bool force)
 	const QString selected = selectedId();
 	OBSDataAutoRelease settings = obs_source_get_settings(source);
 	const QList<QString> sourcePaths = pathsIn(settings, playlistKey);
-	OBSDataAutoRelease record = recordOf(source);
+	OBSDataAutoRelease privateSettings = obs_source_get_private_settings(source);
+	OBSDataAutoRelease stored = obs_data_get_obj(privateSettings, recordKey);
+	obs_data_t *record = isReadable(stored) ? stored.Get() : nullptr;
 
-	// Without a record this reads 0, to stop.
-	endMode = static_cast<int>(std::clamp<long long>(obs_data_get_int(record, endModeKey), EndStop, EndRepeat));
+	readEndMode(record);
 	tracks.clear();
 	removed.clear();
 	currentId.clear();
 	playbackArmed = false;
 
-	if (record && !force && pathsIn(record, observedKey) == sourcePaths && readStoredTracks(record)) {
-		managed = obs_data_get_bool(record, managedKey);
-		originalLoop = obs_data_get_bool(record, originalLoopKey);
-		originalShuffle = obs_data_get_bool(record, originalShuffleKey);
-		originalBehavior = stringIn(record, originalBehaviorKey);
+	if (record && !force && pathsIn(record, observedKey) == sourcePaths && readTracks(record, tracks)) {
+		readTakeover(record);
 		currentId = stringIn(record, currentKey);
 	} else {
 		tracks.clear();
@@ -116,33 +72,37 @@ void Reelhouse::loadQueue(obs_source_t *source, bool force)
 		originalLoop = obs_data_get_bool(settings, loopKey);
 		originalShuffle = obs_data_get_bool(settings, shuffleKey);
 		originalBehavior = stringIn(settings, behaviorKey);
+		keepReplacedQueue(source, stored);
 	}
-	if (originalBehavior.isEmpty())
-		originalBehavior = u"stop_restart"_s;
 	observed = sourcePaths;
 	if (currentIndex() < 0)
 		currentId.clear();
-
-	const QSignalBlocker blocker(endModeSelector);
-	endModeSelector->setCurrentIndex(endMode);
-	rebuildList(selected);
-	storeQueue();
+	showLoaded(selected);
 }
 
-// Appends the record's tracks to the queue. False when one of them is unusable, which makes all of them so.
-bool Reelhouse::readStoredTracks(obs_data_t *record)
+// What a record says beside its tracks. Of a null record the end mode reads 0, to stop.
+void Reelhouse::readEndMode(obs_data_t *record)
 {
-	OBSDataArrayAutoRelease array = obs_data_get_array(record, tracksKey);
-	const size_t count = obs_data_array_count(array);
-	tracks.reserve(static_cast<qsizetype>(count));
-	for (size_t i = 0; i < count; i++) {
-		OBSDataAutoRelease item = obs_data_array_item(array, i);
-		Track track{stringIn(item, idKey), stringIn(item, valueKey)};
-		if (track.id.isEmpty() || track.path.isEmpty())
-			return false;
-		tracks.append(std::move(track));
-	}
-	return true;
+	endMode = static_cast<int>(std::clamp<long long>(obs_data_get_int(record, endModeKey), EndStop, EndRepeat));
+}
+
+void Reelhouse::readTakeover(obs_data_t *record)
+{
+	managed = obs_data_get_bool(record, managedKey);
+	originalLoop = obs_data_get_bool(record, originalLoopKey);
+	originalShuffle = obs_data_get_bool(record, originalShuffleKey);
+	originalBehavior = stringIn(record, originalBehaviorKey);
+}
+
+// What every queue ends with that comes from a record or a playlist.
+void Reelhouse::showLoaded(const QString &selectId)
+{
+	if (originalBehavior.isEmpty())
+		originalBehavior = u"stop_restart"_s;
+	const QSignalBlocker blocker(endModeSelector);
+	endModeSelector->setCurrentIndex(endMode);
+	rebuildList(selectId);
+	storeQueue();
 }
 
 void Reelhouse::storeQueue()

@@ -151,8 +151,8 @@ void Reelhouse::refreshSources()
 	OBSSourceAutoRelease bound = lockSource();
 	const QString boundUuid = bound ? uuidOf(bound) : QString();
 	const QString chosenUuid = sourceSelector->currentData().toString();
-	// The second case: the bound source is gone, and the queue that it left behind has to go as well.
-	if (chosenUuid != boundUuid || (!bound && !tracks.isEmpty()))
+	// The second case: the bound source is gone, and what it left behind has to go as well.
+	if (chosenUuid != boundUuid || (!bound && (weakSource || !tracks.isEmpty())))
 		bindSource(chosenUuid);
 }
 
@@ -192,8 +192,7 @@ void Reelhouse::bindSource(const QString &uuid)
 {
 	rememberView();
 	cancelSwitch();
-	// Before the source is let go of: the signal's callback must not outlive the binding.
-	stoppedSignal.Disconnect();
+	disconnectSource();
 	messageLabel->hide();
 	playbackArmed = false;
 	weakSource = nullptr;
@@ -207,8 +206,20 @@ void Reelhouse::bindSource(const QString &uuid)
 	weakSource = OBSGetWeakRef(source);
 	loadQueue(source, false);
 	restoreView(uuid);
-	stoppedSignal.Connect(obs_source_get_signal_handler(source), "media_stopped", mediaStopped, this);
+	signal_handler_t *signals = obs_source_get_signal_handler(source);
+	stoppedSignal.Connect(signals, "media_stopped", mediaStopped, this);
+	nextSignal.Connect(signals, "media_next", mediaNext, this);
+	previousSignal.Connect(signals, "media_previous", mediaPrevious, this);
 	clearError();
+}
+
+// Before the source is let go of: no callback must outlive the binding, and no step that one has posted counts any more.
+void Reelhouse::disconnectSource()
+{
+	stoppedSignal.Disconnect();
+	nextSignal.Disconnect();
+	previousSignal.Disconnect();
+	bindSerial++;
 }
 
 OBSSourceAutoRelease Reelhouse::lockSource() const

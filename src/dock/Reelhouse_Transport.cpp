@@ -46,7 +46,7 @@ void Reelhouse::toggleTimeDisplay()
 	remainingTime = !remainingTime;
 	OBSSourceAutoRelease source = lockSource();
 	qint64 positionMs = source ? obs_source_media_get_time(source) : 0;
-	if (seekSlider->isSliderDown())
+	if (isSliderHeld())
 		positionMs = timeAtSlider(seekSlider->value());
 	else if (seekTargetMs >= 0)
 		positionMs = seekTargetMs;
@@ -54,16 +54,41 @@ void Reelhouse::toggleTimeDisplay()
 	saveSelection();
 }
 
+bool Reelhouse::isSliderHeld() const
+{
+	return seekSlider->isSliderDown() || seekRest.isActive();
+}
+
 qint64 Reelhouse::timeAtSlider(int value) const
 {
 	return durationMs * value / 1000;
 }
 
+// A seek is meant for the media that the hand went down on. Every switch, stop, bind, reload and suspend takes a serial
+// of its own, and each disables the slider or lets go of it: what is released after one seeks nothing.
+void Reelhouse::takeSlider()
+{
+	seekRest.stop();
+	seekSerial = switchSerial;
+	seekTargetMs = -1;
+	updateTime(timeAtSlider(seekSlider->value()));
+}
+
+// By key, by wheel or by assistive technology, which say no more than the new value: the seek follows when they rest.
+void Reelhouse::stepSlider(int value)
+{
+	if (seekSlider->isSliderDown())
+		return;
+	if (!seekRest.isActive())
+		takeSlider();
+	seekRest.start();
+	updateTime(timeAtSlider(value));
+}
+
 void Reelhouse::seekToSlider()
 {
 	OBSSourceAutoRelease source = lockSource();
-	// A switch that begins under a held slider disables it, which lets go of it: the seek was meant for the old track.
-	if (!source || switchPending)
+	if (!source || switchPending || seekSerial != switchSerial)
 		return;
 	// Read anew: just after a switch the poll's duration is still the previous track's.
 	durationMs = std::max<qint64>(obs_source_media_get_duration(source), 0);
@@ -95,6 +120,9 @@ void Reelhouse::updateButtons()
 		giveFocusBack();
 	updateMenuActions(active, selected);
 	updatePlayPauseButton(state, selected);
+	const bool bringsBack = canBringBack();
+	if (std::exchange(bringBackOffered, bringsBack) != bringsBack)
+		Q_EMIT canBringBackChanged(bringsBack);
 }
 
 // A switch disables two controls for a moment. Qt would hand the keyboard focus on to the next one, stop or the end
@@ -117,12 +145,21 @@ void Reelhouse::giveFocusBack()
 
 void Reelhouse::updateMenuActions(bool active, const QString &selected)
 {
-	const int selectionCount = visibleSelectionCount();
-	removeAction->setEnabled(active && selectionCount >= 1);
 	undoRemoveAction->setEnabled(active && !removed.isEmpty());
 	locateCurrentAction->setEnabled(active && currentIndex() >= 0);
 	restorePlaylistAction->setEnabled(active && (managed || !tracks.isEmpty()));
+	// An open menu keeps to the rows that it was opened on, and offers nothing for them once they are gone.
+	if (menuRows) {
+		if (!active || !playlistWidget->showsAny(menuRows->selected)) {
+			for (QAction *action : {removeAction, openFolderAction, moveUpAction, moveDownAction,
+						moveTopAction, moveBottomAction})
+				action->setEnabled(false);
+		}
+		return;
+	}
 
+	const int selectionCount = visibleSelectionCount();
+	removeAction->setEnabled(active && selectionCount >= 1);
 	const QListWidgetItem *row = playlistWidget->currentItem();
 	openFolderAction->setEnabled(active && !selected.isEmpty() && selectionCount == 1 && row->isSelected() &&
 				     !localFilePath(row->data(PathRole).toString()).isEmpty());

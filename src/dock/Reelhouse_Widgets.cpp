@@ -6,8 +6,6 @@
 #include <QGridLayout>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMenu>
-#include <QMessageBox>
 #include <QShortcut>
 
 #include <algorithm>
@@ -57,18 +55,12 @@ QToolButton *makeTransportButton(QWidget *parent, const QString &name, const cha
 	return button;
 }
 
-QAction *addEntry(QMenu *menu, const QString &name, const char *textKey)
-{
-	QAction *action = menu->addAction(ui(textKey));
-	action->setObjectName(name);
-	return action;
-}
-
 // For an action that the list triggers by key as well.
 void addToList(QListWidget *list, QAction *action, const QKeySequence &key)
 {
 	action->setShortcut(key);
 	action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+	action->setAutoRepeat(false);
 	list->addAction(action);
 	new KeyClaim(list, key, [action] { return action->isEnabled(); }, [action] { action->trigger(); });
 }
@@ -76,6 +68,7 @@ void addToList(QListWidget *list, QAction *action, const QKeySequence &key)
 QShortcut *makeShortcut(QWidget *parent, const QKeySequence &key)
 {
 	auto *shortcut = new QShortcut(key, parent);
+	shortcut->setAutoRepeat(false);
 	shortcut->setContext(Qt::WidgetWithChildrenShortcut);
 	return shortcut;
 }
@@ -181,29 +174,6 @@ void Reelhouse::buildList()
 	searchEdit->installEventFilter(this);
 }
 
-void Reelhouse::buildMenu()
-{
-	auto *menu = new QMenu(playlistWidget);
-	menu->setObjectName(u"playlistMenu"_s);
-	moveUpAction = addEntry(menu, u"moveUp"_s, "MoveUp");
-	moveDownAction = addEntry(menu, u"moveDown"_s, "MoveDown");
-	moveTopAction = addEntry(menu, u"moveTop"_s, "MoveTop");
-	moveBottomAction = addEntry(menu, u"moveBottom"_s, "MoveBottom");
-	menu->addSeparator();
-	removeAction = addEntry(menu, u"remove"_s, "RemoveTrack");
-	undoRemoveAction = addEntry(menu, u"undoRemove"_s, "UndoRemove");
-	menu->addSeparator();
-	locateCurrentAction = addEntry(menu, u"locateCurrent"_s, "LocateCurrent");
-	openFolderAction = addEntry(menu, u"openFolder"_s, "OpenFolder");
-	restorePlaylistAction = addEntry(menu, u"restorePlaylist"_s, "RestorePlaylist");
-	menu->addSeparator();
-	QAction *aboutAction = addEntry(menu, u"aboutPlugin"_s, "AboutMenu");
-
-	connect(aboutAction, &QAction::triggered, this, &Reelhouse::showAbout);
-	connect(playlistWidget, &QWidget::customContextMenuRequested, this,
-		[this, menu](const QPoint &position) { menu->popup(prepareMenu(position)); });
-}
-
 QLayout *Reelhouse::buildTransportRow()
 {
 	messageLabel = new MessageLabel(this);
@@ -223,6 +193,8 @@ QLayout *Reelhouse::buildTransportRow()
 	seekSlider->setObjectName(u"seek"_s);
 	seekSlider->setAccessibleName(ui("ElapsedTime"));
 	seekSlider->setRange(0, 1000);
+	seekSlider->setSingleStep(10);
+	seekSlider->setPageStep(100);
 	seekSlider->setMinimumWidth(80);
 
 	timeLabel = new QLabel(u"0:00"_s, this);
@@ -275,6 +247,12 @@ void Reelhouse::connectSignals()
 {
 	QListWidget *list = playlistWidget;
 	auto *refreshButton = findChild<QToolButton *>(u"refresh"_s);
+	const auto onMenuRows = [this](QAction *action, const auto &command) {
+		connect(action, &QAction::triggered, this, [this, command] {
+			if (selectMenuRows())
+				command();
+		});
+	};
 
 	connect(sourceSelector, &QComboBox::currentIndexChanged, this, &Reelhouse::chooseSource);
 	connect(refreshButton, &QToolButton::clicked, this, &Reelhouse::reloadSource);
@@ -286,26 +264,24 @@ void Reelhouse::connectSignals()
 	connect(list, &QListWidget::itemSelectionChanged, this, &Reelhouse::updateButtons);
 	connect(playlistWidget, &TrackListWidget::reordered, this, &Reelhouse::orderChanged);
 	connect(addFilesButton, &QToolButton::clicked, this, &Reelhouse::addFiles);
-	connect(removeAction, &QAction::triggered, this, &Reelhouse::removeSelected);
 	connect(undoRemoveAction, &QAction::triggered, this, &Reelhouse::undoRemove);
 	connect(locateCurrentAction, &QAction::triggered, this, &Reelhouse::locateCurrent);
-	connect(openFolderAction, &QAction::triggered, this, &Reelhouse::openFolder);
-	connect(moveUpAction, &QAction::triggered, this, [this] { moveSelected(-1); });
-	connect(moveDownAction, &QAction::triggered, this, [this] { moveSelected(1); });
-	connect(moveTopAction, &QAction::triggered, this, [this, list] { moveSelected(-list->currentRow()); });
-	connect(moveBottomAction, &QAction::triggered, this,
-		[this, list] { moveSelected(list->count() - 1 - list->currentRow()); });
+	onMenuRows(removeAction, [this] { removeSelected(); });
+	onMenuRows(openFolderAction, [this] { openFolder(); });
+	onMenuRows(moveUpAction, [this] { moveSelected(-1); });
+	onMenuRows(moveDownAction, [this] { moveSelected(1); });
+	onMenuRows(moveTopAction, [this, list] { moveSelected(-list->currentRow()); });
+	onMenuRows(moveBottomAction, [this, list] { moveSelected(list->count() - 1 - list->currentRow()); });
 	connect(restorePlaylistAction, &QAction::triggered, this, &Reelhouse::restoreSource);
 	connect(playPauseButton, &QToolButton::clicked, this, &Reelhouse::togglePlay);
 	connect(previousButton, &QToolButton::clicked, this, [this] { playRelative(-1); });
 	connect(nextButton, &QToolButton::clicked, this, [this] { playRelative(1); });
 	connect(stopButton, &QToolButton::clicked, this, &Reelhouse::stopPlayback);
-	connect(seekSlider, &QSlider::sliderPressed, this, [this] {
-		seekTargetMs = -1;
-		updateTime(timeAtSlider(seekSlider->value()));
-	});
+	connect(seekSlider, &QSlider::sliderPressed, this, &Reelhouse::takeSlider);
 	connect(seekSlider, &QSlider::sliderMoved, this, [this](int value) { updateTime(timeAtSlider(value)); });
 	connect(seekSlider, &QSlider::sliderReleased, this, &Reelhouse::seekToSlider);
+	connect(seekSlider, &QSlider::valueChanged, this, &Reelhouse::stepSlider);
+	connect(&seekRest, &QTimer::timeout, this, &Reelhouse::seekToSlider);
 	connect(endModeSelector, &QComboBox::currentIndexChanged, this, &Reelhouse::setEndMode);
 }
 
@@ -313,28 +289,4 @@ void Reelhouse::setEndMode()
 {
 	endMode = std::clamp<int>(endModeSelector->currentData().toInt(), EndStop, EndRepeat);
 	storeQueue();
-}
-
-// Makes the selection what the menu will act on. Takes the requested position in viewport coordinates and returns where
-// the menu goes, in global ones.
-QPoint Reelhouse::prepareMenu(QPoint position)
-{
-	QWidget *viewport = playlistWidget->viewport();
-	if (viewport->rect().contains(position)) {
-		QListWidgetItem *row = playlistWidget->itemAt(position);
-		const bool keepSelection = row && row->isSelected();
-		playlistWidget->setCurrentItem(row, keepSelection ? QItemSelectionModel::NoUpdate
-								  : QItemSelectionModel::ClearAndSelect);
-	} else {
-		// Asked for from the keyboard.
-		position = playlistWidget->visualRect(playlistWidget->currentIndex()).center();
-	}
-	updateButtons();
-	return viewport->mapToGlobal(position);
-}
-
-void Reelhouse::showAbout()
-{
-	QMessageBox::about(this, ui("AboutTitle"),
-			   ui("AboutText").arg(ui("DockName"), QStringLiteral(REELHOUSE_VERSION)));
 }

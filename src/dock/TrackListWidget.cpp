@@ -5,7 +5,34 @@
 
 #include <algorithm>
 
+#include "dock/Reelhouse.hpp"
+
 namespace reelhouse {
+
+namespace {
+
+// Neighbouring rows.
+struct Run {
+	int first;
+	int last;
+
+	int count() const { return last - first + 1; }
+};
+
+// Takes rows in ascending order.
+QList<Run> runsOf(const QList<int> &rows)
+{
+	QList<Run> runs;
+	for (const int row : rows) {
+		if (!runs.isEmpty() && runs.constLast().last == row - 1)
+			runs.last().last = row;
+		else
+			runs.append({row, row});
+	}
+	return runs;
+}
+
+} // namespace
 
 TrackListWidget::TrackListWidget(QWidget *parent) : QListWidget(parent)
 {
@@ -23,6 +50,63 @@ QRect TrackListWidget::visualRect(const QModelIndex &index) const
 	return rect;
 }
 
+QString TrackListWidget::idOf(int row) const
+{
+	return item(row)->data(Reelhouse::IdRole).toString();
+}
+
+QSet<QString> TrackListWidget::selectedIds() const
+{
+	QSet<QString> ids;
+	for (const QModelIndex &index : selectedIndexes()) {
+		if (!isRowHidden(index.row()))
+			ids.insert(idOf(index.row()));
+	}
+	return ids;
+}
+
+bool TrackListWidget::showsAny(const QSet<QString> &ids) const
+{
+	for (int row = 0; row < count(); row++) {
+		if (!isRowHidden(row) && ids.contains(idOf(row)))
+			return true;
+	}
+	return false;
+}
+
+QList<int> TrackListWidget::shownRows(const QSet<QString> &ids) const
+{
+	QList<int> rows;
+	for (int row = 0; row < count(); row++) {
+		if (!isRowHidden(row) && ids.contains(idOf(row)))
+			rows.append(row);
+	}
+	return rows;
+}
+
+bool TrackListWidget::selectRows(const QSet<QString> &ids, const QString &currentId)
+{
+	const QList<int> rows = shownRows(ids);
+	if (rows.isEmpty())
+		return false;
+	const auto current = std::ranges::find(rows, currentId, [this](int row) { return idOf(row); });
+	QItemSelection selection;
+	for (const auto &[first, last] : runsOf(rows))
+		selection.append(QItemSelectionRange(model()->index(first, 0), model()->index(last, 0)));
+	selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
+	setCurrentRow(current == rows.cend() ? rows.constFirst() : *current, QItemSelectionModel::NoUpdate);
+	return true;
+}
+
+// What is dropped is what was picked up: until then the end of a track may have moved the selection, and a reload may
+// have put other rows in place of these.
+void TrackListWidget::startDrag(Qt::DropActions actions)
+{
+	draggedIds = selectedIds();
+	QListWidget::startDrag(actions);
+	draggedIds.clear();
+}
+
 void TrackListWidget::dropEvent(QDropEvent *event)
 {
 	if (event->source() == this) {
@@ -31,7 +115,7 @@ void TrackListWidget::dropEvent(QDropEvent *event)
 		int target = count();
 		if (index.isValid())
 			target = index.row() + (position.y() >= visualRect(index).center().y());
-		moveSelectionTo(target);
+		moveRowsTo(target);
 		// What is left to the base class is to end the drag.
 		event->accept();
 	}
@@ -39,35 +123,24 @@ void TrackListWidget::dropEvent(QDropEvent *event)
 }
 
 // Moves from the target outwards, so that no move shifts rows that are still to be moved.
-void TrackListWidget::moveSelectionTo(int target)
+void TrackListWidget::moveRowsTo(int target)
 {
-	QList<int> rows;
-	for (const QModelIndex &index : selectedIndexes())
-		rows.append(index.row());
-	std::ranges::sort(rows);
+	const QList<int> rows = shownRows(draggedIds.isEmpty() ? selectedIds() : draggedIds);
 	const auto split = std::ranges::lower_bound(rows, target);
+	const QList<int> above(rows.cbegin(), split), below(split, rows.cend());
 
 	dropping = true;
 	bool moved = false;
 	int destination = target;
-	for (auto end = split; end != rows.cbegin();) {
-		auto first = end - 1;
-		while (first != rows.cbegin() && first[-1] == *first - 1)
-			first--;
-		const int run = static_cast<int>(end - first);
-		moved |= model()->moveRows({}, *first, run, {}, destination);
-		destination -= run;
-		end = first;
+	const QList<Run> runsAbove = runsOf(above);
+	for (auto run = runsAbove.crbegin(); run != runsAbove.crend(); ++run) {
+		moved |= model()->moveRows({}, run->first, run->count(), {}, destination);
+		destination -= run->count();
 	}
 	destination = target;
-	for (auto first = split; first != rows.cend();) {
-		auto end = first + 1;
-		while (end != rows.cend() && *end == end[-1] + 1)
-			end++;
-		const int run = static_cast<int>(end - first);
-		moved |= model()->moveRows({}, *first, run, {}, destination);
-		destination += run;
-		first = end;
+	for (const Run &run : runsOf(below)) {
+		moved |= model()->moveRows({}, run.first, run.count(), {}, destination);
+		destination += run.count();
 	}
 	dropping = false;
 	if (moved)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QListWidget>
+#include <QSet>
 
 namespace reelhouse {
 
@@ -16,17 +17,28 @@ public:
 
 	QRect visualRect(const QModelIndex &index) const override;
 
+	// The ids of the selected rows. As in the next two, rows that the search hides do not count.
+	QSet<QString> selectedIds() const;
+	bool showsAny(const QSet<QString> &ids) const;
+	// Selects exactly the rows with these ids and makes the one with currentId current, or else the first. False,
+	// and nothing is changed, when there is none.
+	bool selectRows(const QSet<QString> &ids, const QString &currentId);
+
 Q_SIGNALS:
 	// The model has moved rows: after each move, or once after all the moves of one drop.
 	void reordered();
 
 protected:
+	void startDrag(Qt::DropActions actions) override;
 	void dropEvent(QDropEvent *event) override;
 
 private:
-	void moveSelectionTo(int target);
+	QString idOf(int row) const;
+	QList<int> shownRows(const QSet<QString> &ids) const;
+	void moveRowsTo(int target);
 	void rowsMoved();
 
+	QSet<QString> draggedIds; // while a drag of ours goes on
 	bool dropping = false;
 };
 

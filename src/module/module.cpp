@@ -1,6 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "module/module.hpp"
 
+#include <QAction>
+
 #include <obs-frontend-api.h>
 #include <obs-module.h>
 #include <util/util.hpp>
@@ -29,6 +31,9 @@ namespace {
 
 constexpr char dockId[] = "OBS-Reelhouse";
 
+// In the Tools menu, which owns it and may be gone before the module.
+QPointer<QAction> bringBackAction;
+
 // The dock relies on how exactly one OBS and one Qt behave, so every other one is refused, newer patches included.
 bool isRequiredHost()
 {
@@ -48,6 +53,19 @@ QString settingsPath()
 {
 	const BPtr<char> path = obs_module_get_config_path(obs_current_module(), "settings.json");
 	return QString::fromUtf8(path.Get());
+}
+
+// Where OBS's users look for the rare commands of a plug-in.
+void addToToolsMenu(Reelhouse *newDock)
+{
+	bringBackAction = static_cast<QAction *>(
+		obs_frontend_add_tools_menu_qaction(obs_module_text("BringBackReplacedQueue")));
+	if (!bringBackAction)
+		return;
+	bringBackAction->setObjectName(QStringLiteral("bringBackReplacedQueue"));
+	bringBackAction->setEnabled(newDock->canBringBack());
+	QObject::connect(newDock, &Reelhouse::canBringBackChanged, bringBackAction, &QAction::setEnabled);
+	QObject::connect(bringBackAction, &QAction::triggered, newDock, &Reelhouse::bringBackReplaced);
 }
 
 } // namespace
@@ -74,6 +92,7 @@ bool obs_module_load(void)
 	dock = newDock;
 	QObject::connect(newDock, &Reelhouse::sceneSwitchRequested, newDock, &switchScene);
 	QObject::connect(newDock, &Reelhouse::configurationChanged, newDock, [] { obs_frontend_save(); });
+	addToToolsMenu(newDock);
 	exiting = false;
 	obs_frontend_add_event_callback(frontendEvent, nullptr);
 	blog(LOG_INFO, "[OBS-Reelhouse] %s loaded; Qt %s; dock registered.", REELHOUSE_VERSION, qVersion());
@@ -86,6 +105,8 @@ void obs_module_unload(void)
 	// call to it would only be logged as an error.
 	if (!exiting || dock)
 		obs_frontend_remove_event_callback(frontendEvent, nullptr);
+	if (!exiting)
+		delete bringBackAction;
 	if (!dock)
 		return;
 	dock->shutdown();

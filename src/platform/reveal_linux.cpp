@@ -2,8 +2,8 @@
 #include "platform/reveal.hpp"
 
 #include <QDBusConnection>
-#include <QDBusConnectionInterface>
 #include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
 #include <QStringList>
 #include <QUrl>
 
@@ -12,23 +12,25 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr QLatin1String fileManager("org.freedesktop.FileManager1");
-
-// Running, or started by the bus on the first message to it. Both questions go to the bus itself, which always answers.
-bool isReachable(QDBusConnectionInterface *bus)
-{
-	return bus->isServiceRegistered(fileManager) || bus->activatableServiceNames().value().contains(fileManager);
-}
+// A file manager that the bus has to start first may take this long.
+constexpr int patienceMs = 5000;
 
 } // namespace
 
-bool revealFile(const QString &path)
+// Not waited for: a bus or a file manager that is slow to start, or hangs, must not hold up OBS.
+bool revealFile(const QString &path, QObject *context, std::function<void()> refused)
 {
 	const QDBusConnection session = QDBusConnection::sessionBus();
-	if (!session.isConnected() || !isReachable(session.interface()))
+	if (!session.isConnected())
 		return false;
 	QDBusMessage request = QDBusMessage::createMethodCall(fileManager, u"/org/freedesktop/FileManager1"_s,
 							      fileManager, u"ShowItems"_s);
 	request << QStringList{QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded)} << QString();
-	// Not waited for: a file manager that is slow to start, or hangs, must not hold up OBS.
-	return session.send(request);
+	auto *answer = new QDBusPendingCallWatcher(session.asyncCall(request, patienceMs), context);
+	QObject::connect(answer, &QDBusPendingCallWatcher::finished, context, [answer, refused = std::move(refused)] {
+		answer->deleteLater();
+		if (answer->isError())
+			refused();
+	});
+	return true;
 }

@@ -5,7 +5,7 @@
 
 using namespace Qt::StringLiterals;
 
-bool revealFile(const QString &path)
+bool revealFile(const QString &path, QObject *, std::function<void()>)
 {
 	return QProcess::startDetached(u"/usr/bin/open"_s, {u"-R"_s, path});
 }

@@ -87,6 +87,8 @@ class Desktop:
 class Widget:
     """A node of the accessibility tree."""
 
+    FOCUSED = Atspi.StateType.FOCUSED
+
     def __init__(self, node):
         self.node = node
 
@@ -138,7 +140,7 @@ class Widget:
 
     def focus(self):
         self.node.get_component_iface().grab_focus()
-        wait_for(f"{self.name!r} takes the focus", lambda: self.has(Atspi.StateType.FOCUSED), 5)
+        wait_for(f"{self.name!r} takes the focus", lambda: self.has(self.FOCUSED), 5)
 
 
 def xdotool(*words):
@@ -297,12 +299,13 @@ class Obs:
                                capture_output=True, text=True)
         return set(found.stdout.split())
 
-    def menu(self, label, entry, disabled=()):
+    def menu(self, label, entry, disabled=(), meanwhile=lambda: None):
         """Opens the context menu on a row and picks an entry with the keyboard, which passes over the disabled ones:
         Qt keeps popups out of the accessibility tree."""
         before = self.windows()
         self.row(label).click(across=0.3, button=3)
         wait_for("the context menu opens", lambda: self.windows() - before, 5)
+        meanwhile()
         press_key(*["Down"] * (1 + [one for one in MENU if one not in disabled].index(entry)), "Return")
         wait_for("the context menu closes", lambda: not self.windows() - before, 5)
 

@@ -1,0 +1,284 @@
+"""Everybody else in OBS who has a hand on the dock's source: its hotkeys, controls and dialogs."""
+
+import json
+import subprocess
+
+import obs_config
+from obs_config import SOURCE, scene, vlc_source
+from obs_host import HostError, press_key, wait_for, xdotool
+from show import MARK, drag, expect, paths_in, playing, soon
+
+LOOPING = {"loop": True, "playback_behavior": "pause_unpause"}
+
+
+def media_action(obs, name):
+    obs.request("TriggerMediaInputAction", inputName=SOURCE, mediaAction=f"OBS_WEBSOCKET_MEDIA_INPUT_ACTION_{name}")
+
+
+def hotkey(obs, name):
+    obs.request("TriggerHotkeyByName", hotkeyName=f"VLCSource.{name}", contextName=SOURCE)
+
+
+def by_id(obs, suffix, what, **options):
+    return obs.find(lambda node: node.get_accessible_id().endswith(suffix), what, **options)
+
+
+def plays_on(obs, clip):
+    """The clip plays, and is still the one that plays a good while later: nothing stepped twice, no end was made up."""
+    wait_for(f"{clip.name} plays", lambda: playing(obs, clip), 15)
+    wait_for(f"{clip.name} plays on",
+             lambda: obs.playlist(SOURCE) == [str(clip)] and obs.media(SOURCE)[1] > 1200, 5)
+
+
+def everything_true(obs, clip, state, button):
+    """List, button, record and source agree on which track is current and what it does."""
+    soon(f"the source is {state}", lambda: obs.media(SOURCE)[0], state)
+    soon(f"the button while {state}", lambda: obs.widget("playPause").name, button)
+    expect("the marked row", [label for label in obs.labels() if label.startswith(MARK)], [MARK + clip.name])
+    record = obs.record(SOURCE)
+    expect("the record's current track", [item["value"] for item in record["tracks"] if item["id"] == record["current"]],
+           [str(clip)])
+
+
+def controls_step(obs, clips):
+    """The source's own Next and Previous, by each way to them, step the queue by one and wrap."""
+    bar = {name: by_id(obs, f".{name}Button", f"OBS's own {name} button") for name in ("next", "previous")}
+    ways = [(lambda: media_action(obs, "NEXT"), lambda: media_action(obs, "PREVIOUS")),
+            (lambda: hotkey(obs, "PlaylistNext"), lambda: hotkey(obs, "PlaylistPrev")),
+            (bar["next"].click, bar["previous"].click)]
+    position = 0
+    for end_mode, (forward, back) in zip(["Stop", "Play Next", "Repeat"], ways):
+        obs.choose("endMode", end_mode)
+        for control, step in ((forward, 1), (back, -1), (back, -1), (forward, 1)):
+            position = (position + step) % len(clips)
+            control()
+            plays_on(obs, clips[position])
+    obs.choose("endMode", "Stop")
+
+
+def other_controls(obs, clips):
+    """Pausing, starting again and stopping from outside leave the dock telling the truth, after a stop of its own too."""
+    for action, state, button in (("PAUSE", "paused", "Resume"), ("PLAY", "playing", "Pause"),
+                                  ("RESTART", "playing", "Pause"), ("STOP", "stopped", "Play"),
+                                  ("RESTART", "playing", "Pause")):
+        media_action(obs, action)
+        everything_true(obs, clips[0], state, button)
+    obs.widget("stop").press()
+    soon("a stop empties the source", lambda: obs.playlist(SOURCE), [])
+    for action in ("PLAY", "RESTART"):
+        media_action(obs, action)
+        everything_true(obs, clips[0], "stopped", "Play")
+    media_action(obs, "NEXT")
+    plays_on(obs, clips[1])
+    everything_true(obs, clips[1], "playing", "Pause")
+
+
+def unmanaged_source(obs, clips):
+    """A source that has its queue back steps through it by itself."""
+    obs.menu(clips[0].name, "Give Playlist Back to Source", disabled=["Move Up", "Move to Top", "Undo Remove"])
+    soon("the source has its playlist", lambda: obs.playlist(SOURCE), [str(clip) for clip in clips])
+    media_action(obs, "RESTART")
+    wait_for("the source plays", lambda: obs.media(SOURCE)[0] == "playing", 10)
+    media_action(obs, "NEXT")
+    wait_for("the source steps", lambda: 0 < obs.media(SOURCE)[1] < 1000, 10)
+    expect("its playlist", obs.playlist(SOURCE), [str(clip) for clip in clips])
+
+
+def open_properties(obs):
+    obs.request("OpenInputPropertiesDialog", inputName=SOURCE)
+    return by_id(obs, ".OBSBasicProperties.buttonBox", "the Properties dialog")
+
+
+def press_in(box, button):
+    next(child for child in box.children if child.name == button).press()
+
+
+def bring_back(obs):
+    return by_id(obs, ".bringBackReplacedQueue", "our command in the Tools menu")
+
+
+def cancelled_dialogs(show, obs, clips):
+    """A dialog that is cancelled takes the queue away; the command brings it back whole, and takes it away again."""
+    names = [clip.name for clip in clips]
+    expect("the command with nothing to bring back", bring_back(obs).enabled, False)
+    obs.choose("endMode", "Play Next")
+    obs.double_click(names[0])
+    plays_on(obs, clips[0])
+    whole = obs.record(SOURCE)
+
+    for _ in range(2):  # the second cancels over what the first has left
+        dialog = open_properties(obs)
+        obs.request("SetInputSettings", inputName=SOURCE, inputSettings={"playlist": [{"value": str(clips[2])}]})
+        soon("the edit under the dialog", obs.labels, [names[2]])
+        press_in(dialog, "Cancel")
+        soon("the dialog's older playlist wins", obs.labels, [names[0]])
+    expect("it is logged", f'The playlist of "{SOURCE}" was changed elsewhere and has replaced a queue of 4 tracks'
+           in obs.log, True)
+    soon("the command is offered", lambda: bring_back(obs).enabled, True)
+    leftover = obs.record(SOURCE)
+
+    wait_for("the source plays", lambda: obs.media(SOURCE)[0] == "playing", 10)
+    wait_for("for a while", lambda: obs.media(SOURCE)[1] > 1500, 10)
+    bring_back(obs).press()
+    soon("the queue is back", obs.labels, [MARK + names[0], *names[1:]])
+    expect("the source was not interrupted", obs.media(SOURCE)[1] > 1500, True)
+    expect("the whole record is back", obs.record(SOURCE), whole)
+    bring_back(obs).press()
+    soon("the command undoes itself", obs.labels, [MARK + names[0]])
+    expect("the record it replaced", {**obs.record(SOURCE), "current": ""}, leftover)
+    return whole
+
+
+def after_a_restart(show, clips, whole):
+    """What was put aside is kept with the source; so is what a save in the middle of a switch would cost."""
+    names = [clip.name for clip in clips]
+    obs = show.start()
+    soon("what is left", obs.labels, [MARK + names[0]])
+    bring_back(obs).press()
+    soon("the queue after the restart", obs.labels, [MARK + names[0], *names[1:]])
+    expect("its record", obs.record(SOURCE), whole)
+    obs.menu(names[0], "Give Playlist Back to Source", disabled=["Move Up", "Move to Top", "Undo Remove"])
+    soon("the source's own settings", lambda: {key: obs.settings(SOURCE)[key] for key in LOOPING}, LOOPING)
+    obs.double_click(names[3])
+    plays_on(obs, clips[3])
+    show.end()
+
+    # As OBS saves it when it exits while a switch waits.
+    collection = show.home / ".config/obs-studio/basic/scenes/Reelhouse.json"
+    saved = json.loads(collection.read_text())
+    source = next(one for one in saved["sources"] if one["name"] == SOURCE)
+    source["settings"]["playlist"] = [{"value": str(clips[1])}]
+    collection.write_text(json.dumps(saved))
+    obs = show.start()
+    soon("the playlist wins", obs.labels, [names[1]])
+    bring_back(obs).press()
+    soon("the queue that the switch was issued from", obs.labels, [names[0], MARK + names[1], *names[2:]])
+    return obs
+
+
+def discarded_dialog(show, obs, clips):
+    """OBS closed over a Properties dialog whose changes are discarded, while the queue has moved on."""
+    obs.double_click(clips[0].name)
+    plays_on(obs, clips[0])
+    open_properties(obs)
+    obs.widget("next").press()
+    plays_on(obs, clips[1])
+    xdotool("windowactivate", "--sync", obs.main_window())
+    press_key("ctrl+q")
+    by_id(obs, ".QMessageBox.qt_msgbox_buttonbox", "OBS asks about the dialog")
+    question = next(box for box in [by_id(obs, ".QMessageBox.qt_msgbox_buttonbox", "the question")])
+    press_in(question, next(child.name for child in question.children if "Discard" in child.name))
+    try:
+        obs.process.wait(60)
+    except subprocess.TimeoutExpired:
+        raise HostError("OBS did not end over the discarded dialog.") from None
+    show.ended()
+    obs = show.start()
+    if len(obs.labels() or []) == 1:
+        bring_back(obs).press()
+    soon("the whole queue after the restart", lambda: [label.removeprefix(MARK) for label in obs.labels()],
+         [clip.name for clip in clips])
+    return obs
+
+
+def hands_in_the_list(show, obs, clips, shorts):
+    """A drag, a menu and a held key act on what they were begun on, though the playing track ends meanwhile."""
+    names = [clip.name for clip in clips]
+    short_names = [clip.name for clip in shorts]
+
+    def queue(what, wanted):
+        soon(what, lambda: [label.removeprefix(MARK) for label in obs.labels()], wanted)
+
+    obs.request("SetInputSettings", inputName=SOURCE,
+                inputSettings={"playlist": [{"value": str(clip)} for clip in (*shorts, *clips)]})
+    queue("the queue", [*short_names, *names])
+    obs.choose("endMode", "Play Next")
+
+    obs.double_click(short_names[0])
+    wait_for("it plays", lambda: playing(obs, shorts[0]), 15)
+    drag(obs, obs.row(names[3]).point(0.3, 0.5), obs.row(short_names[0]).point(0.3, 0.1),
+         meanwhile=lambda: wait_for("the track ends", lambda: playing(obs, shorts[1]), 15))
+    queue("the row that was picked up is dropped", [names[3], *short_names, *names[:3]])
+
+    obs.double_click(short_names[0])
+    wait_for("it plays", lambda: playing(obs, shorts[0]), 15)
+    obs.menu(names[3], "Remove", disabled=["Move Up", "Move to Top", "Undo Remove"],
+             meanwhile=lambda: wait_for("the track ends", lambda: playing(obs, shorts[1]), 15))
+    queue("the menu's row is removed", [*short_names, *names[:3]])
+    wait_for("the track on air goes on", lambda: playing(obs, shorts[1]), 1)
+
+    obs.choose("endMode", "Stop")
+    obs.double_click(names[2])
+    plays_on(obs, clips[2])
+    obs.row(short_names[0]).click(across=0.3)
+    xdotool("keydown", "Delete", "sleep", "1.5", "keyup", "Delete")
+    queue("one press removes once", [short_names[1], *names[:3]])
+    press_key("ctrl+z")
+    queue("and comes back whole", [*short_names, *names[:3]])
+
+
+def seeking_by_hand(obs, clip):
+    """Keys and the wheel seek when they rest, as a click does."""
+    slider = obs.widget("seek")
+    duration = obs.media(SOURCE)[2]
+    media_action(obs, "PAUSE")
+    obs.widget("seek").click(across=0.5)
+    wait_for("a click seeks", lambda: abs(obs.media(SOURCE)[1] - duration / 2) < 1500, 5)
+    soon("the click rests", lambda: slider.has(slider.FOCUSED), True)
+    before = obs.media(SOURCE)[1]
+    press_key("Right", "Right", "Right", "Right", "Right")
+    wait_for("arrow keys seek", lambda: abs(obs.media(SOURCE)[1] - before - duration / 20) < 400, 5)
+    before = obs.media(SOURCE)[1]
+    press_key("Prior", "Prior")
+    wait_for("page keys seek", lambda: abs(obs.media(SOURCE)[1] - before - duration / 5) < 400, 5)
+    before = obs.media(SOURCE)[1]
+    slider.click(button=5, times=3)
+    wait_for("the wheel seeks", lambda: before - obs.media(SOURCE)[1] > duration / 40, 5)
+    media_action(obs, "PLAY")
+
+
+def small_things(show, obs, clips):
+    subprocess.run(["setxkbmap", "ru"], check=True)
+    obs.row(clips[0].name).click(across=0.3)
+    before = obs.labels()
+    press_key("Delete")
+    soon("a row is removed", lambda: len(obs.labels()), len(before) - 1)
+    press_key("ctrl+Cyrillic_ya")
+    soon("Undo under a layout without Latin letters", obs.labels, before)
+    press_key("ctrl+Cyrillic_a")
+    soon("Find there", lambda: obs.widget("search").has(obs.widget("search").FOCUSED), True)
+    subprocess.run(["setxkbmap", "us"], check=True)
+
+    obs.request("CreateInput", sceneName="Main", inputName="Empty", inputKind="vlc_source", inputSettings={})
+    wait_for("the new source is listed", lambda: any(entry.name == "Main · Empty" for entry in
+                                                     obs.widget("sourceSelector").children[0].children), 5)
+    obs.choose("sourceSelector", "Main · Empty")
+    soon("an empty queue can be filled", lambda: obs.widget("addFiles").enabled, True)
+    obs.request("RemoveInput", inputName="Empty")
+    soon("a deleted source leaves nothing to press", lambda: [name for name in ("stop", "addFiles", "endMode", "seek")
+                                                              if obs.widget(name).enabled], [], 3)
+
+
+def run(show):
+    clips = [show.clip(f"{name}.mp4", 20) for name in "abcd"]
+    shorts = [show.clip(f"{name}.mp4", 4) for name in ("short1", "short2")]
+    source = vlc_source(clips, **LOOPING)
+    obs_config.write_collection(show.home, [scene("Main", source)], [source])
+    obs_config.remember_source(show.home, source)
+    obs = show.start()
+    soon("the queue", obs.labels, [clip.name for clip in clips])
+    by_id(obs, ".sources", "OBS's own list").children[0].click()
+    obs.double_click(clips[0].name)
+    plays_on(obs, clips[0])
+    controls_step(obs, clips)
+    other_controls(obs, clips)
+    unmanaged_source(obs, clips)
+    whole = cancelled_dialogs(show, obs, clips)
+    show.end()
+
+    obs = after_a_restart(show, clips, whole)
+    obs = discarded_dialog(show, obs, clips)
+    hands_in_the_list(show, obs, clips, shorts)
+    seeking_by_hand(obs, clips[2])
+    small_things(show, obs, clips)
+    show.end()

@@ -1,0 +1,104 @@
+"""What the scenarios in the real OBS share: their media and runs, and how they look and wait."""
+
+import subprocess
+import sys
+import tempfile
+import time
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "tools"))
+import obs_config  # noqa: E402
+from obs_config import SOURCE  # noqa: E402
+from obs_host import HostError, Obs, free_port, wait_for, xdotool  # noqa: E402
+
+MARK = "▶\uFE0E "
+
+
+def expect(what, actual, wanted):
+    if actual != wanted:
+        raise HostError(f"{what}: expected {wanted!r}, got {actual!r}.")
+
+
+def soon(what, look, wanted, timeout=10):
+    """Waits until look() gives what is wanted."""
+    last = []
+
+    def matches():
+        last[:] = [look()]
+        return last[0] == wanted
+    try:
+        wait_for(what, matches, timeout)
+    except HostError:
+        expect(f"{what}, after {timeout} s", last[0], wanted)
+
+
+class Show:
+    """The media, the configuration and the runs of OBS that one scenario takes."""
+
+    def __init__(self, arguments):
+        self.arguments = arguments
+        self.folder = Path(tempfile.mkdtemp(prefix="reelhouse-"))
+        self.home = self.folder / "home"
+        self.home.mkdir()
+        self.port = free_port()
+        obs_config.write_config(self.home, arguments.layout, self.port)
+        self.obs = None
+
+    def clip(self, name, seconds=3):
+        path = self.folder / name
+        subprocess.run(["ffmpeg", "-nostdin", "-v", "error", "-f", "lavfi", "-i",
+                        f"testsrc=size=320x180:rate=15:duration={seconds}", "-f", "lavfi", "-i",
+                        f"sine=frequency=330:duration={seconds}", "-c:v", "libx264", "-g", "15", "-pix_fmt", "yuv420p",
+                        "-c:a", "aac", "-f", "mp4", path], check=True)
+        return path
+
+    def start(self):
+        self.obs = Obs(self.home, self.arguments.module, self.arguments.data, self.port)
+        self.obs.connect()
+        return self.obs
+
+    def end(self):
+        self.obs.quit()
+        self.ended()
+
+    def ended(self):
+        """After OBS has ended, by whatever hand."""
+        expect("exit code", self.obs.process.wait(), 0)
+        self.obs.kill()
+        expect("complaints in the log", self.obs.complaints(), [])
+
+    def drag_in(self, *what, until):
+        """Drags files from another program's window onto the list, and keeps that program until the drop shows."""
+        source = subprocess.Popen([self.arguments.drag_source, *map(str, what)])
+        window = subprocess.run(["xdotool", "search", "--sync", "--onlyvisible", "--name", "^drag source$"],
+                                capture_output=True, text=True, check=True).stdout.split()[0]
+        try:
+            drag(self.obs, (20, 20), self.obs.widget("playlist").point(0.5, 0.5), window)
+            until()
+        finally:
+            source.kill()
+            source.wait()
+
+
+def drag(obs, start, target, window=None, meanwhile=lambda: None):
+    """Drags with the mouse, from a point of another program's window if one is given, until OBS lets go of the drag."""
+    place = ["--window", window] if window else []
+    before = obs.windows()
+    xdotool("mousemove", "--sync", *place, *start, "mousedown", 1)
+    xdotool("mousemove_relative", "--sync", 8, 8)
+    meanwhile()
+    for offset in (-12, -4, 0):
+        xdotool("mousemove", "--sync", target[0], target[1] + offset)
+        time.sleep(0.1)  # a drag follows the pointer by its own timer
+    xdotool("mouseup", 1)
+    # What is dragged has a window of its own until the end of the drag, which swallows every click.
+    wait_for("the drag ends", lambda: not obs.windows() - before, 5)
+
+
+def paths_in(record, key="tracks"):
+    return [Path(item["value"]).name for item in record[key]]
+
+
+def playing(obs, path):
+    """The source holds exactly this entry and plays it."""
+    return obs.playlist(SOURCE) == [str(path)] and obs.media(SOURCE)[0] == "playing"

@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "Host.hpp"
 
+#include <QAction>
 #include <QApplication>
 #include <QFile>
 #include <QJsonArray>
@@ -50,6 +51,17 @@ obs_source_info vlcSourceInfo()
 	return info;
 }
 
+void addPlaylist(obs_data_t *settings, const QStringList &paths)
+{
+	OBSDataArrayAutoRelease array = obs_data_array_create();
+	for (const QString &path : paths) {
+		OBSDataAutoRelease item = obs_data_create();
+		obs_data_set_string(item, "value", path.toUtf8().constData());
+		obs_data_array_push_back(array, item);
+	}
+	obs_data_set_array(settings, "playlist", array);
+}
+
 } // namespace
 
 void Frontend::send(obs_frontend_event event) const
@@ -67,6 +79,11 @@ bool obs_frontend_add_dock_by_id(const char *, const char *title, void *widget)
 	active->dock = static_cast<QWidget *>(widget);
 	active->dockTitle = QString::fromUtf8(title);
 	return true;
+}
+
+void *obs_frontend_add_tools_menu_qaction(const char *name)
+{
+	return new QAction(QString::fromUtf8(name), &active->toolsMenu);
 }
 
 void obs_frontend_remove_dock(const char *)
@@ -165,15 +182,16 @@ bool Host::loadModule()
 OBSSource Host::makeSource(const QString &name, const QStringList &playlist, const char *otherSettings)
 {
 	OBSDataAutoRelease settings = obs_data_create_from_json(otherSettings);
-	OBSDataArrayAutoRelease array = obs_data_array_create();
-	for (const QString &path : playlist) {
-		OBSDataAutoRelease item = obs_data_create();
-		obs_data_set_string(item, "value", path.toUtf8().constData());
-		obs_data_array_push_back(array, item);
-	}
-	obs_data_set_array(settings, "playlist", array);
+	addPlaylist(settings, playlist);
 	OBSSourceAutoRelease source = obs_source_create("vlc_source", name.toUtf8().constData(), settings, nullptr);
 	return source.Get();
+}
+
+void Host::setPlaylist(obs_source_t *source, const QStringList &paths)
+{
+	OBSDataAutoRelease settings = obs_data_create();
+	addPlaylist(settings, paths);
+	obs_source_update(source, settings);
 }
 
 Media &Host::media(obs_source_t *source)
@@ -181,13 +199,13 @@ Media &Host::media(obs_source_t *source)
 	return *static_cast<Media *>(obs_obj_get_data(source));
 }
 
-void Host::sendStopped(obs_source_t *source)
+void Host::sendSignal(obs_source_t *source, const char *signal)
 {
-	std::thread([source] {
+	std::thread([source, signal] {
 		calldata_t data;
 		calldata_init(&data);
 		calldata_set_ptr(&data, "source", source);
-		signal_handler_signal(obs_source_get_signal_handler(source), "media_stopped", &data);
+		signal_handler_signal(obs_source_get_signal_handler(source), signal, &data);
 		calldata_free(&data);
 	}).join();
 }
@@ -270,17 +288,17 @@ QJsonObject Host::settingsOf(obs_source_t *source)
 	return QJsonDocument::fromJson(obs_data_get_json(settings)).object();
 }
 
-QJsonObject Host::recordOf(obs_source_t *source)
+QJsonObject Host::recordOf(obs_source_t *source, const char *key)
 {
 	OBSDataAutoRelease settings = obs_source_get_private_settings(source);
-	return QJsonDocument::fromJson(obs_data_get_json(settings)).object()["OBS-Reelhouse"_L1].toObject();
+	return QJsonDocument::fromJson(obs_data_get_json(settings)).object()[QLatin1String(key)].toObject();
 }
 
-void Host::setRecord(obs_source_t *source, const QByteArray &json)
+void Host::setRecord(obs_source_t *source, const QByteArray &json, const char *key)
 {
 	OBSDataAutoRelease settings = obs_source_get_private_settings(source);
 	OBSDataAutoRelease record = obs_data_create_from_json(json.constData());
-	obs_data_set_obj(settings, "OBS-Reelhouse", record);
+	obs_data_set_obj(settings, key, record);
 }
 
 QStringList Host::valuesIn(const QJsonObject &object, const char *key)

@@ -27,6 +27,7 @@ struct Frontend {
 	bool studioMode = false;
 	QPointer<QWidget> dock;
 	QString dockTitle;
+	QObject toolsMenu;
 	int removedDocks = 0;
 	int saves = 0;
 	std::vector<std::pair<obs_frontend_event_cb, void *>> callbacks;
@@ -58,8 +59,10 @@ protected:
 
 	OBSSource makeSource(const QString &name, const QStringList &playlist, const char *otherSettings = "{}");
 	static Media &media(obs_source_t *source);
-	// Emits media_stopped on a thread of its own, as libobs does.
-	static void sendStopped(obs_source_t *source);
+	// Emits a media signal on a thread of its own, as libobs does.
+	static void sendSignal(obs_source_t *source, const char *signal);
+	static void sendStopped(obs_source_t *source) { sendSignal(source, "media_stopped"); }
+	static void setPlaylist(obs_source_t *source, const QStringList &paths);
 	QString makeFile(const QString &name, const QByteArray &content = "media") const;
 
 	// Loads the module, finishes loading and chooses the source in the selector.
@@ -82,8 +85,8 @@ protected:
 
 	static QString uuidOf(obs_source_t *source);
 	static QJsonObject settingsOf(obs_source_t *source);
-	static QJsonObject recordOf(obs_source_t *source);
-	static void setRecord(obs_source_t *source, const QByteArray &json);
+	static QJsonObject recordOf(obs_source_t *source, const char *key = "OBS-Reelhouse");
+	static void setRecord(obs_source_t *source, const QByteArray &json, const char *key = "OBS-Reelhouse");
 	static QStringList valuesIn(const QJsonObject &object, const char *key);
 
 	static bool waitFor(const std::function<bool()> &condition);

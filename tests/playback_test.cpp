@@ -287,21 +287,94 @@ TEST_F(Playback, ATrackThatEndsUnderAHeldSliderSeeksNothing)
 	EXPECT_EQ(slider->value(), 100) << "it follows the new track at once";
 }
 
-// For the sanitizers: the source stops on its own thread while the dock switches, cancels and lets go.
-TEST_F(Playback, StopsMayComeAtAnyMoment)
+TEST_F(Playback, TheSliderSeeksOnlyTheMediaThatItWasTakenOn)
+{
+	const OBSSource other = makeSource(u"Other"_s, {files[2]});
+	show(source);
+	auto *slider = child<QSlider>("seek");
+	const struct {
+		const char *situation;
+		std::function<void()> meanwhile;
+	} rows[] = {
+		{"another source is bound", [&] { choose(other); }},
+		{"the queue is reloaded", [&] { press("refresh"); }},
+		{"the track is switched", [&] { press("next"); sendStopped(source); }},
+		{"playback is stopped", [&] { press("stop"); }},
+		{"the collection goes", [&] { frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING); }},
+	};
+	for (const auto &[situation, meanwhile] : rows) {
+		frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED);
+		choose(source);
+		playThrough(source, 0);
+		media(source) = media(other) = {OBS_MEDIA_STATE_PLAYING, 500, 50000};
+		waitForTicks(1);
+		const QPoint middle = slider->rect().center();
+		QTest::mousePress(slider, Qt::LeftButton, {}, middle);
+		meanwhile();
+		slider->setEnabled(true);
+		QTest::mouseRelease(slider, Qt::LeftButton, {}, middle);
+		if (slider->value() != 0)
+			waitForTicks(1);
+		EXPECT_LE(slider->value(), 10) << situation << ": a seek in flight would hold it in the middle";
+	}
+}
+
+TEST_F(Playback, TheSourcesOwnControlsStepTheQueue)
 {
 	show(source);
-	std::atomic<bool> done = false;
-	std::thread libobs([this, &done] {
+	sendSignal(source, "media_next");
+	QCoreApplication::processEvents();
+	EXPECT_EQ(playlist(), files) << "an unmanaged source steps by itself";
+	playThrough(source, 2);
+	const auto step = [this](const char *signal) {
+		sendSignal(source, signal);
+		QCoreApplication::processEvents();
+		sendStopped(source);
+		QCoreApplication::processEvents();
+		return current();
+	};
+	EXPECT_EQ(step("media_next"), 0);
+	EXPECT_EQ(step("media_previous"), 2);
+	// Two in one frame are two.
+	sendSignal(source, "media_previous");
+	EXPECT_EQ(step("media_previous"), 0);
+
+	const std::function<void()> lettingGo[] = {
+		[this] { frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING); },
+		[this] { child<QComboBox>("sourceSelector")->setCurrentIndex(0); },
+	};
+	for (const auto &letGo : lettingGo) {
+		sendSignal(source, "media_next");
+		letGo();
+		frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED);
+		choose(source);
+		QCoreApplication::processEvents();
+		EXPECT_EQ(current(), 0) << "a step from before";
+	}
+}
+
+// For the sanitizers: the source stops and steps on its own thread while the dock switches, cancels and lets go.
+TEST_F(Playback, SignalsMayComeAtAnyMoment)
+{
+	show(source);
+	std::atomic<bool> done = false, steps = false;
+	std::thread libobs([this, &done, &steps] {
 		calldata_t data;
 		calldata_init(&data);
 		calldata_set_ptr(&data, "source", source.Get());
-		while (!done)
-			signal_handler_signal(obs_source_get_signal_handler(source), "media_stopped", &data);
+		signal_handler_t *signals = obs_source_get_signal_handler(source);
+		while (!done) {
+			signal_handler_signal(signals, "media_stopped", &data);
+			if (steps.exchange(false)) {
+				signal_handler_signal(signals, "media_next", &data);
+				signal_handler_signal(signals, "media_previous", &data);
+			}
+		}
 		calldata_free(&data);
 	});
 	for (int i = 0; i < 200; i++) {
 		play(i % 3);
+		steps = true;
 		if (i % 5 == 0)
 			press("stop");
 		if (i % 7 == 0)
@@ -310,6 +383,8 @@ TEST_F(Playback, StopsMayComeAtAnyMoment)
 		if (i % 7 == 0)
 			frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED);
 	}
+	ASSERT_TRUE(waitFor([&steps] { return !steps; }));
+	QCoreApplication::processEvents();
 	play(1);
 	ASSERT_TRUE(waitFor([this] { return child<QWidget>("playPause")->isEnabled(); }));
 	done = true;

@@ -7,6 +7,8 @@
 
 #include <functional>
 
+class QKeyEvent;
+
 namespace reelhouse {
 
 // Claims a key for a widget and its children ahead of every shortcut. OBS's main window has actions on the same keys
@@ -21,10 +23,13 @@ public:
 	bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+	bool isRepeat(const QKeyEvent *event) const;
+
 	const QKeySequence key;
 	const std::function<bool()> wanted;
 	const std::function<void()> run;
-	bool claimed = false; // the key's last press was ours
+	bool claimed = false;   // the key's last press was ours
+	quint64 releasedAt = 0; // when any key was last released, in ms of the window system
 };
 
 } // namespace reelhouse

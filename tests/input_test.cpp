@@ -82,6 +82,8 @@ TEST_F(Input, DropsAddTheFilesAmongThem)
 	EXPECT_FALSE(drop({song}, Qt::MoveAction).accepted) << "taken away by a move, the file would be gone";
 	EXPECT_EQ(list()->count(), 1);
 
+	auto *edit = child<QLineEdit>("search");
+	const QImage emptyField = edit->grab().toImage();
 	search(u"nothing"_s);
 	QListWidget scenes;
 	scenes.addItem(u"Scene"_s);
@@ -92,6 +94,8 @@ TEST_F(Input, DropsAddTheFilesAmongThem)
 	EXPECT_EQ(result.action, Qt::CopyAction);
 	EXPECT_EQ(labels(), (QStringList{u"a"_s, u"b #1 %41.mp3"_s, u"t.txt"_s, u"b #1 %41.mp3"_s}));
 	EXPECT_EQ(shownLabels(), labels()) << "the search is cleared";
+	EXPECT_EQ(edit->grab().toImage(), emptyField) << "and looks it, clear button and all";
+	EXPECT_TRUE(edit->isClearButtonEnabled());
 	EXPECT_EQ(list()->currentRow(), 3);
 	EXPECT_EQ(valuesIn(recordOf(source), "tracks").size(), 4);
 	EXPECT_EQ(valuesIn(recordOf(source), "observed").size(), 1);

@@ -296,11 +296,27 @@ TEST_F(Playback, TheSliderSeeksOnlyTheMediaThatItWasTakenOn)
 		const char *situation;
 		std::function<void()> meanwhile;
 	} rows[] = {
-		{"another source is bound", [&] { choose(other); }},
-		{"the queue is reloaded", [&] { press("refresh"); }},
-		{"the track is switched", [&] { press("next"); sendStopped(source); }},
-		{"playback is stopped", [&] { press("stop"); }},
-		{"the collection goes", [&] { frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING); }},
+		{"another source is bound",
+		 [&] {
+			 choose(other);
+		 }},
+		{"the queue is reloaded",
+		 [&] {
+			 press("refresh");
+		 }},
+		{"the track is switched",
+		 [&] {
+			 press("next");
+			 sendStopped(source);
+		 }},
+		{"playback is stopped",
+		 [&] {
+			 press("stop");
+		 }},
+		{"the collection goes",
+		 [&] {
+			 frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING);
+		 }},
 	};
 	for (const auto &[situation, meanwhile] : rows) {
 		frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED);

@@ -76,6 +76,10 @@ TEST_F(Replaced, AOneEntryQueueStaysALeftoverThroughTheCommand)
 	edit({u"http://b"_s});
 	command()->trigger();
 	EXPECT_EQ(queue() + u' ' + aside(), u"abc b"_s);
+	EXPECT_EQ(labels()[1], u"▶\uFE0E b"_s) << "what the source holds is the current track";
+	sendSignal(source, "media_next");
+	QCoreApplication::processEvents();
+	EXPECT_TRUE(child<QWidget>("playPause")->isEnabled()) << "but it is not the dock's to step";
 	command()->trigger();
 	edit({u"http://c"_s});
 	EXPECT_EQ(queue() + u' ' + aside(), u"c abc"_s);
@@ -87,9 +91,11 @@ TEST_F(Replaced, WhatALoadCannotReadIsKeptBeforeItIsOverwritten)
 		const char *situation, *record, *aside, *queue;
 	} rows[] = {
 		{"a damaged entry", R"({"version": 1, "endMode": 2, "managed": true, "originalLoop": true, "tracks": [
-		  {"value": "http://x", "id": "1"}, {"value": "http://y"}, {"id": "3"}]})", "xy", "xy"},
+		  {"value": "http://x", "id": "1"}, {"value": "http://y"}, {"id": "3"}]})",
+		 "xy", "xy"},
 		{"another version", R"({"version": 2, "endMode": 2, "managed": true, "originalLoop": true, "tracks": [
-		  {"value": "http://z", "id": "1"}]})", "z", "z"},
+		  {"value": "http://z", "id": "1"}]})",
+		 "z", "z"},
 		{"nothing that can be read, over something that can", R"({"version": 3, "tracks": 5})", "z", "z"},
 	};
 	for (const auto &row : rows) {

@@ -278,7 +278,7 @@ private:
 	QElapsedTimer seekClock;
 	QTimer pollTimer;
 	QTimer saveTimer;
-	QTimer seekRest; // runs while keys or the wheel move the slider
+	QTimer seekRest;                     // runs while keys or the wheel move the slider
 	QWidget *focusAfterSwitch = nullptr; // the control that a switch took the keyboard focus from
 
 	// Owned by Qt's parent-child tree.

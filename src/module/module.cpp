@@ -58,8 +58,8 @@ QString settingsPath()
 // Where OBS's users look for the rare commands of a plug-in.
 void addToToolsMenu(Reelhouse *newDock)
 {
-	bringBackAction = static_cast<QAction *>(
-		obs_frontend_add_tools_menu_qaction(obs_module_text("BringBackReplacedQueue")));
+	bringBackAction =
+		static_cast<QAction *>(obs_frontend_add_tools_menu_qaction(obs_module_text("BringBackReplacedQueue")));
 	if (!bringBackAction)
 		return;
 	bringBackAction->setObjectName(QStringLiteral("bringBackReplacedQueue"));

@@ -1,7 +1,10 @@
 """Everybody else in OBS who has a hand on the dock's source: its hotkeys, controls and dialogs."""
 
+import contextlib
 import json
+import os
 import subprocess
+import sys
 
 import obs_config
 from obs_config import SOURCE, scene, vlc_source
@@ -260,7 +263,43 @@ def small_things(show, obs, clips):
                                                               if obs.widget(name).enabled], [], 3)
 
 
+def silent_file_manager(show, obs, clip):
+    """A file manager that never answers does not hold up OBS, and in the end the folder is opened."""
+    opened = show.folder / "opened"
+    with silent_service("org.freedesktop.FileManager1"):
+        obs.menu(clip.name, "Show in Folder", disabled=["Undo Remove"])
+        wait_for("OBS goes on", lambda: obs.request("GetVersion"), 1)
+        soon("the folder is opened instead", lambda: opened.exists() and opened.read_text().strip(),
+             show.folder.as_uri())
+
+
+@contextlib.contextmanager
+def silent_service(name):
+    """Owns a name on the session bus and answers nothing that is asked of it."""
+    script = ("import gi, sys; from gi.repository import Gio, GLib; bus = Gio.bus_get_sync(Gio.BusType.SESSION); "
+              "Gio.bus_own_name_on_connection(bus, sys.argv[1], 0, lambda *_: print(flush=True), None); "
+              "bus.add_filter(lambda _, message, incoming: None if incoming and message.get_message_type() == "
+              "Gio.DBusMessageType.METHOD_CALL else message); GLib.MainLoop().run()")
+    service = subprocess.Popen([sys.executable, "-c", script, name], stdout=subprocess.PIPE)
+    try:
+        service.stdout.readline()
+        yield
+    finally:
+        service.kill()
+        service.wait()
+
+
+def record_opening(show):
+    """Has whatever OBS opens with the desktop's own opener written down instead."""
+    opener = show.folder / "bin/xdg-open"
+    opener.parent.mkdir()
+    opener.write_text(f'#!/bin/sh\nprintf "%s\\n" "$1" >> "{show.folder}/opened"\n')
+    opener.chmod(0o755)
+    os.environ["PATH"] = f"{opener.parent}:{os.environ['PATH']}"
+
+
 def run(show):
+    record_opening(show)
     clips = [show.clip(f"{name}.mp4", 20) for name in "abcd"]
     shorts = [show.clip(f"{name}.mp4", 4) for name in ("short1", "short2")]
     source = vlc_source(clips, **LOOPING)
@@ -281,5 +320,6 @@ def run(show):
     obs = discarded_dialog(show, obs, clips)
     hands_in_the_list(show, obs, clips, shorts)
     seeking_by_hand(obs, clips[2])
+    silent_file_manager(show, obs, clips[1])
     small_things(show, obs, clips)
     show.end()

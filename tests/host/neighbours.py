@@ -1,7 +1,6 @@
 """Everybody else in OBS who has a hand on the dock's source: its hotkeys, controls and dialogs."""
 
 import contextlib
-import json
 import os
 import subprocess
 import sys
@@ -9,7 +8,7 @@ import sys
 import obs_config
 from obs_config import SOURCE, scene, vlc_source
 from obs_host import HostError, press_key, wait_for, xdotool
-from show import MARK, drag, expect, paths_in, playing, soon
+from show import MARK, bring_back, by_id, changed_source, drag, expect, playing, press_in, soon
 
 LOOPING = {"loop": True, "playback_behavior": "pause_unpause"}
 
@@ -20,10 +19,6 @@ def media_action(obs, name):
 
 def hotkey(obs, name):
     obs.request("TriggerHotkeyByName", hotkeyName=f"VLCSource.{name}", contextName=SOURCE)
-
-
-def by_id(obs, suffix, what, **options):
-    return obs.find(lambda node: node.get_accessible_id().endswith(suffix), what, **options)
 
 
 def plays_on(obs, clip):
@@ -92,14 +87,6 @@ def open_properties(obs):
     return by_id(obs, ".OBSBasicProperties.buttonBox", "the Properties dialog")
 
 
-def press_in(box, button):
-    next(child for child in box.children if child.name == button).press()
-
-
-def bring_back(obs):
-    return by_id(obs, ".bringBackReplacedQueue", "our command in the Tools menu")
-
-
 def cancelled_dialogs(show, obs, clips):
     """A dialog that is cancelled takes the queue away; the command brings it back whole, and takes it away again."""
     names = [clip.name for clip in clips]
@@ -147,11 +134,8 @@ def after_a_restart(show, clips, whole):
     show.end()
 
     # As OBS saves it when it exits while a switch waits.
-    collection = show.home / ".config/obs-studio/basic/scenes/Reelhouse.json"
-    saved = json.loads(collection.read_text())
-    source = next(one for one in saved["sources"] if one["name"] == SOURCE)
-    source["settings"]["playlist"] = [{"value": str(clips[1])}]
-    collection.write_text(json.dumps(saved))
+    with changed_source(show) as source:
+        source["settings"]["playlist"] = [{"value": str(clips[1])}]
     obs = show.start()
     soon("the playlist wins", obs.labels, [names[1]])
     bring_back(obs).press()

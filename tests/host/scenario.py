@@ -8,6 +8,7 @@ import sys
 from pathlib import Path
 
 from show import MARK, Show, drag, expect, paths_in, playing, soon
+import faults
 import neighbours
 import obs_config
 from obs_config import SOURCE, scene, vlc_source
@@ -264,7 +265,8 @@ def refusal(show):
     show.end()
 
 
-SCENARIOS = {"queue": queue, "stream": stream, "refusal": refusal, "neighbours": neighbours.run}
+SCENARIOS = {"queue": queue, "stream": stream, "refusal": refusal, "neighbours": neighbours.run,
+             "faults": faults.run}
 
 
 def main():

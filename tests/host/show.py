@@ -1,5 +1,7 @@
 """What the scenarios in the real OBS share: their media and runs, and how they look and wait."""
 
+import contextlib
+import json
 import subprocess
 import sys
 import tempfile
@@ -102,3 +104,29 @@ def paths_in(record, key="tracks"):
 def playing(obs, path):
     """The source holds exactly this entry and plays it."""
     return obs.playlist(SOURCE) == [str(path)] and obs.media(SOURCE)[0] == "playing"
+
+
+def by_id(obs, suffix, what, **options):
+    return obs.find(lambda node: node.get_accessible_id().endswith(suffix), what, **options)
+
+
+def press_in(box, button):
+    next(child for child in box.children if child.name == button).press()
+
+
+def bring_back(obs):
+    return by_id(obs, ".bringBackReplacedQueue", "our command in the Tools menu")
+
+
+@contextlib.contextmanager
+def changed_source(show):
+    """The source as the scene collection on disk holds it, for changes while OBS is not running."""
+    collection = show.home / ".config/obs-studio/basic/scenes/Reelhouse.json"
+    saved = json.loads(collection.read_text())
+    yield next(one for one in saved["sources"] if one["name"] == SOURCE)
+    collection.write_text(json.dumps(saved))
+
+
+def saved_source(show):
+    with changed_source(show) as source:
+        return source

@@ -11,13 +11,14 @@ SOURCE = "Queue"
 MODULE = "obs-reelhouse"
 
 
-def write_config(home: Path, dock_layout: Path, websocket_port: int = 0) -> None:
-    """Prepares a home folder for OBS. A websocket port of 0 leaves the WebSocket server off."""
+def write_config(home: Path, dock_layout: Path | None, websocket_port: int = 0) -> None:
+    """Prepares a home folder for OBS. Without the program that prints a dock layout, OBS keeps its own, with our dock
+    closed. A websocket port of 0 leaves the WebSocket server off."""
     config = home / ".config/obs-studio"
     config.mkdir(parents=True, exist_ok=True)
-    dock_state = subprocess.run([dock_layout], check=True, capture_output=True, text=True,
-                                env={**os.environ, "QT_QPA_PLATFORM": "offscreen"}).stdout.strip()
-    settings = f"""[General]
+    dock_state = dock_layout and subprocess.run([dock_layout], check=True, capture_output=True, text=True,
+                                                env={**os.environ, "QT_QPA_PLATFORM": "offscreen"}).stdout.strip()
+    settings = """[General]
 FirstRun=true
 EnableAutoUpdates=false
 ConfirmOnExit=false
@@ -32,10 +33,9 @@ Profile=Reelhouse
 ProfileDir=Reelhouse
 SceneCollection=Reelhouse
 SceneCollectionFile=Reelhouse
-
-[BasicWindow]
-DockState={dock_state}
 """
+    if dock_state:
+        settings += f"\n[BasicWindow]\nDockState={dock_state}\n"
     for name in ("global.ini", "user.ini"):
         (config / name).write_text(settings)
     profile = config / "basic/profiles/Reelhouse"

@@ -152,17 +152,19 @@ def press_key(*keys):
 
 
 class Obs:
-    """One run of OBS Studio with our module, on a configuration home made by obs_config."""
+    """One run of OBS Studio on a configuration home made by obs_config, with our module where it was built, or, without
+    module and data, with what is installed."""
 
-    def __init__(self, home: Path, module: Path, data: Path, port: int):
+    def __init__(self, home: Path, module: Path | None, data: Path | None, port: int):
         self.home = Path(home)
         self.port = port
         self.nodes = {}
         self.runtime = tempfile.mkdtemp(prefix="obs-run-")
         self.output = open(self.home / "obs-output.txt", "ab")
         environment = {**os.environ, "HOME": str(home), "XDG_CONFIG_HOME": str(home / ".config"),
-                       "XDG_RUNTIME_DIR": self.runtime, "OBS_PLUGINS_PATH": str(module.parent),
-                       "OBS_PLUGINS_DATA_PATH": str(data)}
+                       "XDG_RUNTIME_DIR": self.runtime}
+        if module:
+            environment.update(OBS_PLUGINS_PATH=str(module.parent), OBS_PLUGINS_DATA_PATH=str(data))
         self.process = subprocess.Popen(
             OBS_COMMAND, stdin=subprocess.DEVNULL, stdout=self.output, stderr=self.output, env=environment)
         self.socket = None

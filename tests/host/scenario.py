@@ -10,6 +10,7 @@ from pathlib import Path
 from show import MARK, Show, drag, expect, paths_in, playing, soon
 import faults
 import neighbours
+import package
 import obs_config
 from obs_config import SOURCE, scene, vlc_source
 from obs_host import CONTENT, Desktop, HostError, press_key, wait_for, xdotool
@@ -266,16 +267,17 @@ def refusal(show):
 
 
 SCENARIOS = {"queue": queue, "stream": stream, "refusal": refusal, "neighbours": neighbours.run,
-             "faults": faults.run}
+             "faults": faults.run, "package-deb": package.run_deb, "package-archive": package.run_archive}
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("scenario", choices=SCENARIOS)
-    parser.add_argument("--module", type=Path, required=True)
-    parser.add_argument("--data", type=Path, required=True)
-    parser.add_argument("--layout", type=Path, required=True)
-    parser.add_argument("--drag-source", type=Path, required=True)
+    parser.add_argument("--module", type=Path)
+    parser.add_argument("--data", type=Path)
+    parser.add_argument("--layout", type=Path)
+    parser.add_argument("--drag-source", type=Path)
+    parser.add_argument("--packages", type=Path, help="the folder that ./dev package fills")
     arguments = parser.parse_args()
     desktop = Desktop()
     show = Show(arguments)

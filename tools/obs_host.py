@@ -21,7 +21,7 @@ from gi.repository import Atspi, GLib  # noqa: E402
 from websockets.sync.client import connect  # noqa: E402
 
 CONTENT = "OBS-Reelhouse-content"
-# Not with --disable-missing-files-check: OBS then leaks the list that it would have shown, and its leak count is a test.
+# Not with --disable-missing-files-check: OBS then leaks the list that it would have shown, and its leaks are a test.
 OBS_COMMAND = ["obs", "--multi", "--disable-updater", "--disable-shutdown-check"]
 MENU = ["Move Up", "Move Down", "Move to Top", "Move to Bottom", "Remove", "Undo Remove", "Show Current Track",
         "Show in Folder", "Give Playlist Back to Source", "About Reelhouse"]
@@ -347,7 +347,7 @@ class Obs:
     def complaints(self):
         """What OBS's log says against a clean run, line by line."""
         log = self.log
-        lines = [line for line in log.splitlines() if re.search(r"Not all sources were cleared|Ambiguous shortcut", line)]
+        lines = re.findall(r".*(?:Not all sources were cleared|Ambiguous shortcut).*", log)
         # Modules of OBS's own call the frontend after it has gone: one in OBS 30, two in OBS 32.
         late = re.findall(r".*no callbacks!", log)
         major = re.search(r": OBS (\d+)\.", log)

@@ -11,7 +11,7 @@ namespace reelhouse {
 namespace {
 
 struct SourceSearch {
-	obs_source_t *target;
+	obs_source_t *target = nullptr;
 	QSet<obs_source_t *> &visited;
 	bool found = false;
 };

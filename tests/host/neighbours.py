@@ -34,8 +34,8 @@ def everything_true(obs, clip, state, button):
     soon(f"the button while {state}", lambda: obs.widget("playPause").name, button)
     expect("the marked row", [label for label in obs.labels() if label.startswith(MARK)], [MARK + clip.name])
     record = obs.record(SOURCE)
-    expect("the record's current track", [item["value"] for item in record["tracks"] if item["id"] == record["current"]],
-           [str(clip)])
+    current = [item["value"] for item in record["tracks"] if item["id"] == record["current"]]
+    expect("the record's current track", current, [str(clip)])
 
 
 def controls_step(obs, clips):
@@ -55,7 +55,7 @@ def controls_step(obs, clips):
 
 
 def other_controls(obs, clips):
-    """Pausing, starting again and stopping from outside leave the dock telling the truth, after a stop of its own too."""
+    """Pausing, starting again and stopping from outside leave the dock telling the truth, after its own stop too."""
     for action, state, button in (("PAUSE", "paused", "Resume"), ("PLAY", "playing", "Pause"),
                                   ("RESTART", "playing", "Pause"), ("STOP", "stopped", "Play"),
                                   ("RESTART", "playing", "Pause")):

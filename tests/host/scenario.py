@@ -176,6 +176,7 @@ def editing(show, obs, names, clips):
 
     obs.menu(extra.name, "Move to Top", disabled=["Move Down", "Move to Bottom", "Undo Remove"])
     stored("moving to the top", [extra.name, *names])
+
     def drag_two(first, second, target, down):
         obs.row(first).click(across=0.3)
         xdotool("keydown", "ctrl")

@@ -55,8 +55,9 @@ class Desktop:
     def __init__(self, size="1600x1000"):
         self.children = []
         read_end, write_end = os.pipe()
-        xvfb = self._start(["Xvfb", "-displayfd", str(write_end), "-screen", "0", f"{size}x24", "-nolisten", "tcp"],
-                           pass_fds=[write_end])
+        # Not to be reset when a client leaves that happens to be the only one, which would end whoever starts just then.
+        xvfb = self._start(["Xvfb", "-displayfd", str(write_end), "-screen", "0", f"{size}x24", "-nolisten", "tcp",
+                            "-noreset"], pass_fds=[write_end])
         os.close(write_end)
         with os.fdopen(read_end) as pipe:
             number = pipe.readline().strip()

@@ -55,7 +55,7 @@ class Desktop:
     def __init__(self, size="1600x1000"):
         self.children = []
         read_end, write_end = os.pipe()
-        # Not to be reset when a client leaves that happens to be the only one, which would end whoever starts just then.
+        # Not to be reset when the only client leaves, which would end whoever starts just then.
         xvfb = self._start(["Xvfb", "-displayfd", str(write_end), "-screen", "0", f"{size}x24", "-nolisten", "tcp",
                             "-noreset"], pass_fds=[write_end])
         os.close(write_end)

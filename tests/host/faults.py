@@ -3,7 +3,6 @@
 Whatever happens, OBS ends cleanly and the queue is there when it starts again.
 """
 
-import json
 import os
 import random
 import socket

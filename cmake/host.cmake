@@ -5,6 +5,7 @@ set(REELHOUSE_QT_VERSION "6.8.3" CACHE STRING "Qt runtime version that the modul
 
 find_package(libobs REQUIRED)
 find_package(obs-frontend-api REQUIRED)
+find_package(obs-websocket-api REQUIRED)
 find_package(Qt6 6.8 REQUIRED COMPONENTS Widgets)
 if(NOT APPLE)
   find_package(Qt6 6.8 REQUIRED COMPONENTS DBus)

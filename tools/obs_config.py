@@ -11,9 +11,9 @@ SOURCE = "Queue"
 MODULE = "obs-reelhouse"
 
 
-def write_config(home: Path, dock_layout: Path | None, websocket_port: int = 0) -> None:
-    """Prepares a home folder for OBS. Without the program that prints a dock layout, OBS keeps its own, with our dock
-    closed. A websocket port of 0 leaves the WebSocket server off."""
+def write_config(home: Path, dock_layout: Path | None, websocket_port: int, password: str = "") -> None:
+    """Prepares a home folder for OBS, whose WebSocket server asks for the password if there is one. Without the program
+    that prints a dock layout, OBS keeps its own, with our dock closed."""
     config = home / ".config/obs-studio"
     config.mkdir(parents=True, exist_ok=True)
     dock_state = dock_layout and subprocess.run([dock_layout], check=True, capture_output=True, text=True,
@@ -44,8 +44,8 @@ SceneCollectionFile=Reelhouse
                                        "OutputCX=1280\nOutputCY=720\nFPSCommon=30\n")
     (config / "basic/scenes").mkdir(parents=True, exist_ok=True)
     write_json(config / "plugin_config/obs-websocket/config.json",
-               {"first_load": False, "server_enabled": websocket_port != 0, "server_port": websocket_port or 4455,
-                "auth_required": False, "alerts_enabled": False})
+               {"first_load": False, "server_enabled": True, "server_port": websocket_port,
+                "auth_required": bool(password), "server_password": password, "alerts_enabled": False})
 
 
 def write_json(path: Path, data) -> None:

@@ -1,8 +1,11 @@
 """The real OBS as a person and a machine see it: its windows, its accessibility tree and its WebSocket server.
 
-Meant to run inside a D-Bus session of its own (dbus-run-session), which the accessibility bus needs.
+Meant to run inside a D-Bus session of its own (dbus-run-session), which the accessibility bus needs. As a program it
+makes one request to the dock of the OBS that was started on a home folder.
 """
 
+import base64
+import hashlib
 import json
 import os
 import re
@@ -10,6 +13,7 @@ import shutil
 import signal
 import socket
 import subprocess
+import sys
 import tempfile
 import time
 from pathlib import Path
@@ -21,6 +25,8 @@ from gi.repository import Atspi, GLib  # noqa: E402
 from websockets.sync.client import connect  # noqa: E402
 
 CONTENT = "OBS-Reelhouse-content"
+VENDOR = "OBS-Reelhouse"
+VENDOR_EVENTS = 1 << 9
 # Not with --disable-missing-files-check: OBS then leaks the list that it would have shown, and its leaks are a test.
 OBS_COMMAND = ["obs", "--multi", "--disable-updater", "--disable-shutdown-check"]
 MENU = ["Move Up", "Move Down", "Move to Top", "Move to Bottom", "Remove", "Undo Remove", "Show Current Track",
@@ -152,6 +158,56 @@ def press_key(*keys):
     xdotool("key", "--delay", 60, *keys)
 
 
+def answer_challenge(password, challenge, salt):
+    def digest(text):
+        return base64.b64encode(hashlib.sha256(text.encode()).digest()).decode()
+    return digest(digest(password + salt) + challenge)
+
+
+class Client:
+    """A connection to OBS's WebSocket server. Events that come while it waits for something else are kept."""
+
+    def __init__(self, port, password="", events=0):
+        self.events = []
+        self.socket = connect(f"ws://127.0.0.1:{port}", max_size=None)
+        identify = {"rpcVersion": 1, "eventSubscriptions": events}
+        hello = self.receive(0)
+        if "authentication" in hello:
+            identify["authentication"] = answer_challenge(password, **hello["authentication"])
+        self.send(1, identify)
+        self.receive(2)
+
+    def send(self, op, data):
+        self.socket.send(json.dumps({"op": op, "d": data}))
+
+    def receive(self, op, timeout=None):
+        while True:
+            message = json.loads(self.socket.recv(timeout))
+            if message["op"] == op:
+                return message["d"]
+            self.events.append(message["d"]["eventData"])
+
+    def ask(self, request, **data):
+        """Sends a request whose answer is still to be received."""
+        self.send(6, {"requestType": request, "requestId": "1", "requestData": data})
+
+    def try_request(self, request, **data):
+        self.ask(request, **data)
+        answer = self.receive(7)
+        return answer["requestStatus"]["result"], answer.get("responseData", answer["requestStatus"])
+
+    def request(self, request, **data):
+        ok, answer = self.try_request(request, **data)
+        if not ok:
+            raise HostError(f"OBS refused {request}: {answer.get('comment', answer['code'])}")
+        return answer
+
+    def dock(self, request, **data):
+        """One of the dock's own requests."""
+        return self.request("CallVendorRequest", vendorName=VENDOR, requestType=request,
+                            requestData=data)["responseData"]
+
+
 class Obs:
     """One run of OBS Studio on a configuration home made by obs_config, with our module where it was built, or, without
     module and data, with what is installed."""
@@ -168,7 +224,7 @@ class Obs:
             environment.update(OBS_PLUGINS_PATH=str(module.parent), OBS_PLUGINS_DATA_PATH=str(data))
         self.process = subprocess.Popen(
             OBS_COMMAND, stdin=subprocess.DEVNULL, stdout=self.output, stderr=self.output, env=environment)
-        self.socket = None
+        self.client = None
 
     @property
     def log_path(self):
@@ -189,26 +245,18 @@ class Obs:
         def attempt():
             self._alive()
             try:
-                return connect(f"ws://127.0.0.1:{self.port}", max_size=None)
+                return Client(self.port)
             except OSError:
                 return None
-        self.socket = wait_for("OBS opens its WebSocket server", attempt, 60)
-        self.socket.recv()
-        self.socket.send(json.dumps({"op": 1, "d": {"rpcVersion": 1, "eventSubscriptions": 0}}))
-        self.socket.recv()
+        self.client = wait_for("OBS opens its WebSocket server", attempt, 60)
         # While a scene collection loads, requests are refused.
         wait_for("OBS finishes loading", lambda: self.try_request("GetSceneList")[0], 60)
 
     def try_request(self, request, **data):
-        self.socket.send(json.dumps({"op": 6, "d": {"requestType": request, "requestId": "1", "requestData": data}}))
-        answer = json.loads(self.socket.recv())["d"]
-        return answer["requestStatus"]["result"], answer.get("responseData", answer["requestStatus"])
+        return self.client.try_request(request, **data)
 
     def request(self, request, **data):
-        ok, answer = self.try_request(request, **data)
-        if not ok:
-            raise HostError(f"OBS refused {request}: {answer.get('comment', answer['code'])}")
-        return answer
+        return self.client.request(request, **data)
 
     def settings(self, source):
         return self.request("GetInputSettings", inputName=source)["inputSettings"]
@@ -324,8 +372,8 @@ class Obs:
 
     def quit(self, timeout=60):
         """Closes the main window as a person does and returns the exit code."""
-        if self.socket:
-            self.socket.close()
+        if self.client:
+            self.client.socket.close()
         xdotool("windowactivate", "--sync", self.main_window())
         press_key("ctrl+q")
         try:
@@ -360,3 +408,22 @@ class Obs:
         elif leaks.group(1) != "0":
             lines.append(leaks.group(0))
         return lines
+
+
+def main():
+    home, request, *data = sys.argv[1:]
+    config = Path(home) / ".config/obs-studio/plugin_config/obs-websocket/config.json"
+    try:
+        server = json.loads(config.read_text())
+        client = Client(server["server_port"], server["server_password"])
+        answer = client.dock(request, **json.loads("".join(data) or "{}"))
+    except OSError:
+        sys.exit("No OBS answers; open one with ./dev run.")
+    except (HostError, ValueError) as error:
+        sys.exit(str(error))
+    print(json.dumps(answer, indent=2, ensure_ascii=False))
+    sys.exit(not answer["success"])
+
+
+if __name__ == "__main__":
+    main()

@@ -3,26 +3,31 @@
 
 import argparse
 import os
+import secrets
 import shutil
 import sys
 from pathlib import Path
 
 import obs_config
 from obs_config import SOURCE
+from obs_host import CONTENT, Desktop, HostError, Obs, free_port, wait_for
 
 # How far a track has to play before it counts as playing, in milliseconds.
 PLAYED_MS = 1000
 
 
-def prepare(home, layout, media, port):
-    obs_config.write_config(home, layout, port)
+def prepare(home, layout, media, port, password=""):
+    obs_config.write_config(home, layout, port, password)
     source = obs_config.vlc_source(media)
     obs_config.write_collection(home, [obs_config.scene(obs_config.SCENE, source)], [source])
     obs_config.remember_source(home, source)
 
 
 def open_on_display(arguments):
-    prepare(arguments.home, arguments.layout, arguments.media, 0)
+    # With a password, because the server can be reached from the network.
+    port, password = free_port(), secrets.token_urlsafe()
+    prepare(arguments.home, arguments.layout, arguments.media, port, password)
+    print(f"WebSocket server: localhost:{port}, password {password}", flush=True)
     environment = {**os.environ, "HOME": str(arguments.home), "XDG_CONFIG_HOME": str(arguments.home / ".config"),
                    "OBS_PLUGINS_PATH": str(arguments.module.parent), "OBS_PLUGINS_DATA_PATH": str(arguments.data)}
     command = ["obs", "--multi", "--disable-updater", "--disable-missing-files-check", "--disable-shutdown-check"]
@@ -41,7 +46,6 @@ def play_track(obs, label):
         enough = min(PLAYED_MS, duration // 2) if duration else PLAYED_MS
         return expected and state == "playing" and position >= enough
 
-    from obs_host import HostError, wait_for
     try:
         wait_for(f"{label} plays", playing, 20)
     except HostError:
@@ -52,7 +56,6 @@ def play_track(obs, label):
 
 
 def play_through(arguments):
-    from obs_host import CONTENT, Desktop, HostError, Obs, free_port, wait_for
     port = free_port()
     prepare(arguments.home, arguments.layout, arguments.media, port)
     desktop = Desktop("1280x800")

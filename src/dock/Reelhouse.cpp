@@ -107,6 +107,7 @@ void Reelhouse::showUnbound()
 	const QSignalBlocker blocker(seekSlider);
 	seekSlider->setValue(0);
 	timeLabel->setAccessibleDescription(QString());
+	Q_EMIT stateChanged();
 }
 
 // Final once it returns: either the libobs thread applied the settings before, and its continuation finds a newer

@@ -57,6 +57,8 @@ public:
 
 		// A track with an id of its own.
 		static Track fromPath(const QString &path);
+
+		bool operator==(const Track &) const = default;
 	};
 
 	struct RemovedTrack {
@@ -69,6 +71,12 @@ public:
 		QString selectedTrackId;
 		QString searchText;
 		int scrollValue = 0;
+	};
+
+	// One entry of the selector.
+	struct ListedSource {
+		QString label; // with the scenes that show the source
+		QString uuid;
 	};
 
 	// Rows of the list by the ids of their tracks.
@@ -95,7 +103,53 @@ public:
 	// nothing when there is none.
 	void bringBackReplaced();
 
+	// For a remote control, from here to the signals: what the user sees, and can do by hand. Operations that have
+	// nothing to act on do nothing.
+
+	// Whether a scene collection is there to work on.
+	bool isActive() const { return !suspended && !shutDown; }
+	// The bound source, or null when none is bound or it has been deleted or removed. The caller owns the reference.
+	OBSSourceAutoRelease lockSource() const;
+	// What the selector offers, brought up to date, without its entry for no source.
+	QList<ListedSource> listSources();
+	// Chooses in the selector; an empty UUID is its entry for no source. False when it has no such entry.
+	bool selectSource(const QString &uuid);
+
+	const QList<Track> &queue() const { return tracks; }
+	const QString &currentTrackId() const { return currentId; }
+	// The position of the current track in the queue, -1 for none.
+	int currentIndex() const;
+	int endModeNumber() const { return endMode; }
+	void chooseEndMode(EndMode mode);
+
+	// A track is on its way to the source, whose media state still means the previous one.
+	bool isSwitching() const { return switchPending; }
+	// Whether a row is selected or a track current, for the play button to act on.
+	bool canPlay() const { return !selectedId().isEmpty() || !currentId.isEmpty(); }
+	// The first three return false when they could not start a track, which the message line explains if its file is
+	// missing.
+	bool playTrack(const QString &id, bool withSceneSwitch);
+	bool playRelative(int delta);
+	bool togglePlay();
+	void stopPlayback();
+
+	// Puts new tracks before the one at this position, or at the end. Returns their ids.
+	QList<QString> insertFiles(const QList<QString> &paths, qsizetype position);
+	// Returns how many tracks it has removed, of which the next undo brings back as many.
+	qsizetype removeTracks(const QSet<QString> &ids);
+	bool canUndoRemove() const { return !removed.isEmpty(); }
+	// Returns how many tracks have come back.
+	qsizetype undoRemove();
+	// Makes index the position of the track with this id, whether the search shows it or not. The selection stays.
+	void moveTrack(const QString &id, int index);
+
+	bool canGiveBack() const { return managed || !tracks.isEmpty(); }
+	// Gives the source the whole queue as its own playlist, and its own settings.
+	void restoreSource();
+
 Q_SIGNALS:
+	// The source, the queue, the current track or the end mode may be another than before.
+	void stateChanged();
 	// Half a second after the last write to a source's private settings: the scene collection wants saving.
 	void configurationChanged();
 	// The source with this UUID has switched to a track that the user started from the list.
@@ -137,8 +191,6 @@ private:
 	void reloadSource();
 	void bindSource(const QString &uuid);
 	void disconnectSource();
-	// The bound source, or null when none is bound or it has been deleted or removed. The caller owns the reference.
-	OBSSourceAutoRelease lockSource() const;
 
 	// Reelhouse_Record.cpp
 	void loadQueue(obs_source_t *source, bool force);
@@ -146,7 +198,6 @@ private:
 	void readTakeover(obs_data_t *record);
 	void showLoaded(const QString &selectId);
 	void storeQueue();
-	void restoreSource();
 
 	// Reelhouse_Replaced.cpp
 	void keepReplacedQueue(obs_source_t *source, obs_data_t *record);
@@ -157,17 +208,11 @@ private:
 	void restoreView(const QString &uuid);
 
 	// Reelhouse_Playback.cpp
-	void playTrack(const QString &id, bool withSceneSwitch);
 	void issueSwitch(obs_source_t *source);
 	void markCurrentRow(const QString &previousId);
-	void playRelative(int delta);
 	void playSelected();
-	void togglePlay();
-	void stopPlayback();
 	// The id of the list's current row; empty when there is none or the search hides it.
 	QString selectedId() const;
-	// The position of the current track in the queue, -1 for none.
-	int currentIndex() const;
 
 	// Reelhouse_Poll.cpp
 	void tick();
@@ -214,7 +259,6 @@ private:
 	void appendFiles(const QList<QString> &paths);
 	void clearSearchSilently();
 	void removeSelected();
-	void undoRemove();
 	void moveSelected(int delta);
 	void orderChanged();
 

@@ -34,16 +34,28 @@ void Reelhouse::addFiles()
 
 void Reelhouse::appendFiles(const QList<QString> &paths)
 {
+	insertFiles(paths, tracks.size());
+}
+
+QList<QString> Reelhouse::insertFiles(const QList<QString> &paths, qsizetype position)
+{
 	OBSSourceAutoRelease source = lockSource();
 	if (!source || suspended || shutDown || paths.isEmpty())
-		return;
-	for (const QString &path : paths)
-		tracks.append(Track::fromPath(path));
+		return {};
+	QList<QString> ids;
+	QList<Track> merged = tracks.first(position);
+	for (const QString &path : paths) {
+		merged.append(Track::fromPath(path));
+		ids.append(merged.constLast().id);
+	}
+	merged.append(tracks.sliced(position));
+	tracks = merged;
 	clearSearchSilently();
-	rebuildList(tracks.constLast().id);
+	rebuildList(ids.constLast());
 	playlistWidget->scrollToItem(playlistWidget->currentItem(), QAbstractItemView::EnsureVisible);
 	storeQueue();
 	clearError();
+	return ids;
 }
 
 void Reelhouse::clearSearchSilently()
@@ -59,12 +71,14 @@ void Reelhouse::clearSearchSilently()
 
 void Reelhouse::removeSelected()
 {
+	removeTracks(playlistWidget->selectedIds());
+}
+
+qsizetype Reelhouse::removeTracks(const QSet<QString> &ids)
+{
 	OBSSourceAutoRelease source = lockSource();
-	if (!source || suspended || shutDown)
-		return;
-	const QSet<QString> ids = playlistWidget->selectedIds();
-	if (ids.isEmpty())
-		return;
+	if (!source || suspended || shutDown || ids.isEmpty())
+		return 0;
 
 	removed.clear();
 	QList<Track> kept;
@@ -76,7 +90,7 @@ void Reelhouse::removeSelected()
 			kept.append(track);
 	}
 	if (removed.isEmpty())
-		return;
+		return 0;
 	tracks = kept;
 
 	const bool stops = ids.contains(currentId) || tracks.isEmpty();
@@ -94,13 +108,14 @@ void Reelhouse::removeSelected()
 	if (!stops)
 		storeQueue();
 	clearError();
+	return removed.size();
 }
 
-void Reelhouse::undoRemove()
+qsizetype Reelhouse::undoRemove()
 {
 	OBSSourceAutoRelease source = lockSource();
 	if (!source || suspended || shutDown || removed.isEmpty())
-		return;
+		return 0;
 	QList<Track> merged;
 	merged.reserve(tracks.size() + removed.size());
 	auto rest = tracks.cbegin();
@@ -111,12 +126,14 @@ void Reelhouse::undoRemove()
 	}
 	std::copy(rest, tracks.cend(), std::back_inserter(merged));
 
+	const qsizetype count = removed.size();
 	const QString firstId = removed.constFirst().track.id;
 	removed.clear();
 	tracks = merged;
 	rebuildList(firstId);
 	storeQueue();
 	clearError();
+	return count;
 }
 
 void Reelhouse::moveSelected(int delta)
@@ -133,6 +150,22 @@ void Reelhouse::moveSelected(int delta)
 	playlistWidget->setCurrentItem(row, QItemSelectionModel::ClearAndSelect);
 	reordering = false;
 	orderChanged();
+}
+
+void Reelhouse::moveTrack(const QString &id, int index)
+{
+	const QListWidgetItem *row = findRow(id, false);
+	if (!OBSSourceAutoRelease(lockSource()) || suspended || shutDown || !row || index < 0 ||
+	    index >= playlistWidget->count())
+		return;
+	reordering = true;
+	const int from = playlistWidget->row(row);
+	playlistWidget->model()->moveRow({}, from, {}, index > from ? index + 1 : index);
+	reordering = false;
+	orderChanged();
+	// Another row has the number that is looked for.
+	if (needle().startsWith(u'#'))
+		filterList();
 }
 
 void Reelhouse::orderChanged()

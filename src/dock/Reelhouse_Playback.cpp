@@ -14,17 +14,17 @@ using namespace reelhouse;
 
 // A track starts in two phases. Here the wish is recorded and the media stopped; when the source reports media_stopped,
 // mediaStopped() gives it the new settings, so that the old media is never seen under them.
-void Reelhouse::playTrack(const QString &id, bool withSceneSwitch)
+bool Reelhouse::playTrack(const QString &id, bool withSceneSwitch)
 {
 	OBSSourceAutoRelease source = lockSource();
 	const auto track = std::ranges::find(std::as_const(tracks), id, &Track::id);
 	if (!source || track == tracks.cend())
-		return;
+		return false;
 	const QString local = localFilePath(track->path);
 	if (!local.isEmpty() && !QFileInfo(local).isFile()) {
 		playbackArmed = false;
 		showError(ui("FileMissing").arg(track->path));
-		return;
+		return false;
 	}
 
 	playbackArmed = false;
@@ -43,6 +43,7 @@ void Reelhouse::playTrack(const QString &id, bool withSceneSwitch)
 	markCurrentRow(previousId);
 	updateButtons();
 	clearError();
+	return true;
 }
 
 void Reelhouse::issueSwitch(obs_source_t *source)
@@ -78,16 +79,16 @@ void Reelhouse::markCurrentRow(const QString &previousId)
 }
 
 // Wraps at both ends, unlike the end mode that goes on to the next track.
-void Reelhouse::playRelative(int delta)
+bool Reelhouse::playRelative(int delta)
 {
 	const qsizetype count = tracks.size();
 	if (count == 0)
-		return;
+		return false;
 	const int current = currentIndex();
 	qsizetype target = delta > 0 ? 0 : count - 1;
 	if (current >= 0)
 		target = (count + delta + current) % count;
-	playTrack(tracks.at(target).id, false);
+	return playTrack(tracks.at(target).id, false);
 }
 
 void Reelhouse::playSelected()
@@ -97,16 +98,15 @@ void Reelhouse::playSelected()
 		playTrack(selected, true);
 }
 
-void Reelhouse::togglePlay()
+bool Reelhouse::togglePlay()
 {
 	OBSSourceAutoRelease source = lockSource();
 	if (!source)
-		return;
+		return false;
 	const QString selected = selectedId();
-	if (!selected.isEmpty() && selected != currentId) {
-		playTrack(selected, false);
-		return;
-	}
+	if (!selected.isEmpty() && selected != currentId)
+		return playTrack(selected, false);
+	bool plays = true;
 	switch (obs_source_media_get_state(source)) {
 	case OBS_MEDIA_STATE_PLAYING:
 		obs_source_media_play_pause(source, true);
@@ -115,10 +115,10 @@ void Reelhouse::togglePlay()
 		obs_source_media_play_pause(source, false);
 		break;
 	default:
-		if (!currentId.isEmpty())
-			playTrack(currentId, false);
+		plays = !currentId.isEmpty() && playTrack(currentId, false);
 	}
 	updateButtons();
+	return plays;
 }
 
 void Reelhouse::stopPlayback()

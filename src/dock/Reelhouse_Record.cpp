@@ -126,6 +126,7 @@ void Reelhouse::storeQueue()
 	OBSDataAutoRelease privateSettings = obs_source_get_private_settings(source);
 	obs_data_set_obj(privateSettings, recordKey, record);
 	saveTimer.start();
+	Q_EMIT stateChanged();
 }
 
 void Reelhouse::restoreSource()

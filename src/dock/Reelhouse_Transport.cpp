@@ -109,7 +109,7 @@ void Reelhouse::updateButtons()
 
 	if (switchPending)
 		holdFocus();
-	playPauseButton->setEnabled(active && !switchPending && !(selected.isEmpty() && currentId.isEmpty()));
+	playPauseButton->setEnabled(active && !switchPending && canPlay());
 	stopButton->setEnabled(active);
 	previousButton->setEnabled(active && !tracks.isEmpty());
 	nextButton->setEnabled(active && !tracks.isEmpty());
@@ -145,9 +145,9 @@ void Reelhouse::giveFocusBack()
 
 void Reelhouse::updateMenuActions(bool active, const QString &selected)
 {
-	undoRemoveAction->setEnabled(active && !removed.isEmpty());
+	undoRemoveAction->setEnabled(active && canUndoRemove());
 	locateCurrentAction->setEnabled(active && currentIndex() >= 0);
-	restorePlaylistAction->setEnabled(active && (managed || !tracks.isEmpty()));
+	restorePlaylistAction->setEnabled(active && canGiveBack());
 	// An open menu keeps to the rows that it was opened on, and offers nothing for them once they are gone.
 	if (menuRows) {
 		if (!active || !playlistWidget->showsAny(menuRows->selected)) {

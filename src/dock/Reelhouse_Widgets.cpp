@@ -285,6 +285,11 @@ void Reelhouse::connectSignals()
 	connect(endModeSelector, &QComboBox::currentIndexChanged, this, &Reelhouse::setEndMode);
 }
 
+void Reelhouse::chooseEndMode(EndMode mode)
+{
+	endModeSelector->setCurrentIndex(endModeSelector->findData(mode));
+}
+
 void Reelhouse::setEndMode()
 {
 	endMode = std::clamp<int>(endModeSelector->currentData().toInt(), EndStop, EndRepeat);

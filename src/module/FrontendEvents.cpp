@@ -3,6 +3,8 @@
 
 #include "module/FrontendEvents.hpp"
 
+#include "remote/RemoteControl.hpp"
+
 namespace reelhouse {
 
 void frontendEvent(obs_frontend_event event, void *)
@@ -18,7 +20,11 @@ void frontendEvent(obs_frontend_event event, void *)
 	case OBS_FRONTEND_EVENT_SCENE_COLLECTION_CLEANUP:
 		dock->suspend();
 		break;
+	case OBS_FRONTEND_EVENT_SCRIPTING_SHUTDOWN:
+		RemoteControl::close();
+		break;
 	case OBS_FRONTEND_EVENT_EXIT:
+		RemoteControl::close();
 		exiting = true;
 		dock->shutdown();
 		break;

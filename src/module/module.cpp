@@ -9,6 +9,7 @@
 
 #include "module/FrontendEvents.hpp"
 #include "module/SceneSwitch.hpp"
+#include "remote/RemoteControl.hpp"
 
 // libobs declares these two without exporting them, which other modules built its way do.
 MODULE_EXPORT obs_module_t *obs_current_module(void);
@@ -99,8 +100,16 @@ bool obs_module_load(void)
 	return true;
 }
 
+void obs_module_post_load(void)
+{
+	// libobs calls this even for a module that refused to load.
+	if (dock)
+		RemoteControl::start(dock);
+}
+
 void obs_module_unload(void)
 {
+	RemoteControl::close();
 	// The dock goes with the main window. Once it is gone after the exit announcement, so is the frontend, and a
 	// call to it would only be logged as an error.
 	if (!exiting || dock)

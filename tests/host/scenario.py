@@ -11,6 +11,7 @@ from show import MARK, Show, drag, expect, paths_in, playing, soon
 import faults
 import neighbours
 import package
+import remote
 import obs_config
 from obs_config import SOURCE, scene, vlc_source
 from obs_host import CONTENT, Desktop, HostError, press_key, wait_for, xdotool
@@ -268,7 +269,8 @@ def refusal(show):
 
 
 SCENARIOS = {"queue": queue, "stream": stream, "refusal": refusal, "neighbours": neighbours.run,
-             "faults": faults.run, "package-deb": package.run_deb, "package-archive": package.run_archive}
+             "faults": faults.run, "package-deb": package.run_deb, "package-archive": package.run_archive,
+             "remote": remote.run}
 
 
 def main():

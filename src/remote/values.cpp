@@ -1,0 +1,72 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "remote/values.hpp"
+
+#include <array>
+
+#include "dock/paths.hpp"
+
+namespace reelhouse {
+
+namespace {
+
+// By end mode.
+constexpr std::array endModes = {"stop", "next", "repeat"};
+
+} // namespace
+
+const char *endModeName(int mode)
+{
+	return endModes.at(mode);
+}
+
+std::optional<Reelhouse::EndMode> endModeNamed(const QString &name)
+{
+	for (size_t mode = 0; mode < endModes.size(); mode++) {
+		if (name == QLatin1String(endModes[mode]))
+			return static_cast<Reelhouse::EndMode>(mode);
+	}
+	return std::nullopt;
+}
+
+const char *mediaStateName(obs_media_state state)
+{
+	switch (state) {
+	case OBS_MEDIA_STATE_PLAYING:
+		return "OBS_MEDIA_STATE_PLAYING";
+	case OBS_MEDIA_STATE_OPENING:
+		return "OBS_MEDIA_STATE_OPENING";
+	case OBS_MEDIA_STATE_BUFFERING:
+		return "OBS_MEDIA_STATE_BUFFERING";
+	case OBS_MEDIA_STATE_PAUSED:
+		return "OBS_MEDIA_STATE_PAUSED";
+	case OBS_MEDIA_STATE_STOPPED:
+		return "OBS_MEDIA_STATE_STOPPED";
+	case OBS_MEDIA_STATE_ENDED:
+		return "OBS_MEDIA_STATE_ENDED";
+	case OBS_MEDIA_STATE_ERROR:
+		return "OBS_MEDIA_STATE_ERROR";
+	default:
+		return "OBS_MEDIA_STATE_NONE";
+	}
+}
+
+void setText(obs_data_t *data, const char *key, const QString &text)
+{
+	obs_data_set_string(data, key, text.toUtf8().constData());
+}
+
+void setSource(obs_data_t *data, obs_source_t *source)
+{
+	obs_data_set_string(data, "sourceName", source ? obs_source_get_name(source) : "");
+	obs_data_set_string(data, "sourceUuid", source ? obs_source_get_uuid(source) : "");
+}
+
+void setTrack(obs_data_t *data, qsizetype index, const Reelhouse::Track &track)
+{
+	obs_data_set_int(data, "index", index);
+	setText(data, "id", track.id);
+	setText(data, "path", track.path);
+	setText(data, "label", track.path.isEmpty() ? QString() : labelFor(track.path, false));
+}
+
+} // namespace reelhouse

@@ -1,0 +1,26 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#pragma once
+
+#include <QString>
+
+#include <optional>
+
+#include "dock/Reelhouse.hpp"
+
+namespace reelhouse {
+
+// How requests and events spell what the dock knows. Any thread.
+
+const char *endModeName(int mode);
+std::optional<Reelhouse::EndMode> endModeNamed(const QString &name);
+
+// As the WebSocket plug-in's own requests name the states.
+const char *mediaStateName(obs_media_state state);
+
+void setText(obs_data_t *data, const char *key, const QString &text);
+// sourceName and sourceUuid, both empty for a null source.
+void setSource(obs_data_t *data, obs_source_t *source);
+// index, id, path and label.
+void setTrack(obs_data_t *data, qsizetype index, const Reelhouse::Track &track);
+
+} // namespace reelhouse

@@ -5,6 +5,7 @@ makes one request to the dock of the OBS that was started on a home folder.
 """
 
 import base64
+import contextlib
 import hashlib
 import json
 import os
@@ -84,6 +85,18 @@ class Desktop:
 
     def screenshot(self, path):
         subprocess.run(["import", "-window", "root", str(path)], check=True)
+
+    @contextlib.contextmanager
+    def film(self, path):
+        """Records what is on the screen meanwhile as an animated GIF, small enough for a page."""
+        filters = ("fps=5,scale=800:-1:flags=lanczos,split[a][b];"
+                   "[a]palettegen=max_colors=64:stats_mode=diff[p];[b][p]paletteuse=dither=none:diff_mode=rectangle")
+        recorder = subprocess.Popen(["ffmpeg", "-v", "error", "-y", "-f", "x11grab", "-framerate", "10", "-i",
+                                     os.environ["DISPLAY"], "-vf", filters, str(path)], stdin=subprocess.PIPE)
+        try:
+            yield
+        finally:
+            recorder.communicate(b"q")
 
     def close(self):
         for child in reversed(self.children):

@@ -2,6 +2,7 @@
 """Opens OBS with our dock on a queue of the given media; without a display it plays the queue and reports."""
 
 import argparse
+import contextlib
 import os
 import secrets
 import shutil
@@ -10,7 +11,7 @@ from pathlib import Path
 
 import obs_config
 from obs_config import SOURCE
-from obs_host import CONTENT, Desktop, HostError, Obs, free_port, wait_for
+from obs_host import CONTENT, Desktop, HostError, Obs, free_port, press_key, wait_for
 
 # How far a track has to play before it counts as playing, in milliseconds.
 PLAYED_MS = 1000
@@ -55,6 +56,16 @@ def play_track(obs, label):
     return furthest[1], furthest[0]
 
 
+def show_search(obs, label):
+    """Finds a track by typing, plays it and lets the search go, for the film."""
+    obs.widget("search").click()
+    press_key(*label.split(".")[0])
+    wait_for("the search shows the track", lambda: " of " in obs.widget("trackCount").name, 5)
+    press_key("Return")
+    wait_for(f"{label} plays", lambda: obs.row(label).name.startswith("▶") and obs.media(SOURCE)[1] > PLAYED_MS, 20)
+    press_key("Escape")
+
+
 def play_through(arguments):
     port = free_port()
     prepare(arguments.home, arguments.layout, arguments.media, port)
@@ -66,12 +77,15 @@ def play_through(arguments):
         wait_for("the dock is on screen", lambda: obs.widget(CONTENT).showing, 30)
         obs.fill_screen()
         labels = wait_for("the dock lists the queue", obs.labels, 10)
-        for number, label in enumerate(labels):
-            state, position = play_track(obs, label)
-            print(f"{label}: {state}, {position / 1000:.1f} s", flush=True)
-            if number == 0:
-                desktop.screenshot(arguments.screenshot)
-                print(f"screenshot: {arguments.screenshot}", flush=True)
+        with desktop.film(arguments.film) if arguments.film else contextlib.nullcontext():
+            for number, label in enumerate(labels):
+                state, position = play_track(obs, label)
+                print(f"{label}: {state}, {position / 1000:.1f} s", flush=True)
+                if number == 0:
+                    desktop.screenshot(arguments.screenshot)
+                    print(f"screenshot: {arguments.screenshot}", flush=True)
+            if arguments.film:
+                show_search(obs, labels[1])
         obs.quit()
         if obs.complaints():
             raise HostError("OBS did not end cleanly: " + "; ".join(obs.complaints()))
@@ -93,6 +107,7 @@ def main():
     parser.add_argument("--data", type=Path, required=True, help="the module's data folder")
     parser.add_argument("--layout", type=Path, required=True, help="the program that prints the dock layout")
     parser.add_argument("--screenshot", type=Path, required=True, help="where the screenshot goes, without a display")
+    parser.add_argument("--film", type=Path, help="where an animated picture of it goes")
     parser.add_argument("media", nargs="+", type=Path)
     arguments = parser.parse_args()
     arguments.media = [path.absolute() for path in arguments.media]

@@ -8,6 +8,7 @@
 #include <QJsonDocument>
 #include <QLineEdit>
 
+#include <mutex>
 #include <thread>
 
 #include <util/bmem.h>
@@ -17,6 +18,38 @@ using namespace Qt::StringLiterals;
 namespace {
 
 Frontend *active = nullptr;
+
+// An action that was asked for, and the signal that tells of it.
+struct MediaAction {
+	QString what;
+	const char *signal;
+};
+
+struct VlcMedia : Media {
+	std::mutex mutex;
+	QList<MediaAction> queued; // any thread, with the mutex held
+	QStringList done;
+};
+
+VlcMedia &vlc(obs_source_t *source)
+{
+	return *static_cast<VlcMedia *>(static_cast<Media *>(obs_obj_get_data(source)));
+}
+
+void queueAction(obs_source_t *source, const QString &what, const char *signal)
+{
+	const std::lock_guard lock(vlc(source).mutex);
+	vlc(source).queued.append({what, signal});
+}
+
+void emitSignal(obs_source_t *source, const char *signal)
+{
+	calldata_t data;
+	calldata_init(&data);
+	calldata_set_ptr(&data, "source", source);
+	signal_handler_signal(obs_source_get_signal_handler(source), signal, &data);
+	calldata_free(&data);
+}
 
 obs_source_info vlcSourceInfo()
 {
@@ -28,16 +61,10 @@ obs_source_info vlcSourceInfo()
 		return "VLC";
 	};
 	info.create = [](obs_data_t *, obs_source_t *) -> void * {
-		return new Media;
+		return static_cast<Media *>(new VlcMedia);
 	};
 	info.destroy = [](void *data) {
-		delete static_cast<Media *>(data);
-	};
-	info.media_play_pause = [](void *, bool) {
-	};
-	info.media_stop = [](void *) {
-	};
-	info.media_set_time = [](void *, int64_t) {
+		delete static_cast<VlcMedia *>(static_cast<Media *>(data));
 	};
 	info.media_get_state = [](void *data) {
 		return static_cast<Media *>(data)->state;
@@ -63,6 +90,8 @@ void addPlaylist(obs_data_t *settings, const QStringList &paths)
 }
 
 } // namespace
+
+std::atomic<quint64> progress = 0;
 
 void Frontend::send(obs_frontend_event event) const
 {
@@ -140,8 +169,36 @@ void obs_frontend_get_scenes(obs_frontend_source_list *list)
 	}
 }
 
+// As are these of libobs, whose own queue nothing would run without its video thread.
+
+void obs_source_media_play_pause(obs_source_t *source, bool pause)
+{
+	queueAction(source, pause ? u"pause"_s : u"play"_s, pause ? "media_pause" : "media_play");
+}
+
+void obs_source_media_stop(obs_source_t *source)
+{
+	queueAction(source, u"stop"_s, "media_stopped");
+}
+
+void obs_source_media_next(obs_source_t *source)
+{
+	queueAction(source, u"next"_s, "media_next");
+}
+
+void obs_source_media_previous(obs_source_t *source)
+{
+	queueAction(source, u"previous"_s, "media_previous");
+}
+
+void obs_source_media_set_time(obs_source_t *source, int64_t ms)
+{
+	queueAction(source, u"seek %1"_s.arg(ms), nullptr);
+}
+
 Host::Host() : frontend(std::make_unique<Frontend>())
 {
+	progress++;
 	active = frontend.get();
 	EXPECT_TRUE(obs_startup("en-US", QFile::encodeName(folder.filePath(u"config"_s)).constData(), nullptr));
 	static const obs_source_info info = vlcSourceInfo();
@@ -201,13 +258,29 @@ Media &Host::media(obs_source_t *source)
 
 void Host::sendSignal(obs_source_t *source, const char *signal)
 {
-	std::thread([source, signal] {
-		calldata_t data;
-		calldata_init(&data);
-		calldata_set_ptr(&data, "source", source);
-		signal_handler_signal(obs_source_get_signal_handler(source), signal, &data);
-		calldata_free(&data);
-	}).join();
+	std::thread([source, signal] { emitSignal(source, signal); }).join();
+}
+
+void Host::videoTick(obs_source_t *source)
+{
+	VlcMedia &media = vlc(source);
+	for (;;) {
+		MediaAction action;
+		{
+			const std::lock_guard lock(media.mutex);
+			if (media.queued.isEmpty())
+				return;
+			action = media.queued.takeFirst();
+		}
+		media.done.append(action.what);
+		if (action.signal)
+			emitSignal(source, action.signal);
+	}
+}
+
+QStringList Host::takeDone(obs_source_t *source)
+{
+	return std::exchange(vlc(source).done, {});
 }
 
 QString Host::makeFile(const QString &name, const QByteArray &content) const

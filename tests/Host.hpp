@@ -8,6 +8,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <atomic>
 #include <functional>
 #include <vector>
 
@@ -43,7 +44,11 @@ struct Media {
 	obs_media_state state = OBS_MEDIA_STATE_NONE;
 	int64_t timeMs = 0;
 	int64_t durationMs = 0;
+	bool operator==(const Media &) const = default;
 };
+
+// A sign of life: main() ends a run in which this stands still, with every thread's stack.
+extern std::atomic<quint64> progress;
 
 // The built module in real libobs, with a frontend and a VLC source type of our making. libobs runs no video here, so
 // media actions stay queued and a test says itself when the source has stopped.
@@ -62,6 +67,10 @@ protected:
 	// Emits a media signal on a thread of its own, as libobs does.
 	static void sendSignal(obs_source_t *source, const char *signal);
 	static void sendStopped(obs_source_t *source) { sendSignal(source, "media_stopped"); }
+	// Does what was asked of a source's media and signals it, as the next tick of libobs's video thread would.
+	static void videoTick(obs_source_t *source);
+	// What a source's media was made to do since this was last called.
+	static QStringList takeDone(obs_source_t *source);
 	static void setPlaylist(obs_source_t *source, const QStringList &paths);
 	QString makeFile(const QString &name, const QByteArray &content = "media") const;
 

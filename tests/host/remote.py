@@ -3,7 +3,6 @@
 import os
 import threading
 from collections import Counter
-from pathlib import Path
 
 from websockets.exceptions import ConnectionClosed
 
@@ -119,8 +118,8 @@ def show_by_requests(show, obs, listener, clips):
     listener.expect("the next ends", current_changed(2, one))
     soon("it stops after the last", lambda: obs.playlist(SOURCE), [], 15)
     answer = done(client, "GetQueue", offset=2, limit=1)
-    expect("the queue at its end", (answer["total"], answer["currentIndex"], [track["label"] for track in answer["tracks"]]),
-           (3, 2, [one.name]))
+    labels = [track["label"] for track in answer["tracks"]]
+    expect("the queue at its end", (answer["total"], answer["currentIndex"], labels), (3, 2, [one.name]))
     done(client, "GivePlaylistBack")
     expect("the source's playlist", obs.playlist(SOURCE), [str(clip) for clip in (three, two, one)])
     listener.expect("the playlist is given back", ("CurrentTrackChanged", {"index": -1, "label": "", "id": ""}))

@@ -38,6 +38,8 @@ public:
 		OBSDataArrayAutoRelease paths = obs_data_array_create();
 		for (const QString &path : observed)
 			pushItem(paths, path, {});
+		if (oneIn(4))
+			pushItem(paths, {}, {});
 		obs_data_set_array(record, "observed", paths);
 		obs_data_set_string(record, "current", "id1");
 		obs_data_set_bool(record, "managed", oneIn(2));

@@ -673,6 +673,8 @@ private:
 		QStringList playlist;
 		for (int i = oneIn(8) ? 0 : 1 + pick(2) * pick(4); i > 0; i--)
 			playlist += pickFrom(paths);
+		if (oneIn(6))
+			playlist = worlds.front().queue.paths();
 		OBSDataAutoRelease settings = obs_source_get_settings(sources[index]);
 		obs_data_set_bool(settings, "loop", loop);
 		setPlaylist(sources[index], playlist);

@@ -1,231 +1,91 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 
 // What the dock does to a whole queue at once, beside the least that the same work takes: the bare calls of Qt and
-// libobs on the same rows, in the same run. The counter "floors" is the one to look at: how many times the floor the
-// dock takes.
+// libobs on the same rows, in the same run. The column to look at is "times": how many times the floor the dock takes.
+// Arguments: a word that picks the cases whose names hold it, and the largest number of rows.
 
-#include <QAbstractButton>
 #include <QApplication>
-#include <QListWidget>
 
-#include <atomic>
-#include <chrono>
-#include <thread>
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 
-#include <benchmark/benchmark.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
-#include "Host.hpp"
-#include "WebSocketPlugin.hpp"
-
-using namespace Qt::StringLiterals;
+#include "Stage.hpp"
+#include "cases.hpp"
 
 namespace {
 
-QString pathOf(int number)
-{
-	return u"http://host/season %1/episode %2.mp3"_s.arg(number / 100).arg(number);
-}
-
-double seconds(const std::function<void()> &work)
-{
-	const auto start = std::chrono::steady_clock::now();
-	work();
-	return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-// Times what other threads have this one do.
-class QueuedCalls : public QObject {
-public:
-	double took = 0;
-
-	bool eventFilter(QObject *watched, QEvent *event) override
-	{
-		if (event->type() != QEvent::MetaCall)
-			return false;
-		took += seconds([&] { watched->event(event); });
-		return true;
-	}
+struct Case {
+	const char *name;
+	void (*measure)(Comparison &);
+	double goal;
+	int fewest = 100; // rows
+	int most = 100000;
 };
 
-class Stage : public Host {
-public:
-	explicit Stage(int rows)
-	{
-		QStringList paths;
-		for (int i = 0; i < rows; i++)
-			paths.append(pathOf(i));
-		source = makeSource(u"Queue"_s, paths);
-		show(source);
-		obs_post_load_modules();
-	}
-	void load() { child<QAbstractButton>("refresh")->click(); }
-	void filter(const QString &text) { search(text); }
-	void store() { child<QComboBox>("endMode")->setCurrentIndex(++mode % 3); }
-	// How long a remote control that asks for the whole queue holds this thread.
-	double heldByRemote() const
-	{
-		QueuedCalls calls;
-		qApp->installEventFilter(&calls);
-		std::atomic<bool> answered = false;
-		std::thread remote([&] {
-			plugin.request("GetQueue");
-			answered = true;
-		});
-		while (!answered)
-			QCoreApplication::processEvents();
-		remote.join();
-		return calls.took;
-	}
-
-private:
-	void TestBody() override {}
-
-	WebSocketPlugin plugin;
-	OBSSource source;
-	int mode = 0;
+constexpr Case cases[] = {
+	{"load a stored queue", loadQueue, 1.25},
+	{"search that shows few", searchFew, 1.25},
+	{"search that shows half", searchHalf, 1.25},
+	{"search that shows all", searchAll, 1.25},
+	{"clear a search", clearSearch, 1.25},
+	{"store after end mode", storeEndMode, 2},
+	{"store after play", storePlay, 2},
+	{"store after stop", storeStop, 2},
+	{"store after adding one", storeAdded, 3},
+	{"store after removing one", storeRemoved, 3},
+	{"store after moving one", storeMoved, 3},
+	{"tick, idle", tickIdle, 2},
+	{"tick, playing", tickPlaying, 2},
+	{"tick, every row selected", tickAllSelected, 2},
+	{"tick, every row hidden", tickAllHidden, 2},
+	{"fourth tick, 100 scenes of 50", tickManyScenes, 2, 100, 100},
+	{"check for outside edits", checkPlaylist, 1.5},
+	{"remove half the rows", removeHalf, 1.5},
+	{"undo removing half", undoHalf, 1.5},
+	{"drag 1 row", dragRows<1>, 3},
+	{"drag 100 rows", dragRows<100>, 3, 1000},
+	{"drag 1000 rows", dragRows<1000>, 3, 10000},
+	{"move a row to the top", moveToTop, 3},
+	{"paint a page of rows", paintPage, 1.5},
+	{"memory of one entry", weighEntries, 1.5},
 };
 
-// The rows alone, in a list that is set up as the dock's is.
-class BareList : public QListWidget {
-public:
-	explicit BareList(int rows_) : rows(rows_)
-	{
-		setUniformItemSizes(true);
-		resize(900, 200);
-		show();
+// Each in a process of its own, as libobs and Qt start only once in one, and on a heap that no other case has used.
+bool measureInChild(const Case &one, int rows, int argc, char **argv)
+{
+	const pid_t child = fork();
+	if (child == 0) {
+		QApplication app(argc, argv);
+		QApplication::setQuitOnLastWindowClosed(false);
+		Comparison comparison(rows);
+		one.measure(comparison);
+		comparison.print(one.name, one.goal);
+		// Not by exit(), which would remove the files of all.
+		_exit(testing::UnitTest::GetInstance()->ad_hoc_test_result().Failed());
 	}
-	void fill()
-	{
-		clear();
-		for (int i = 0; i < rows; i++) {
-			auto *item = new QListWidgetItem(pathOf(i));
-			for (int role = Qt::UserRole; role < Qt::UserRole + 3; role++)
-				item->setData(role, item->text());
-			addItem(item);
-		}
-	}
-	void filter(const QString &text)
-	{
-		for (int i = 0; i < count(); i++)
-			setRowHidden(i, !item(i)->text().contains(text, Qt::CaseInsensitive));
-	}
-
-private:
-	const int rows;
-};
-
-OBSDataArrayAutoRelease bareArray(int rows)
-{
-	OBSDataArrayAutoRelease array = obs_data_array_create();
-	const QByteArray id(36, 'x');
-	for (int i = 0; i < rows; i++) {
-		OBSDataAutoRelease item = obs_data_create();
-		obs_data_set_string(item, "value", pathOf(i).toUtf8().constData());
-		obs_data_set_string(item, "id", id.constData());
-		obs_data_array_push_back(array, item);
-	}
-	return array;
+	int status = 0;
+	return waitpid(child, &status, 0) == child && status == 0;
 }
-
-void readArray(obs_data_array_t *array)
-{
-	for (size_t i = 0; i < obs_data_array_count(array); i++) {
-		OBSDataAutoRelease item = obs_data_array_item(array, i);
-		benchmark::DoNotOptimize(QString::fromUtf8(obs_data_get_string(item, "value")));
-		benchmark::DoNotOptimize(QString::fromUtf8(obs_data_get_string(item, "id")));
-	}
-}
-
-// The queue as a remote control sees it.
-void bareAnswer(int rows)
-{
-	OBSDataArrayAutoRelease array = obs_data_array_create();
-	const QByteArray id(36, 'x');
-	for (int i = 0; i < rows; i++) {
-		OBSDataAutoRelease item = obs_data_create();
-		const QByteArray path = pathOf(i).toUtf8();
-		obs_data_set_int(item, "index", i);
-		obs_data_set_string(item, "id", id.constData());
-		obs_data_set_string(item, "path", path.constData());
-		obs_data_set_string(item, "label", path.constData() + path.lastIndexOf('/') + 1);
-		obs_data_array_push_back(array, item);
-	}
-	OBSDataAutoRelease answer = obs_data_create();
-	obs_data_set_array(answer, "tracks", array);
-}
-
-// Runs floor and dock in turn, so that a slow moment of the machine meets both.
-void compare(benchmark::State &state, const std::function<void()> &floor, const std::function<double()> &dock)
-{
-	double floors = 0, docks = 0;
-	for (auto _ : state) {
-		floors += seconds(floor);
-		const double took = dock();
-		docks += took;
-		state.SetIterationTime(took);
-	}
-	state.counters["floors"] = docks / floors;
-}
-
-void load(benchmark::State &state)
-{
-	const int rows = static_cast<int>(state.range(0));
-	Stage stage(rows);
-	BareList list(rows);
-	// The stored queue is read, the list filled and the record stored anew.
-	const auto floor = [&] {
-		OBSDataArrayAutoRelease array = bareArray(rows);
-		readArray(array);
-		list.fill();
-	};
-	compare(state, floor, [&] { return seconds([&] { stage.load(); }); });
-}
-
-void filter(benchmark::State &state)
-{
-	const int rows = static_cast<int>(state.range(0));
-	Stage stage(rows);
-	BareList list(rows);
-	list.fill();
-	bool narrow = false;
-	const auto text = [&narrow] {
-		return narrow ? u"season 1/"_s : u"episode 9"_s;
-	};
-	const auto search = [&] {
-		stage.filter(text());
-		narrow = !narrow;
-	};
-	compare(state, [&] { list.filter(text()); }, [&] { return seconds(search); });
-}
-
-void store(benchmark::State &state)
-{
-	const int rows = static_cast<int>(state.range(0));
-	Stage stage(rows);
-	compare(state, [&] { bareArray(rows); }, [&] { return seconds([&] { stage.store(); }); });
-}
-
-void remote(benchmark::State &state)
-{
-	const int rows = static_cast<int>(state.range(0));
-	Stage stage(rows);
-	compare(state, [&] { bareAnswer(rows); }, [&] { return stage.heldByRemote(); });
-}
-
-constexpr int smallest = 1000;
-constexpr int largest = 100000;
-
-BENCHMARK(load)->RangeMultiplier(10)->Range(smallest, largest)->UseManualTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(filter)->RangeMultiplier(10)->Range(smallest, largest)->UseManualTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(store)->RangeMultiplier(10)->Range(smallest, largest)->UseManualTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(remote)->RangeMultiplier(10)->Range(smallest, largest)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 } // namespace
 
 int main(int argc, char **argv)
 {
-	QApplication app(argc, argv);
-	benchmark::Initialize(&argc, argv);
-	benchmark::RunSpecifiedBenchmarks();
-	return 0;
+	const QByteArray wanted = argc > 1 ? argv[1] : "";
+	const int most = argc > 2 ? atoi(argv[2]) : 100000;
+	mediaFiles(most);
+	bool measured = true;
+	printf("%-34s %7s %12s %12s %9s %6s\n", "case", "rows", "floor", "dock", "times", "goal");
+	fflush(stdout);
+	for (const Case &one : cases) {
+		for (int rows = one.fewest; rows <= std::min(one.most, most); rows *= 10) {
+			if (QByteArrayView(one.name).contains(wanted))
+				measured &= measureInChild(one, rows, argc, argv);
+		}
+	}
+	return !measured;
 }

@@ -4,7 +4,6 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QSignalBlocker>
-#include <QUuid>
 
 #include "dock/SeekSlider.hpp"
 #include "dock/paths.hpp"
@@ -21,11 +20,6 @@ constexpr int saveDelayMs = 500;
 constexpr int seekRestMs = 300;
 
 } // namespace
-
-Reelhouse::Track Reelhouse::Track::fromPath(const QString &path)
-{
-	return {QUuid::createUuid().toString(QUuid::WithoutBraces), path};
-}
 
 Reelhouse::Reelhouse(const QString &settingsPath_, QWidget *parent) : QWidget(parent), settingsPath(settingsPath_)
 {

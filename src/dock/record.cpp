@@ -1,9 +1,16 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "dock/record.hpp"
 
+#include <QUuid>
+
 #include <algorithm>
 
 #include "dock/paths.hpp"
+
+Reelhouse::Track Reelhouse::Track::fromPath(const QString &path)
+{
+	return {QUuid::createUuid().toString(QUuid::WithoutBraces), path};
+}
 
 namespace reelhouse {
 

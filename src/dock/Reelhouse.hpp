@@ -248,7 +248,6 @@ private:
 	// Reelhouse_TrackList.cpp
 	void rebuildList(const QString &selectId);
 	void filterList();
-	QListWidgetItem *makeRow(const Track &track) const;
 	QListWidgetItem *findRow(const QString &id, bool shownOnly) const;
 	QString needle() const;
 	// 0, 1, or 2 for any larger number of selected rows that the search does not hide.

@@ -10,6 +10,7 @@
 #include <algorithm>
 
 #include "dock/TrackListWidget.hpp"
+#include "dock/TrackRow.hpp"
 #include "dock/text.hpp"
 
 using namespace reelhouse;
@@ -180,11 +181,8 @@ void Reelhouse::orderChanged()
 	}
 	tracks.clear();
 	tracks.reserve(playlistWidget->count());
-	for (int i = 0; i < playlistWidget->count(); i++) {
-		const QListWidgetItem *row = playlistWidget->item(i);
-		tracks.append({row->data(IdRole).toString(), row->data(PathRole).toString(),
-			       row->data(SizeRole).toLongLong()});
-	}
+	for (int i = 0; i < playlistWidget->count(); i++)
+		tracks.append(playlistWidget->trackRow(i)->track());
 	storeQueue();
 	updateButtons();
 	clearError();

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "dock/TrackListWidget.hpp"
+#include "dock/TrackRow.hpp"
 #include "dock/paths.hpp"
 #include "dock/text.hpp"
 
@@ -67,13 +68,12 @@ void Reelhouse::issueSwitch(obs_source_t *source)
 void Reelhouse::markCurrentRow(const QString &previousId)
 {
 	for (int i = 0; i < playlistWidget->count(); i++) {
-		QListWidgetItem *row = playlistWidget->item(i);
-		const QString rowId = row->data(IdRole).toString();
-		if (rowId == currentId) {
-			row->setText(labelFor(row->data(PathRole).toString(), true));
+		TrackRow *row = playlistWidget->trackRow(i);
+		if (row->track().id == currentId) {
+			row->mark(true);
 			playlistWidget->setCurrentItem(row, QItemSelectionModel::ClearAndSelect);
-		} else if (rowId == previousId) {
-			row->setText(labelFor(row->data(PathRole).toString(), false));
+		} else if (row->track().id == previousId) {
+			row->mark(false);
 		}
 	}
 }

@@ -8,9 +8,8 @@
 #include <QSignalBlocker>
 #include <QToolTip>
 
-#include <memory>
-
 #include "dock/TrackListWidget.hpp"
+#include "dock/TrackRow.hpp"
 #include "dock/paths.hpp"
 #include "dock/text.hpp"
 
@@ -55,11 +54,9 @@ public:
 			numberedRow = qint64(QStringView(needle).mid(1).toInt()) - 1;
 	}
 
-	bool shows(int row, const QListWidgetItem *item) const
+	bool shows(int row, const QString &path) const
 	{
-		if (byNumber)
-			return row == numberedRow;
-		return item->data(Reelhouse::PathRole).toString().contains(needle, Qt::CaseInsensitive);
+		return byNumber ? row == numberedRow : path.contains(needle, Qt::CaseInsensitive);
 	}
 
 private:
@@ -79,7 +76,7 @@ void Reelhouse::rebuildList(const QString &selectId)
 	measureTracks(tracks);
 	QListWidgetItem *selected = nullptr;
 	for (const Track &track : std::as_const(tracks)) {
-		QListWidgetItem *row = makeRow(track);
+		auto *row = new TrackRow(track, track.id == currentId);
 		playlistWidget->addItem(row);
 		if (track.id == selectId)
 			selected = row;
@@ -88,19 +85,6 @@ void Reelhouse::rebuildList(const QString &selectId)
 	playlistWidget->setUpdatesEnabled(true);
 	reordering = false;
 	filterList();
-}
-
-// The row is complete before the list takes it: an item that is in a list already searches the list for itself
-// whenever its data is set. The caller owns it until then.
-QListWidgetItem *Reelhouse::makeRow(const Track &track) const
-{
-	auto row = std::make_unique<QListWidgetItem>(labelFor(track.path, track.id == currentId));
-	row->setData(IdRole, track.id);
-	row->setData(PathRole, track.path);
-	row->setData(SizeRole, track.size);
-	if (track.size == SizeMissing)
-		row->setData(Qt::AccessibleDescriptionRole, ui("FileMissing").arg(track.path));
-	return row.release();
 }
 
 void Reelhouse::filterList()
@@ -112,9 +96,11 @@ void Reelhouse::filterList()
 	int shownCount = 0;
 	QListWidgetItem *firstShown = nullptr;
 	for (int i = 0; i < playlistWidget->count(); i++) {
-		QListWidgetItem *row = playlistWidget->item(i);
-		const bool shown = filter.shows(i, row);
-		playlistWidget->setRowHidden(i, !shown);
+		TrackRow *row = playlistWidget->trackRow(i);
+		const bool shown = filter.shows(i, row->track().path);
+		// Qt puts off a layout and a repaint for each row that it is told about, changed or not.
+		if (playlistWidget->isRowHidden(i) == shown)
+			playlistWidget->setRowHidden(i, !shown);
 		shownCount += shown;
 		if (shown && !firstShown)
 			firstShown = row;
@@ -135,8 +121,8 @@ void Reelhouse::filterList()
 QListWidgetItem *Reelhouse::findRow(const QString &id, bool shownOnly) const
 {
 	for (int i = 0; i < playlistWidget->count(); i++) {
-		QListWidgetItem *row = playlistWidget->item(i);
-		if (row->data(IdRole).toString() == id && !(shownOnly && playlistWidget->isRowHidden(i)))
+		TrackRow *row = playlistWidget->trackRow(i);
+		if (row->track().id == id && !(shownOnly && playlistWidget->isRowHidden(i)))
 			return row;
 	}
 	return nullptr;

@@ -6,6 +6,8 @@
 
 namespace reelhouse {
 
+class TrackRow;
+
 // The list of tracks. Its rows are as wide as the view, so that a long label is elided and the columns beside it stay in
 // sight, where QListView would widen all rows to its longest. Rows dragged together move in one step per run of
 // neighbours, where QListView takes one per row and, for thousands, minutes.
@@ -14,6 +16,9 @@ class TrackListWidget : public QListWidget {
 
 public:
 	explicit TrackListWidget(QWidget *parent);
+
+	// Every row is a track's.
+	TrackRow *trackRow(int row) const;
 
 	QRect visualRect(const QModelIndex &index) const override;
 
@@ -33,7 +38,6 @@ protected:
 	void dropEvent(QDropEvent *event) override;
 
 private:
-	QString idOf(int row) const;
 	QList<int> shownRows(const QSet<QString> &ids) const;
 	void moveRowsTo(int target);
 	void rowsMoved();

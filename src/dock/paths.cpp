@@ -1,7 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "dock/paths.hpp"
 
-#include <QFileInfo>
 #include <QUrl>
 
 #include <optional>
@@ -57,7 +56,8 @@ QString localFilePath(const QString &path)
 
 QString labelFor(const QString &path, bool current)
 {
-	const QString name = QFileInfo(fileUrlPath(path).value_or(path)).fileName();
+	const QString file = fileUrlPath(path).value_or(path);
+	const QString name = file.sliced(file.lastIndexOf(u'/') + 1);
 	const QString &label = name.isEmpty() ? path : name;
 	return current ? u"▶\uFE0E "_s + label : label;
 }

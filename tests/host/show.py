@@ -71,27 +71,32 @@ class Show:
 
     def drag_in(self, *what, until):
         """Drags files from another program's window onto the list, and keeps that program until the drop shows."""
-        source = subprocess.Popen([self.arguments.drag_source, *map(str, what)])
-        window = subprocess.run(["xdotool", "search", "--sync", "--onlyvisible", "--name", "^drag source$"],
-                                capture_output=True, text=True, check=True).stdout.split()[0]
+        source = subprocess.Popen([self.arguments.drag_source, *map(str, what)], stdout=subprocess.PIPE, text=True)
+
+        def hear(word):
+            while (said := source.stdout.readline().strip()) != word:
+                if not said:
+                    raise HostError(f"The drag ended before it was {word}.")
         try:
-            drag(self.obs, (20, 20), self.obs.widget("playlist").point(0.5, 0.5), window)
+            hear("shown")
+            drag(self.obs, (20, 20), self.obs.widget("playlist").point(0.5, 0.5), meanwhile=lambda: hear("dragging"),
+                 before_drop=lambda: hear("taken"))
             until()
         finally:
             source.kill()
             source.wait()
 
 
-def drag(obs, start, target, window=None, meanwhile=lambda: None):
-    """Drags with the mouse, from a point of another program's window if one is given, until OBS lets go of the drag."""
-    place = ["--window", window] if window else []
+def drag(obs, start, target, meanwhile=lambda: None, before_drop=lambda: None):
+    """Drags with the mouse until OBS lets go of the drag."""
     before = obs.windows()
-    xdotool("mousemove", "--sync", *place, *start, "mousedown", 1)
+    xdotool("mousemove", "--sync", *start, "mousedown", 1)
     xdotool("mousemove_relative", "--sync", 8, 8)
     meanwhile()
     for offset in (-12, -4, 0):
         xdotool("mousemove", "--sync", target[0], target[1] + offset)
         time.sleep(0.1)  # a drag follows the pointer by its own timer
+    before_drop()
     xdotool("mouseup", 1)
     # What is dragged has a window of its own until the end of the drag, which swallows every click.
     wait_for("the drag ends", lambda: not obs.windows() - before, 5)

@@ -38,3 +38,6 @@ extern template void dragRows<1>(Comparison &comparison);
 extern template void dragRows<100>(Comparison &comparison);
 extern template void dragRows<1000>(Comparison &comparison);
 void moveToTop(Comparison &comparison);
+
+// remote_cases.cpp
+void getQueue(Comparison &comparison);

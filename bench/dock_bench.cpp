@@ -52,6 +52,7 @@ constexpr Case cases[] = {
 	{"move a row to the top", moveToTop, 3},
 	{"paint a page of rows", paintPage, 1.5},
 	{"memory of one entry", weighEntries, 1.5},
+	{"GetQueue of everything", getQueue, 2},
 };
 
 // Each in a process of its own, as libobs and Qt start only once in one, and on a heap that no other case has used.

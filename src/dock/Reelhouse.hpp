@@ -133,7 +133,7 @@ public:
 	bool togglePlay();
 	void stopPlayback();
 
-	// Puts new tracks before the one at this position, or at the end. Returns their ids.
+	// Puts new tracks before the one at this position, or at the end where there is none. Returns their ids.
 	QList<QString> insertFiles(const QList<QString> &paths, qsizetype position);
 	// Returns how many tracks it has removed, of which the next undo brings back as many.
 	qsizetype removeTracks(const QSet<QString> &ids);

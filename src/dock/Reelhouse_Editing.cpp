@@ -43,6 +43,7 @@ QList<QString> Reelhouse::insertFiles(const QList<QString> &paths, qsizetype pos
 	OBSSourceAutoRelease source = lockSource();
 	if (!source || suspended || shutDown || paths.isEmpty())
 		return {};
+	position = std::clamp<qsizetype>(position, 0, tracks.size());
 	QList<QString> ids;
 	QList<Track> merged = tracks.first(position);
 	for (const QString &path : paths) {

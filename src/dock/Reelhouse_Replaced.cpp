@@ -45,7 +45,8 @@ void Reelhouse::bringBackReplaced()
 	OBSDataAutoRelease replaced = obs_data_get_obj(privateSettings, recordKey);
 	OBSDataAutoRelease settings = obs_source_get_settings(source);
 
-	tracks = replacedTracks(kept);
+	tracks.clear();
+	readTracks(kept, tracks);
 	removed.clear();
 	readEndMode(kept);
 	readTakeover(kept);

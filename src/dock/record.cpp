@@ -43,14 +43,18 @@ bool readTracks(obs_data_t *record, QList<Track> &tracks)
 	OBSDataArrayAutoRelease array = obs_data_get_array(record, tracksKey);
 	const size_t count = obs_data_array_count(array);
 	tracks.reserve(static_cast<qsizetype>(count));
+	bool whole = true;
 	for (size_t i = 0; i < count; i++) {
 		OBSDataAutoRelease item = obs_data_array_item(array, i);
 		Track track{stringIn(item, idKey), stringIn(item, valueKey)};
-		if (track.id.isEmpty() || track.path.isEmpty())
-			return false;
+		whole = whole && !track.id.isEmpty() && !track.path.isEmpty();
+		if (track.path.isEmpty())
+			continue;
+		if (track.id.isEmpty())
+			track = Track::fromPath(track.path);
 		tracks.append(std::move(track));
 	}
-	return true;
+	return whole;
 }
 
 OBSDataArrayAutoRelease trackArray(const QList<Track> &tracks)
@@ -72,9 +76,7 @@ qsizetype keepReplaced(obs_data_t *privateSettings, obs_data_t *record, const QL
 	OBSDataAutoRelease kept = replacedRecord(privateSettings);
 	const QString leftover = stringIn(kept, leftoverKey);
 	QList<Track> before;
-	const bool usable = isReadable(record) && readTracks(record, before);
-	if (!usable)
-		before = replacedTracks(record);
+	const bool usable = readTracks(record, before) && isReadable(record);
 
 	// What an earlier rebuild left is worth less than the queue that it replaced, and so is a record in which
 	// nothing can be read.
@@ -99,22 +101,6 @@ OBSDataAutoRelease replacedRecord(obs_data_t *privateSettings)
 	if (!isReadable(record) && obs_data_array_count(tracks) == 0)
 		return nullptr;
 	return record;
-}
-
-QList<Track> replacedTracks(obs_data_t *record)
-{
-	QList<Track> tracks;
-	OBSDataArrayAutoRelease array = obs_data_get_array(record, tracksKey);
-	const size_t count = obs_data_array_count(array);
-	for (size_t i = 0; i < count; i++) {
-		OBSDataAutoRelease item = obs_data_array_item(array, i);
-		Track track = Track::fromPath(stringIn(item, valueKey));
-		if (const QString id = stringIn(item, idKey); !id.isEmpty())
-			track.id = id;
-		if (!track.path.isEmpty())
-			tracks.append(std::move(track));
-	}
-	return tracks;
 }
 
 void exchangeReplaced(obs_data_t *privateSettings, obs_data_t *record)

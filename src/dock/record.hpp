@@ -29,7 +29,8 @@ QString stringIn(obs_data_t *data, const char *key);
 // Whether this is a record of the format that is read and written here. False for null.
 bool isReadable(obs_data_t *record);
 
-// Appends the record's tracks to tracks. False when one of them is unusable, which makes all of them so.
+// Appends every entry of the record that names a path to tracks, with a new id where it lost its own. False when one was
+// damaged, which makes the record unusable for a load.
 bool readTracks(obs_data_t *record, QList<Reelhouse::Track> &tracks);
 
 // A new array of the tracks as a record holds them. The caller owns its one reference.
@@ -41,10 +42,6 @@ qsizetype keepReplaced(obs_data_t *privateSettings, obs_data_t *record, const QL
 
 // The record that was put aside, or null when there is none that could become the queue again.
 OBSDataAutoRelease replacedRecord(obs_data_t *privateSettings);
-
-// The tracks of a record that was put aside: of a damaged one every entry that still names a path, with a new id where
-// it lost its own.
-QList<Reelhouse::Track> replacedTracks(obs_data_t *record);
 
 // Puts one record aside in exchange for the one that becomes the queue again.
 void exchangeReplaced(obs_data_t *privateSettings, obs_data_t *record);

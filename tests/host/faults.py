@@ -14,7 +14,7 @@ from gi.repository import GLib
 import obs_config
 from obs_config import SOURCE, scene, vlc_source
 from obs_host import press_key, wait_for
-from show import MARK, bring_back, by_id, expect, paths_in, playing, press_in, saved_source, soon
+from show import MARK, bring_back, by_id, expect, paths_in, playing, press_in, saved_collection, soon, source_in
 
 KILLS = 10
 
@@ -64,7 +64,7 @@ def killed_at_any_moment(show, clips):
                 wait_for(f"OBS ends at kill {number + 1}", lambda: obs.process.poll() is not None, 10)
         killer.join()
         obs.kill()
-        saved = saved_source(show)
+        saved = source_in(saved_collection(show)[1])
         record = saved["private_settings"]["OBS-Reelhouse"]
         if paths_in(record) not in history:
             # The edit that the kill came into the middle of: no other queue differs from one of these by one step.

@@ -1,6 +1,7 @@
 """Everybody else in OBS who has a hand on the dock's source: its hotkeys, controls and dialogs."""
 
 import contextlib
+import json
 import os
 import subprocess
 import sys
@@ -8,7 +9,7 @@ import sys
 import obs_config
 from obs_config import SOURCE, scene, vlc_source
 from obs_host import HostError, press_key, wait_for, xdotool
-from show import MARK, bring_back, by_id, changed_source, drag, expect, playing, press_in, soon
+from show import MARK, bring_back, by_id, drag, expect, playing, press_in, saved_collection, soon, source_in
 
 LOOPING = {"loop": True, "playback_behavior": "pause_unpause"}
 
@@ -134,8 +135,9 @@ def after_a_restart(show, clips, whole):
     show.end()
 
     # As OBS saves it when it exits while a switch waits.
-    with changed_source(show) as source:
-        source["settings"]["playlist"] = [{"value": str(clips[1])}]
+    path, saved = saved_collection(show)
+    source_in(saved)["settings"]["playlist"] = [{"value": str(clips[1])}]
+    path.write_text(json.dumps(saved))
     obs = show.start()
     soon("the playlist wins", obs.labels, [names[1]])
     bring_back(obs).press()

@@ -1,6 +1,5 @@
 """What the scenarios in the real OBS share: their media and runs, and how they look and wait."""
 
-import contextlib
 import json
 import subprocess
 import sys
@@ -123,15 +122,11 @@ def bring_back(obs):
     return by_id(obs, ".bringBackReplacedQueue", "our command in the Tools menu")
 
 
-@contextlib.contextmanager
-def changed_source(show):
-    """The source as the scene collection on disk holds it, for changes while OBS is not running."""
-    collection = show.home / ".config/obs-studio/basic/scenes/Reelhouse.json"
-    saved = json.loads(collection.read_text())
-    yield next(one for one in saved["sources"] if one["name"] == SOURCE)
-    collection.write_text(json.dumps(saved))
+def saved_collection(show):
+    """The file that OBS has saved, and what it holds."""
+    path = show.home / ".config/obs-studio/basic/scenes/Reelhouse.json"
+    return path, json.loads(path.read_text())
 
 
-def saved_source(show):
-    with changed_source(show) as source:
-        return source
+def source_in(saved):
+    return next(one for one in saved["sources"] if one["name"] == SOURCE)

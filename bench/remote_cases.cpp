@@ -34,7 +34,7 @@ void getQueue(Comparison &comparison)
 	Stage stage(comparison.rows);
 	WebSocketPlugin plugin;
 	obs_post_load_modules();
-	const auto [callback, context] = plugin.requests.at("GetQueue");
+	const auto request = plugin.requests.at("GetQueue");
 	const QList<Reelhouse::Track> tracks = tracksOf(mediaFiles(comparison.rows));
 	OBSDataAutoRelease question = obs_data_create();
 	comparison.run(
@@ -42,8 +42,8 @@ void getQueue(Comparison &comparison)
 			OBSDataAutoRelease answer = obs_data_create();
 			fillAnswer(answer, tracks);
 		},
-		[&, callback = callback, context = context] {
+		[&] {
 			OBSDataAutoRelease answer = obs_data_create();
-			callback(question, answer, context);
+			request.callback(question, answer, request.priv_data);
 		});
 }

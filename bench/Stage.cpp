@@ -4,7 +4,8 @@
 #include <QAbstractButton>
 #include <QDir>
 #include <QFile>
-#include <QFileInfo>
+
+#include <filesystem>
 
 using namespace Qt::StringLiterals;
 
@@ -37,21 +38,24 @@ protected:
 
 } // namespace
 
-const QStringList &mediaFiles(int count)
+QStringList mediaFiles(int count)
 {
 	static const QTemporaryDir folder;
 	static QStringList files;
 	for (int i = static_cast<int>(files.size()); i < count; i++) {
-		const QString season = u"season %1"_s.arg(i / filesPerFolder);
-		if (i % filesPerFolder == 0)
-			QDir(folder.path()).mkdir(season);
-		QFile file(folder.filePath(season + u'/' + nameOf(i)));
-		EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-		files.append(file.fileName());
+		const QString season = folder.filePath(u"season %1"_s.arg(i / filesPerFolder));
+		const QString file = season + u'/' + nameOf(i);
+		if (i % filesPerFolder == 0) {
+			QDir().mkdir(season);
+			EXPECT_TRUE(QFile(file).open(QIODevice::WriteOnly));
+		} else {
+			// A file system takes its time for new inodes, most of all where it has just lost as many.
+			const QString first = files.at(i - i % filesPerFolder);
+			std::filesystem::create_hard_link(first.toStdU16String(), file.toStdU16String());
+		}
+		files.append(file);
 	}
-	static QStringList asked;
-	asked = files.first(count);
-	return asked;
+	return files.first(count);
 }
 
 QList<Reelhouse::Track> tracksOf(const QStringList &files)
@@ -62,6 +66,18 @@ QList<Reelhouse::Track> tracksOf(const QStringList &files)
 		tracks.last().size = 0;
 	}
 	return tracks;
+}
+
+OBSDataArrayAutoRelease bareArray(const QList<Reelhouse::Track> &tracks)
+{
+	OBSDataArrayAutoRelease array = obs_data_array_create();
+	for (const Reelhouse::Track &track : tracks) {
+		OBSDataAutoRelease item = obs_data_create();
+		obs_data_set_string(item, "value", track.path.toUtf8().constData());
+		obs_data_set_string(item, "id", track.id.toUtf8().constData());
+		obs_data_array_push_back(array, item);
+	}
+	return array;
 }
 
 Stage::Stage(int rows)

@@ -9,10 +9,13 @@
 #include "dock/Reelhouse.hpp"
 
 // Real files, made once, in folders of a thousand.
-const QStringList &mediaFiles(int count);
+QStringList mediaFiles(int count);
 
 // The tracks of these files, as a loaded queue holds them.
 QList<Reelhouse::Track> tracksOf(const QStringList &files);
+
+// A new array of new objects, as a record holds these tracks.
+OBSDataArrayAutoRelease bareArray(const QList<Reelhouse::Track> &tracks);
 
 // The dock on a queue of real files. Its poll stands still, unless told to tick.
 class Stage : public Host {

@@ -18,7 +18,7 @@ class Objects {
 public:
 	explicit Objects(const QList<Reelhouse::Track> &tracks)
 	{
-		OBSDataArrayAutoRelease array = reelhouse::trackArray(tracks);
+		OBSDataArrayAutoRelease array = bareArray(tracks);
 		for (size_t i = 0; i < obs_data_array_count(array); i++) {
 			OBSDataAutoRelease item = obs_data_array_item(array, i);
 			objects.emplace_back(item.Get());

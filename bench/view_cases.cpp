@@ -11,7 +11,6 @@
 #include <malloc.h>
 
 #include "Stage.hpp"
-#include "dock/record.hpp"
 
 using namespace Qt::StringLiterals;
 
@@ -113,13 +112,13 @@ void loadQueue(Comparison &comparison)
 	const QStringList files = mediaFiles(comparison.rows);
 	const QList<Reelhouse::Track> tracks = tracksOf(files);
 	BareList list(stage.list(), tracks);
-	OBSDataArrayAutoRelease stored = reelhouse::trackArray(tracks);
+	OBSDataArrayAutoRelease stored = bareArray(tracks);
 	const auto floor = [&] {
 		readArray(stored);
 		queryFiles(files);
 		list.fill(comparison.rows);
 		layOut(&list);
-		stored = reelhouse::trackArray(tracks);
+		stored = bareArray(tracks);
 	};
 	const auto dock = [&] {
 		stage.reload();

@@ -55,10 +55,21 @@ public:
 		QString path; // as the source's playlist item holds it: a local path or a URL
 		qint64 size = SizeUnknown;
 
+		Track() = default;
+		Track(const QString &id_, const QString &path_) : id(id_), path(path_) {}
 		// A track with an id of its own.
 		static Track fromPath(const QString &path);
+		// Id and path as a record holds them: made for the first record, and shared by all that follow. Nobody
+		// changes it, and nobody changes id or path.
+		obs_data_t *recordItem() const;
 
-		bool operator==(const Track &) const = default;
+		bool operator==(const Track &other) const
+		{
+			return id == other.id && path == other.path && size == other.size;
+		}
+
+	private:
+		mutable OBSData item;
 	};
 
 	struct RemovedTrack {

@@ -8,6 +8,7 @@
 #include <QSignalBlocker>
 
 #include <algorithm>
+#include <utility>
 
 #include "dock/TrackListWidget.hpp"
 #include "dock/TrackRow.hpp"
@@ -180,10 +181,11 @@ void Reelhouse::orderChanged()
 		rebuildList(selectedId());
 		return;
 	}
-	tracks.clear();
-	tracks.reserve(playlistWidget->count());
+	QList<Track> ordered;
+	ordered.reserve(tracks.size());
 	for (int i = 0; i < playlistWidget->count(); i++)
-		tracks.append(playlistWidget->trackRow(i)->track());
+		ordered.append(tracks.at(std::exchange(playlistWidget->trackRow(i)->place, i)));
+	tracks = std::move(ordered);
 	storeQueue();
 	updateButtons();
 	clearError();

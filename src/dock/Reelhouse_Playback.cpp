@@ -69,10 +69,10 @@ void Reelhouse::markCurrentRow(const QString &previousId)
 {
 	for (int i = 0; i < playlistWidget->count(); i++) {
 		TrackRow *row = playlistWidget->trackRow(i);
-		if (row->track().id == currentId) {
+		if (row->id == currentId) {
 			row->mark(true);
 			playlistWidget->setCurrentItem(row, QItemSelectionModel::ClearAndSelect);
-		} else if (row->track().id == previousId) {
+		} else if (row->id == previousId) {
 			row->mark(false);
 		}
 	}

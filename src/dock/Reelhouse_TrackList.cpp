@@ -75,8 +75,9 @@ void Reelhouse::rebuildList(const QString &selectId)
 	playlistWidget->clear();
 	measureTracks(tracks);
 	QListWidgetItem *selected = nullptr;
-	for (const Track &track : std::as_const(tracks)) {
-		auto *row = new TrackRow(track, track.id == currentId);
+	for (int i = 0; i < tracks.size(); i++) {
+		const Track &track = tracks.at(i);
+		auto *row = new TrackRow(track, i, track.id == currentId);
 		playlistWidget->addItem(row);
 		if (track.id == selectId)
 			selected = row;
@@ -97,7 +98,7 @@ void Reelhouse::filterList()
 	QListWidgetItem *firstShown = nullptr;
 	for (int i = 0; i < playlistWidget->count(); i++) {
 		TrackRow *row = playlistWidget->trackRow(i);
-		const bool shown = filter.shows(i, row->track().path);
+		const bool shown = filter.shows(i, row->path);
 		// Qt puts off a layout and a repaint for each row that it is told about, changed or not.
 		if (playlistWidget->isRowHidden(i) == shown)
 			playlistWidget->setRowHidden(i, !shown);
@@ -122,7 +123,7 @@ QListWidgetItem *Reelhouse::findRow(const QString &id, bool shownOnly) const
 {
 	for (int i = 0; i < playlistWidget->count(); i++) {
 		TrackRow *row = playlistWidget->trackRow(i);
-		if (row->track().id == id && !(shownOnly && playlistWidget->isRowHidden(i)))
+		if (row->id == id && !(shownOnly && playlistWidget->isRowHidden(i)))
 			return row;
 	}
 	return nullptr;

@@ -60,7 +60,7 @@ QSet<QString> TrackListWidget::selectedIds() const
 	QSet<QString> ids;
 	for (const QModelIndex &index : selectedIndexes()) {
 		if (!isRowHidden(index.row()))
-			ids.insert(trackRow(index.row())->track().id);
+			ids.insert(trackRow(index.row())->id);
 	}
 	return ids;
 }
@@ -68,7 +68,7 @@ QSet<QString> TrackListWidget::selectedIds() const
 bool TrackListWidget::showsAny(const QSet<QString> &ids) const
 {
 	for (int row = 0; row < count(); row++) {
-		if (!isRowHidden(row) && ids.contains(trackRow(row)->track().id))
+		if (!isRowHidden(row) && ids.contains(trackRow(row)->id))
 			return true;
 	}
 	return false;
@@ -78,7 +78,7 @@ QList<int> TrackListWidget::shownRows(const QSet<QString> &ids) const
 {
 	QList<int> rows;
 	for (int row = 0; row < count(); row++) {
-		if (!isRowHidden(row) && ids.contains(trackRow(row)->track().id))
+		if (!isRowHidden(row) && ids.contains(trackRow(row)->id))
 			rows.append(row);
 	}
 	return rows;
@@ -89,7 +89,7 @@ bool TrackListWidget::selectRows(const QSet<QString> &ids, const QString &curren
 	const QList<int> rows = shownRows(ids);
 	if (rows.isEmpty())
 		return false;
-	const auto current = std::ranges::find(rows, currentId, [this](int row) { return trackRow(row)->track().id; });
+	const auto current = std::ranges::find(rows, currentId, [this](int row) { return trackRow(row)->id; });
 	QItemSelection selection;
 	for (const auto &[first, last] : runsOf(rows))
 		selection.append(QItemSelectionRange(model()->index(first, 0), model()->index(last, 0)));

@@ -6,27 +6,31 @@
 
 namespace reelhouse {
 
-TrackRow::TrackRow(const Reelhouse::Track &track, bool current)
-	: QListWidgetItem(labelFor(track.path, current)), shown(track)
+TrackRow::TrackRow(const Reelhouse::Track &track, int place_, bool current)
+	: QListWidgetItem(labelFor(track.path, current)),
+	  id(track.id),
+	  path(track.path),
+	  place(place_),
+	  size(track.size)
 {}
 
 void TrackRow::mark(bool current)
 {
-	setText(labelFor(shown.path, current));
+	setText(labelFor(path, current));
 }
 
 QVariant TrackRow::data(int role) const
 {
 	switch (role) {
 	case Reelhouse::IdRole:
-		return shown.id;
+		return id;
 	case Reelhouse::PathRole:
-		return shown.path;
+		return path;
 	case Reelhouse::SizeRole:
-		return shown.size;
+		return size;
 	case Qt::AccessibleDescriptionRole:
-		if (shown.size == Reelhouse::SizeMissing)
-			return ui("FileMissing").arg(shown.path);
+		if (size == Reelhouse::SizeMissing)
+			return ui("FileMissing").arg(path);
 		[[fallthrough]];
 	default:
 		return QListWidgetItem::data(role);

@@ -12,6 +12,17 @@ Reelhouse::Track Reelhouse::Track::fromPath(const QString &path)
 	return {QUuid::createUuid().toString(QUuid::WithoutBraces), path};
 }
 
+obs_data_t *Reelhouse::Track::recordItem() const
+{
+	if (!item) {
+		OBSDataAutoRelease made = obs_data_create();
+		obs_data_set_string(made, reelhouse::valueKey, path.toUtf8().constData());
+		obs_data_set_string(made, reelhouse::idKey, id.toUtf8().constData());
+		item = made.Get();
+	}
+	return item;
+}
+
 namespace reelhouse {
 
 namespace {
@@ -46,13 +57,11 @@ bool readTracks(obs_data_t *record, QList<Track> &tracks)
 	bool whole = true;
 	for (size_t i = 0; i < count; i++) {
 		OBSDataAutoRelease item = obs_data_array_item(array, i);
-		Track track{stringIn(item, idKey), stringIn(item, valueKey)};
-		whole = whole && !track.id.isEmpty() && !track.path.isEmpty();
-		if (track.path.isEmpty())
-			continue;
-		if (track.id.isEmpty())
-			track = Track::fromPath(track.path);
-		tracks.append(std::move(track));
+		const QString id = stringIn(item, idKey);
+		const QString path = stringIn(item, valueKey);
+		whole = whole && !id.isEmpty() && !path.isEmpty();
+		if (!path.isEmpty())
+			tracks.append(id.isEmpty() ? Track::fromPath(path) : Track(id, path));
 	}
 	return whole;
 }
@@ -60,12 +69,8 @@ bool readTracks(obs_data_t *record, QList<Track> &tracks)
 OBSDataArrayAutoRelease trackArray(const QList<Track> &tracks)
 {
 	OBSDataArrayAutoRelease array = obs_data_array_create();
-	for (const Track &track : tracks) {
-		OBSDataAutoRelease item = obs_data_create();
-		obs_data_set_string(item, valueKey, track.path.toUtf8().constData());
-		obs_data_set_string(item, idKey, track.id.toUtf8().constData());
-		obs_data_array_push_back(array, item);
-	}
+	for (const Track &track : tracks)
+		obs_data_array_push_back(array, track.recordItem());
 	return array;
 }
 

@@ -184,7 +184,7 @@ void Reelhouse::orderChanged()
 	QList<Track> ordered;
 	ordered.reserve(tracks.size());
 	for (int i = 0; i < playlistWidget->count(); i++)
-		ordered.append(tracks.at(std::exchange(playlistWidget->trackRow(i)->place, i)));
+		ordered.append(std::move(tracks[std::exchange(playlistWidget->trackRow(i)->place, i)]));
 	tracks = std::move(ordered);
 	storeQueue();
 	updateButtons();

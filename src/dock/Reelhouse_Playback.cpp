@@ -67,14 +67,14 @@ void Reelhouse::issueSwitch(obs_source_t *source)
 
 void Reelhouse::markCurrentRow(const QString &previousId)
 {
-	for (int i = 0; i < playlistWidget->count(); i++) {
+	for (int i = 0; i < tracks.size(); i++) {
+		const QString &id = tracks.at(i).id;
+		if (id != currentId && id != previousId)
+			continue;
 		TrackRow *row = playlistWidget->trackRow(i);
-		if (row->id == currentId) {
-			row->mark(true);
+		row->mark(id == currentId);
+		if (id == currentId)
 			playlistWidget->setCurrentItem(row, QItemSelectionModel::ClearAndSelect);
-		} else if (row->id == previousId) {
-			row->mark(false);
-		}
 	}
 }
 

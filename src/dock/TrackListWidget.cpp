@@ -55,20 +55,31 @@ TrackRow *TrackListWidget::trackRow(int row) const
 	return static_cast<TrackRow *>(item(row));
 }
 
+QList<int> TrackListWidget::selectedRows() const
+{
+	QList<int> rows;
+	for (const QItemSelectionRange &range : selectionModel()->selection()) {
+		for (int row = range.top(); row <= range.bottom(); row++) {
+			if (!isRowHidden(row))
+				rows.append(row);
+		}
+	}
+	std::ranges::sort(rows);
+	return rows;
+}
+
 QSet<QString> TrackListWidget::selectedIds() const
 {
 	QSet<QString> ids;
-	for (const QModelIndex &index : selectedIndexes()) {
-		if (!isRowHidden(index.row()))
-			ids.insert(trackRow(index.row())->id);
-	}
+	for (const int row : selectedRows())
+		ids.insert(trackRow(row)->id);
 	return ids;
 }
 
 bool TrackListWidget::showsAny(const QSet<QString> &ids) const
 {
 	for (int row = 0; row < count(); row++) {
-		if (!isRowHidden(row) && ids.contains(trackRow(row)->id))
+		if (ids.contains(trackRow(row)->id) && !isRowHidden(row))
 			return true;
 	}
 	return false;
@@ -78,7 +89,7 @@ QList<int> TrackListWidget::shownRows(const QSet<QString> &ids) const
 {
 	QList<int> rows;
 	for (int row = 0; row < count(); row++) {
-		if (!isRowHidden(row) && ids.contains(trackRow(row)->id))
+		if (ids.contains(trackRow(row)->id) && !isRowHidden(row))
 			rows.append(row);
 	}
 	return rows;
@@ -125,7 +136,8 @@ void TrackListWidget::dropEvent(QDropEvent *event)
 // Moves from the target outwards, so that no move shifts rows that are still to be moved.
 void TrackListWidget::moveRowsTo(int target)
 {
-	const QList<int> rows = shownRows(draggedIds.isEmpty() ? selectedIds() : draggedIds);
+	const bool asPickedUp = draggedIds.isEmpty() || draggedIds == selectedIds();
+	const QList<int> rows = asPickedUp ? selectedRows() : shownRows(draggedIds);
 	const auto split = std::ranges::lower_bound(rows, target);
 	const QList<int> above(rows.cbegin(), split), below(split, rows.cend());
 

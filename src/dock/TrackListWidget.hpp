@@ -38,6 +38,8 @@ protected:
 	void dropEvent(QDropEvent *event) override;
 
 private:
+	// In ascending order, without those that the search hides.
+	QList<int> selectedRows() const;
 	QList<int> shownRows(const QSet<QString> &ids) const;
 	void moveRowsTo(int target);
 	void rowsMoved();

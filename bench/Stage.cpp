@@ -103,6 +103,8 @@ void Stage::playThrough(int row)
 	sendStopped(source);
 	settle();
 	media(source) = {OBS_MEDIA_STATE_PLAYING, 500, 4000};
+	// What plays this soon after a switch is not yet taken for the new track.
+	QTest::qSleep(100);
 }
 
 void Stage::reload()

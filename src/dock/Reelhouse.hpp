@@ -316,6 +316,7 @@ private:
 
 	std::optional<RowSelection> menuRows; // what the open context menu acts on
 	bool bringBackOffered = false;        // as last told by canBringBackChanged()
+	int shownCount = 0;                   // rows that the search shows
 
 	bool suspended = true;
 	bool shutDown = false;

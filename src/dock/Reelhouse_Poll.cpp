@@ -107,8 +107,11 @@ void Reelhouse::describePlayback(obs_media_state state, qint64 positionMs)
 
 void Reelhouse::followEnd(obs_media_state state)
 {
+	// Most polls bring nothing new and need not search the queue: the track plays on, or none is to end.
+	if (!managed || (state == OBS_MEDIA_STATE_PLAYING) == playbackArmed)
+		return;
 	const int current = currentIndex();
-	if (current < 0 || !managed)
+	if (current < 0)
 		return;
 	switch (state) {
 	case OBS_MEDIA_STATE_PLAYING:

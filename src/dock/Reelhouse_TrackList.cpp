@@ -94,7 +94,7 @@ void Reelhouse::filterList()
 	const QSignalBlocker blocker(playlistWidget);
 	const QString text = needle();
 	const RowFilter filter(text);
-	int shownCount = 0;
+	shownCount = 0;
 	QListWidgetItem *firstShown = nullptr;
 	for (int i = 0; i < playlistWidget->count(); i++) {
 		TrackRow *row = playlistWidget->trackRow(i);
@@ -138,6 +138,8 @@ QString Reelhouse::needle() const
 int Reelhouse::visibleSelectionCount() const
 {
 	int count = 0;
+	if (shownCount == 0)
+		return count;
 	for (const QItemSelectionRange &range : playlistWidget->selectionModel()->selection()) {
 		for (int row = range.top(); row <= range.bottom() && count < 2; row++)
 			count += !playlistWidget->isRowHidden(row);

@@ -53,17 +53,22 @@ SourceListing listVlcSources()
 	return sources;
 }
 
-// The scenes are walked after the enumeration: it holds libobs's source list, and a walk takes each scene's own locks.
-// libobs counts groups among the scenes.
-std::vector<OBSSource> allScenes()
+using NamedScene = std::pair<QString, OBSSource>;
+
+// In the order of their names. The scenes are walked after the enumeration: it holds libobs's source list, and a walk
+// takes each scene's own locks. libobs counts groups among the scenes.
+std::vector<NamedScene> allScenes()
 {
-	std::vector<OBSSource> scenes;
+	std::vector<NamedScene> scenes;
 	obs_enum_scenes(
 		[](void *data, obs_source_t *source) {
-			static_cast<std::vector<OBSSource> *>(data)->emplace_back(source);
+			static_cast<std::vector<NamedScene> *>(data)->emplace_back(nameOf(source), source);
 			return true;
 		},
 		&scenes);
+	std::ranges::sort(scenes, [](const NamedScene &a, const NamedScene &b) {
+		return a.first.compare(b.first, Qt::CaseInsensitive) < 0;
+	});
 	return scenes;
 }
 
@@ -81,18 +86,20 @@ namespace reelhouse {
 void collectSceneSources(obs_source_t *source, const QString &sceneName, ScenesBySource &scenesBySource,
 			 QSet<obs_source_t *> &visited)
 {
-	if (!source || visited.contains(source))
+	if (!source)
 		return;
-	visited.insert(source);
-	if (isVlcSource(source)) {
-		scenesBySource[uuidOf(source)].append(sceneName);
-		return;
-	}
+	const bool isVlc = isVlcSource(source);
 	obs_scene_t *scene = obs_scene_from_source(source);
 	if (!scene)
 		scene = obs_group_from_source(source);
-	if (!scene)
+	// Most items are neither, and need no remembering.
+	if ((!isVlc && !scene) || visited.contains(source))
 		return;
+	visited.insert(source);
+	if (isVlc) {
+		scenesBySource[uuidOf(source)].append(sceneName);
+		return;
+	}
 	SceneWalk walk{sceneName, scenesBySource, visited};
 	obs_scene_enum_items(
 		scene,
@@ -111,16 +118,15 @@ namespace {
 void labelWithScenes(SourceListing &sources)
 {
 	ScenesBySource scenesBySource;
-	for (const OBSSource &scene : allScenes()) {
+	for (const auto &[name, scene] : allScenes()) {
 		QSet<obs_source_t *> visited;
-		collectSceneSources(scene, nameOf(scene), scenesBySource, visited);
+		collectSceneSources(scene, name, scenesBySource, visited);
 	}
 	for (auto &[text, uuid] : sources) {
-		QList<QString> scenes = scenesBySource.value(uuid);
-		if (scenes.isEmpty())
-			continue;
-		scenes.sort(Qt::CaseInsensitive);
-		text = scenes.join(u" / "_s) + u" · "_s + text;
+		// In the order of the scenes, which is that of their names.
+		const QList<QString> scenes = scenesBySource.value(uuid);
+		if (!scenes.isEmpty())
+			text = scenes.join(u" / "_s) + u" · "_s + text;
 	}
 }
 

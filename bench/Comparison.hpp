@@ -10,8 +10,8 @@ public:
 
 	explicit Comparison(int rows_) : rows(rows_) {}
 
-	// Runs floor and dock in turn, so that a slow moment of the machine meets both, and keeps the medians. Each pair
-	// is preceded by before, which is not measured. Without it short work is repeated until a clock can tell it.
+	// Runs floor and dock in turn, so that a slow moment of the machine meets both, and keeps the medians. Each run of
+	// both is preceded by before, which is not measured. Without it short work is repeated until a clock can tell it.
 	void run(const Work &floor, const Work &dock, const Work &before = {});
 	// For what is weighed rather than timed, in bytes.
 	void weigh(double floor, double dock);

@@ -65,7 +65,7 @@ void Reelhouse::tick()
 	}
 	if (refreshing) {
 		OBSDataAutoRelease settings = obs_source_get_settings(source);
-		if (pathsIn(settings, playlistKey) != observed) {
+		if (!holdsPaths(settings, playlistKey, observed)) {
 			loadQueue(source, true);
 			clearError();
 		}

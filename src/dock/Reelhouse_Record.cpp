@@ -61,7 +61,7 @@ void Reelhouse::loadQueue(obs_source_t *source, bool force)
 	currentId.clear();
 	playbackArmed = false;
 
-	if (record && !force && pathsIn(record, observedKey) == sourcePaths && readTracks(record, tracks)) {
+	if (record && !force && holdsPaths(record, observedKey, sourcePaths) && readTracks(record, tracks)) {
 		readTakeover(record);
 		currentId = stringIn(record, currentKey);
 	} else {

@@ -38,6 +38,23 @@ QList<QString> pathsIn(obs_data_t *settings, const char *key)
 	return paths;
 }
 
+bool holdsPaths(obs_data_t *settings, const char *key, const QList<QString> &paths)
+{
+	OBSDataArrayAutoRelease array = obs_data_get_array(settings, key);
+	const size_t count = obs_data_array_count(array);
+	auto path = paths.cbegin();
+	for (size_t i = 0; i < count; i++) {
+		OBSDataAutoRelease item = obs_data_array_item(array, i);
+		const QUtf8StringView value(obs_data_get_string(item, valueKey));
+		if (value.isEmpty())
+			continue;
+		if (path == paths.cend() || !QAnyStringView::equal(*path, value))
+			return pathsIn(settings, key) == paths;
+		++path;
+	}
+	return path == paths.cend();
+}
+
 OBSDataArrayAutoRelease pathArray(const QList<QString> &paths)
 {
 	OBSDataArrayAutoRelease array = obs_data_array_create();

@@ -20,6 +20,10 @@ inline constexpr char valueKey[] = "value";
 // The "value" strings of the array under key, in array order, empty ones left out; an empty list for an absent array.
 QList<QString> pathsIn(obs_data_t *settings, const char *key);
 
+// Whether pathsIn() is exactly these paths. In most cases told without reading them into strings; of text that is not
+// UTF-8 never.
+bool holdsPaths(obs_data_t *settings, const char *key, const QList<QString> &paths);
+
 // A new array that holds one object with "value" per path. The caller owns its one reference.
 OBSDataArrayAutoRelease pathArray(const QList<QString> &paths);
 

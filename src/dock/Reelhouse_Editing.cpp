@@ -85,16 +85,17 @@ qsizetype Reelhouse::removeTracks(const QSet<QString> &ids)
 
 	removed.clear();
 	QList<Track> kept;
+	kept.reserve(tracks.size());
 	for (int i = 0; i < tracks.size(); i++) {
-		const Track &track = tracks.at(i);
+		Track &track = tracks[i];
 		if (ids.contains(track.id))
-			removed.append({track, i});
+			removed.append({std::move(track), i});
 		else
-			kept.append(track);
+			kept.append(std::move(track));
 	}
+	tracks = std::move(kept);
 	if (removed.isEmpty())
 		return 0;
-	tracks = kept;
 
 	const bool stops = ids.contains(currentId) || tracks.isEmpty();
 	if (stops) {
@@ -121,18 +122,18 @@ qsizetype Reelhouse::undoRemove()
 		return 0;
 	QList<Track> merged;
 	merged.reserve(tracks.size() + removed.size());
-	auto rest = tracks.cbegin();
-	for (const RemovedTrack &entry : std::as_const(removed)) {
-		while (rest != tracks.cend() && merged.size() < entry.index)
-			merged.append(*rest++);
-		merged.append(entry.track);
+	const QString firstId = removed.constFirst().track.id;
+	auto rest = tracks.begin();
+	for (RemovedTrack &entry : removed) {
+		while (rest != tracks.end() && merged.size() < entry.index)
+			merged.append(std::move(*rest++));
+		merged.append(std::move(entry.track));
 	}
-	std::copy(rest, tracks.cend(), std::back_inserter(merged));
+	std::move(rest, tracks.end(), std::back_inserter(merged));
 
 	const qsizetype count = removed.size();
-	const QString firstId = removed.constFirst().track.id;
 	removed.clear();
-	tracks = merged;
+	tracks = std::move(merged);
 	rebuildList(firstId);
 	storeQueue();
 	clearError();

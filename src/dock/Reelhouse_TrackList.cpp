@@ -8,6 +8,9 @@
 #include <QSignalBlocker>
 #include <QToolTip>
 
+#include <algorithm>
+#include <utility>
+
 #include "dock/TrackListWidget.hpp"
 #include "dock/TrackRow.hpp"
 #include "dock/paths.hpp"
@@ -29,13 +32,18 @@ qint64 measure(const QString &path)
 // Measures the tracks that have no size yet, each path once.
 void measureTracks(QList<Reelhouse::Track> &tracks)
 {
+	const auto isUnknown = [](const Reelhouse::Track &track) {
+		return track.size == Reelhouse::SizeUnknown;
+	};
+	if (std::ranges::none_of(std::as_const(tracks), isUnknown))
+		return;
 	QHash<QString, qint64> sizes;
 	for (const Reelhouse::Track &track : std::as_const(tracks)) {
-		if (track.size != Reelhouse::SizeUnknown)
+		if (!isUnknown(track))
 			sizes.insert(track.path, track.size);
 	}
 	for (Reelhouse::Track &track : tracks) {
-		if (track.size != Reelhouse::SizeUnknown)
+		if (!isUnknown(track))
 			continue;
 		auto size = sizes.constFind(track.path);
 		if (size == sizes.cend())

@@ -70,8 +70,10 @@ QList<int> TrackListWidget::selectedRows() const
 
 QSet<QString> TrackListWidget::selectedIds() const
 {
+	const QList<int> rows = selectedRows();
 	QSet<QString> ids;
-	for (const int row : selectedRows())
+	ids.reserve(rows.size());
+	for (const int row : rows)
 		ids.insert(trackRow(row)->id);
 	return ids;
 }

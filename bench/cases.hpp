@@ -16,6 +16,7 @@ void weighEntries(Comparison &comparison);
 
 // store_cases.cpp
 void storeEndMode(Comparison &comparison);
+void storeNotYetPlayed(Comparison &comparison);
 void storePlay(Comparison &comparison);
 void storeStop(Comparison &comparison);
 void storeAdded(Comparison &comparison);

@@ -33,6 +33,7 @@ constexpr Case cases[] = {
 	{"search that shows all", searchAll, 1.25},
 	{"clear a search", clearSearch, 1.25},
 	{"store after end mode", storeEndMode, 2},
+	{"store before the first play", storeNotYetPlayed, 2},
 	{"store after play", storePlay, 2},
 	{"store after stop", storeStop, 2},
 	{"store after adding one", storeAdded, 3},

@@ -61,9 +61,43 @@ void storeEndMode(Comparison &comparison)
 	storeUnchanged(comparison, &Stage::changeEndMode);
 }
 
+// The source still holds the whole playlist, and the record its paths as last seen.
+void storeNotYetPlayed(Comparison &comparison)
+{
+	Stage stage(comparison.rows);
+	const Objects objects(tracksOf(mediaFiles(comparison.rows)));
+	const auto floor = [&] {
+		objects.push();
+		objects.push();
+	};
+	comparison.run(floor, [&] { stage.changeEndMode(); }, &Stage::settle);
+}
+
+// The floor marks the rows as well: Qt lays a list out anew where a text has changed.
 void storePlay(Comparison &comparison)
 {
-	storeUnchanged(comparison, [](Stage &stage) { stage.child<QAbstractButton>("next")->click(); });
+	const int rows = comparison.rows;
+	Stage stage(rows);
+	stage.playThrough(rows - 2);
+	const QList<Reelhouse::Track> tracks = tracksOf(mediaFiles(rows));
+	const Objects objects(tracks);
+	BareList list(stage.list(), tracks);
+	list.fill(rows);
+	list.setCurrentRow(rows - 2);
+	const auto floor = [&] {
+		objects.push();
+		list.currentItem()->setText(u"played"_s);
+		list.setCurrentRow(2 * rows - 3 - list.currentRow());
+		list.currentItem()->setText(u"plays"_s);
+		layOut(&list);
+	};
+	bool last = false;
+	const auto dock = [&] {
+		stage.child<QAbstractButton>(last ? "previous" : "next")->click();
+		last = !last;
+		layOut(stage.list());
+	};
+	comparison.run(floor, dock, &Stage::settle);
 }
 
 void storeStop(Comparison &comparison)

@@ -117,6 +117,23 @@ TEST_F(Record, AnEditMadeElsewhereIsTakenOver)
 	EXPECT_EQ(record["endMode"_L1], 1) << "the end mode survives";
 }
 
+TEST_F(Record, IsWholeAgainAfterTheNextStoreWhateverBecameOfTheLast)
+{
+	const OBSSource source = makeSource(u"S"_s, {makeFile(u"a"_s), makeFile(u"b"_s), makeFile(u"c"_s)});
+	show(source);
+	const QJsonObject whole = recordOf(source);
+	for (const char *key : {"tracks", "observed"}) {
+		OBSDataAutoRelease settings = obs_source_get_private_settings(source);
+		OBSDataAutoRelease record = obs_data_get_obj(settings, "OBS-Reelhouse");
+		OBSDataArrayAutoRelease array = obs_data_get_array(record, key);
+		obs_data_array_erase(array, 1);
+		EXPECT_EQ(valuesIn(recordOf(source), key).size(), 2);
+		child<QComboBox>("endMode")->setCurrentIndex(1);
+		child<QComboBox>("endMode")->setCurrentIndex(0);
+		EXPECT_EQ(recordOf(source), whole) << key;
+	}
+}
+
 TEST_F(Record, RestoringGivesTheSourceItsQueueAndSettingsBack)
 {
 	const QString gone = folder.filePath(u"gone \"%1\" 😀\n.mp3"_s);

@@ -89,6 +89,8 @@ void Reelhouse::clearQueue()
 	tracks.clear();
 	removed.clear();
 	observed.clear();
+	observedItemsOf.clear();
+	observedItems = nullptr;
 	currentId.clear();
 	managed = false;
 	durationMs = 0;

@@ -208,6 +208,7 @@ private:
 	void readEndMode(obs_data_t *record);
 	void readTakeover(obs_data_t *record);
 	void showLoaded(const QString &selectId);
+	OBSDataArrayAutoRelease observedArray();
 	void storeQueue();
 
 	// Reelhouse_Replaced.cpp
@@ -308,8 +309,10 @@ private:
 	QList<RemovedTrack> removed;     // the last removal, ascending by index; one undo consumes it
 	QHash<QString, ViewState> views; // by source UUID
 	QList<QString> observed; // the source's playlist as last seen or written here; a difference is somebody's edit
-	QString currentId;       // empty, or the id of the current track
-	bool managed = false;    // the source holds a playlist and settings of the dock's making
+	QList<QString> observedItemsOf; // shares its data with observed until that is another list
+	OBSDataArray observedItems;     // the paths of that list as the last record holds them; null = not made yet
+	QString currentId;              // empty, or the id of the current track
+	bool managed = false;           // the source holds a playlist and settings of the dock's making
 	bool originalLoop = false;
 	bool originalShuffle = false;
 	QString originalBehavior;

@@ -105,6 +105,18 @@ void Reelhouse::showLoaded(const QString &selectId)
 	storeQueue();
 }
 
+// A new array of the last record's objects, as long as observed is the list that they were made of.
+OBSDataArrayAutoRelease Reelhouse::observedArray()
+{
+	if (!observedItems || !observed.isSharedWith(observedItemsOf)) {
+		observedItems = pathArray(observed).Get();
+		observedItemsOf = observed;
+	}
+	OBSDataArrayAutoRelease array = obs_data_array_create();
+	obs_data_array_push_back_array(array, observedItems);
+	return array;
+}
+
 void Reelhouse::storeQueue()
 {
 	OBSSourceAutoRelease source = lockSource();
@@ -112,10 +124,10 @@ void Reelhouse::storeQueue()
 		return;
 	OBSDataAutoRelease record = obs_data_create();
 	OBSDataArrayAutoRelease trackItems = trackArray(tracks);
-	OBSDataArrayAutoRelease observedItems = pathArray(observed);
+	OBSDataArrayAutoRelease observedPaths = observedArray();
 	obs_data_set_int(record, versionKey, recordVersion);
 	obs_data_set_array(record, tracksKey, trackItems);
-	obs_data_set_array(record, observedKey, observedItems);
+	obs_data_set_array(record, observedKey, observedPaths);
 	obs_data_set_string(record, currentKey, currentId.toUtf8().constData());
 	obs_data_set_bool(record, managedKey, managed);
 	obs_data_set_bool(record, originalLoopKey, originalLoop);

@@ -270,6 +270,8 @@ private:
 	void appendFiles(const QList<QString> &paths);
 	void clearSearchSilently();
 	void removeSelected();
+	// Of rows in ascending order.
+	qsizetype removeRows(const QList<int> &rows);
 	void moveSelected(int delta);
 	void orderChanged();
 

@@ -74,30 +74,42 @@ void Reelhouse::clearSearchSilently()
 
 void Reelhouse::removeSelected()
 {
-	removeTracks(playlistWidget->selectedIds());
+	removeRows(playlistWidget->selectedRows());
 }
 
 qsizetype Reelhouse::removeTracks(const QSet<QString> &ids)
 {
+	QList<int> rows;
+	for (int i = 0; i < tracks.size(); i++) {
+		if (ids.contains(tracks.at(i).id))
+			rows.append(i);
+	}
+	return removeRows(rows);
+}
+
+qsizetype Reelhouse::removeRows(const QList<int> &rows)
+{
 	OBSSourceAutoRelease source = lockSource();
-	if (!source || suspended || shutDown || ids.isEmpty())
+	if (!source || suspended || shutDown || rows.isEmpty())
 		return 0;
 
 	removed.clear();
 	QList<Track> kept;
-	kept.reserve(tracks.size());
+	kept.reserve(tracks.size() - rows.size());
+	bool stops = rows.size() == tracks.size();
+	auto row = rows.cbegin();
 	for (int i = 0; i < tracks.size(); i++) {
 		Track &track = tracks[i];
-		if (ids.contains(track.id))
-			removed.append({std::move(track), i});
-		else
+		if (row == rows.cend() || *row != i) {
 			kept.append(std::move(track));
+			continue;
+		}
+		row++;
+		stops = stops || track.id == currentId;
+		removed.append({std::move(track), i});
 	}
 	tracks = std::move(kept);
-	if (removed.isEmpty())
-		return 0;
 
-	const bool stops = ids.contains(currentId) || tracks.isEmpty();
 	if (stops) {
 		// Managed, so that the stop empties the source's playlist, which may still hold what was removed, and
 		// stores the queue.

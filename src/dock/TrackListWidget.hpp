@@ -22,7 +22,8 @@ public:
 
 	QRect visualRect(const QModelIndex &index) const override;
 
-	// The ids of the selected rows. As in the next two, rows that the search hides do not count.
+	// The selected rows, in ascending order. As in the next three, those that the search hides do not count.
+	QList<int> selectedRows() const;
 	QSet<QString> selectedIds() const;
 	bool showsAny(const QSet<QString> &ids) const;
 	// Selects exactly the rows with these ids and makes the one with currentId current, or else the first. False,
@@ -38,8 +39,6 @@ protected:
 	void dropEvent(QDropEvent *event) override;
 
 private:
-	// In ascending order, without those that the search hides.
-	QList<int> selectedRows() const;
 	QList<int> shownRows(const QSet<QString> &ids) const;
 	void moveRowsTo(int target);
 	void rowsMoved();

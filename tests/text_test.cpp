@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "dock/TrackDelegate.hpp"
+#include "dock/widgets/TrackDelegate.hpp"
 #include "dock/paths.hpp"
 #include "dock/text.hpp"
 

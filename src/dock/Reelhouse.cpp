@@ -5,7 +5,7 @@
 #include <QLabel>
 #include <QSignalBlocker>
 
-#include "dock/SeekSlider.hpp"
+#include "dock/widgets/SeekSlider.hpp"
 #include "dock/paths.hpp"
 #include "dock/text.hpp"
 

@@ -60,7 +60,8 @@ public:
 		// A track with an id of its own.
 		static Track fromPath(const QString &path);
 		// Id and path as a record holds them: made for the first record, and shared by all that follow. Nobody
-		// changes it, and nobody changes id or path.
+		// changes it, and nobody changes id or path. User-interface thread, unlike all else here, of which another
+		// may read a copy of the queue.
 		obs_data_t *recordItem() const;
 
 		bool operator==(const Track &other) const

@@ -16,8 +16,8 @@
 
 #include <algorithm>
 
-#include "dock/TrackDelegate.hpp"
-#include "dock/TrackListWidget.hpp"
+#include "dock/widgets/TrackDelegate.hpp"
+#include "dock/widgets/TrackListWidget.hpp"
 #include "dock/paths.hpp"
 
 using namespace reelhouse;

@@ -5,7 +5,7 @@
 #include <QMenu>
 #include <QMessageBox>
 
-#include "dock/TrackListWidget.hpp"
+#include "dock/widgets/TrackListWidget.hpp"
 #include "dock/text.hpp"
 
 using namespace reelhouse;

@@ -8,7 +8,7 @@
 #include <QLineEdit>
 #include <QUrl>
 
-#include "dock/TrackListWidget.hpp"
+#include "dock/widgets/TrackListWidget.hpp"
 #include "dock/paths.hpp"
 #include "dock/text.hpp"
 #include "platform/reveal.hpp"

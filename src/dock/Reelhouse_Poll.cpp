@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <utility>
 
-#include "dock/SeekSlider.hpp"
+#include "dock/widgets/SeekSlider.hpp"
 #include "dock/paths.hpp"
 #include "dock/text.hpp"
 

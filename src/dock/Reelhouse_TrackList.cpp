@@ -11,8 +11,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "dock/TrackListWidget.hpp"
-#include "dock/TrackRow.hpp"
+#include "dock/widgets/TrackListWidget.hpp"
+#include "dock/widgets/TrackRow.hpp"
 #include "dock/paths.hpp"
 #include "dock/text.hpp"
 

@@ -8,11 +8,11 @@
 #include <algorithm>
 #include <utility>
 
-#include "dock/SeekSlider.hpp"
-#include "dock/TrackListWidget.hpp"
+#include "dock/widgets/SeekSlider.hpp"
+#include "dock/widgets/TrackListWidget.hpp"
 #include "dock/paths.hpp"
 #include "dock/text.hpp"
-#include "dock/themeIcon.hpp"
+#include "dock/widgets/themeIcon.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;

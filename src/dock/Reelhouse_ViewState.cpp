@@ -4,7 +4,7 @@
 #include <QScrollBar>
 #include <QSignalBlocker>
 
-#include "dock/TrackListWidget.hpp"
+#include "dock/widgets/TrackListWidget.hpp"
 
 void Reelhouse::rememberView()
 {

@@ -10,13 +10,13 @@
 
 #include <algorithm>
 
-#include "dock/KeyClaim.hpp"
-#include "dock/MessageLabel.hpp"
-#include "dock/SeekSlider.hpp"
-#include "dock/TrackDelegate.hpp"
-#include "dock/TrackListWidget.hpp"
+#include "dock/widgets/KeyClaim.hpp"
+#include "dock/widgets/MessageLabel.hpp"
+#include "dock/widgets/SeekSlider.hpp"
+#include "dock/widgets/TrackDelegate.hpp"
+#include "dock/widgets/TrackListWidget.hpp"
 #include "dock/text.hpp"
-#include "dock/themeIcon.hpp"
+#include "dock/widgets/themeIcon.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;

@@ -1,11 +1,11 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
-#include "dock/TrackListWidget.hpp"
+#include "dock/widgets/TrackListWidget.hpp"
 
 #include <QDropEvent>
 
 #include <algorithm>
 
-#include "dock/TrackRow.hpp"
+#include "dock/widgets/TrackRow.hpp"
 
 namespace reelhouse {
 

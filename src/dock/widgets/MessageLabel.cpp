@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
-#include "dock/MessageLabel.hpp"
+#include "dock/widgets/MessageLabel.hpp"
 
 #include <QPainter>
 #include <QStyle>

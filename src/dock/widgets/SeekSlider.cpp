@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
-#include "dock/SeekSlider.hpp"
+#include "dock/widgets/SeekSlider.hpp"
 
 #include <QMouseEvent>
 #include <QStyleOptionSlider>

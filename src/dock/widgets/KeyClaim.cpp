@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
-#include "dock/KeyClaim.hpp"
+#include "dock/widgets/KeyClaim.hpp"
 
 #include <QKeyEvent>
 

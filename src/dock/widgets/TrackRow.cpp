@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
-#include "dock/TrackRow.hpp"
+#include "dock/widgets/TrackRow.hpp"
 
 #include "dock/paths.hpp"
 #include "dock/text.hpp"

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
-#include "dock/TrackDelegate.hpp"
+#include "dock/widgets/TrackDelegate.hpp"
 
 #include <QApplication>
 #include <QPainter>

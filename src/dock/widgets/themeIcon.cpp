@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
-#include "dock/themeIcon.hpp"
+#include "dock/widgets/themeIcon.hpp"
 
 #include <QHash>
 #include <QStyle>

@@ -13,7 +13,8 @@ import subprocess
 FIGURES = pathlib.Path(__file__).with_name("figures.md")
 SIZES = [100, 1000, 10000, 100000]
 WORSE = 1.2  # times the committed ratio
-MEASURED = re.compile(r"(?P<case>\S.*?) +(?P<rows>\d+) +\S+ (?:us|ms|B) +\S+ (?:us|ms|B) +(?P<ratio>\S+) +(?P<goal>\S+)")
+TIME = r"\S+ (?:us|ms|B)"
+MEASURED = re.compile(rf"(?P<case>\S.*?) +(?P<rows>\d+) +{TIME} +{TIME} +(?P<ratio>\S+) +(?P<goal>\S+)")
 
 
 def measured(log):
@@ -31,7 +32,7 @@ def committed():
     rows = [line.strip("| \n").split("|") for line in FIGURES.read_text().splitlines() if line.startswith("| ")]
     return {
         (cells[0].strip(), size): float(cell)
-        for cells in rows[1:]
+        for cells in rows[2:]
         for size, cell in zip(SIZES, cells[2:])
         if cell.strip()
     }

@@ -3,9 +3,9 @@
 
 #include <gtest/gtest.h>
 
-#include "dock/widgets/TrackDelegate.hpp"
 #include "dock/paths.hpp"
 #include "dock/text.hpp"
+#include "dock/widgets/TrackDelegate.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;

@@ -5,9 +5,9 @@
 #include <QLabel>
 #include <QSignalBlocker>
 
-#include "dock/widgets/SeekSlider.hpp"
 #include "dock/paths.hpp"
 #include "dock/text.hpp"
+#include "dock/widgets/SeekSlider.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;
@@ -88,9 +88,7 @@ void Reelhouse::clearQueue()
 {
 	tracks.clear();
 	removed.clear();
-	observed.clear();
-	observedItemsOf.clear();
-	observedItems = nullptr;
+	observed = {};
 	currentId.clear();
 	managed = false;
 	durationMs = 0;
@@ -129,8 +127,8 @@ void Reelhouse::cancelSwitch()
 	// The settings may or may not have reached the source; what it holds now decides which track is current.
 	OBSDataAutoRelease settings = obs_source_get_settings(source);
 	const QList<QString> paths = pathsIn(settings, playlistKey);
-	if (paths != observed)
+	if (paths != observed.paths)
 		currentId.clear();
-	observed = paths;
+	observed = {paths};
 	storeQueue();
 }

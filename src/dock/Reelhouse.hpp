@@ -78,6 +78,12 @@ public:
 		int index = 0; // in the queue just before the removal
 	};
 
+	// The source's playlist as last seen or written here; a difference is somebody's edit.
+	struct ObservedPlaylist {
+		QList<QString> paths;
+		OBSDataArray items = {}; // of these paths, shared by the records that name them; null until one does
+	};
+
 	// What the list showed of one source when the dock let go of it.
 	struct ViewState {
 		QString selectedTrackId;
@@ -209,7 +215,6 @@ private:
 	void readEndMode(obs_data_t *record);
 	void readTakeover(obs_data_t *record);
 	void showLoaded(const QString &selectId);
-	OBSDataArrayAutoRelease observedArray();
 	void storeQueue();
 
 	// Reelhouse_Replaced.cpp
@@ -311,11 +316,9 @@ private:
 	QList<Track> tracks;
 	QList<RemovedTrack> removed;     // the last removal, ascending by index; one undo consumes it
 	QHash<QString, ViewState> views; // by source UUID
-	QList<QString> observed; // the source's playlist as last seen or written here; a difference is somebody's edit
-	QList<QString> observedItemsOf; // shares its data with observed until that is another list
-	OBSDataArray observedItems;     // the paths of that list as the last record holds them; null = not made yet
-	QString currentId;              // empty, or the id of the current track
-	bool managed = false;           // the source holds a playlist and settings of the dock's making
+	ObservedPlaylist observed;
+	QString currentId;       // empty, or the id of the current track
+	bool managed = false;    // the source holds a playlist and settings of the dock's making
 	bool originalLoop = false;
 	bool originalShuffle = false;
 	QString originalBehavior;

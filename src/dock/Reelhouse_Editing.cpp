@@ -10,9 +10,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "dock/text.hpp"
 #include "dock/widgets/TrackListWidget.hpp"
 #include "dock/widgets/TrackRow.hpp"
-#include "dock/text.hpp"
 
 using namespace reelhouse;
 

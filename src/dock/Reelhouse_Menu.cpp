@@ -5,8 +5,8 @@
 #include <QMenu>
 #include <QMessageBox>
 
-#include "dock/widgets/TrackListWidget.hpp"
 #include "dock/text.hpp"
+#include "dock/widgets/TrackListWidget.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;

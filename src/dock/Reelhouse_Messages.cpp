@@ -8,9 +8,9 @@
 #include <QLineEdit>
 #include <QUrl>
 
-#include "dock/widgets/TrackListWidget.hpp"
 #include "dock/paths.hpp"
 #include "dock/text.hpp"
+#include "dock/widgets/TrackListWidget.hpp"
 #include "platform/reveal.hpp"
 
 using namespace reelhouse;

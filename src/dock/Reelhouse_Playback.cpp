@@ -6,10 +6,10 @@
 #include <algorithm>
 #include <utility>
 
-#include "dock/widgets/TrackListWidget.hpp"
-#include "dock/widgets/TrackRow.hpp"
 #include "dock/paths.hpp"
 #include "dock/text.hpp"
+#include "dock/widgets/TrackListWidget.hpp"
+#include "dock/widgets/TrackRow.hpp"
 
 using namespace reelhouse;
 
@@ -35,7 +35,7 @@ bool Reelhouse::playTrack(const QString &id, bool withSceneSwitch)
 	const QString previousId = currentId;
 	currentId = track->id;
 	managed = true;
-	observed = {track->path};
+	observed = {{track->path}};
 	switchClock.start();
 	// Stored before the media is stopped: whatever happens next, the record already names the new track.
 	storeQueue();
@@ -50,7 +50,7 @@ bool Reelhouse::playTrack(const QString &id, bool withSceneSwitch)
 void Reelhouse::issueSwitch(obs_source_t *source)
 {
 	OBSDataAutoRelease settings = obs_data_create();
-	OBSDataArrayAutoRelease playlist = pathArray(observed);
+	OBSDataArrayAutoRelease playlist = pathArray(observed.paths);
 	obs_data_set_array(settings, playlistKey, playlist);
 	obs_data_set_bool(settings, loopKey, false);
 	obs_data_set_bool(settings, shuffleKey, false);
@@ -133,7 +133,7 @@ void Reelhouse::stopPlayback()
 	if (source) {
 		obs_source_media_stop(source);
 		if (managed) {
-			observed.clear();
+			observed = {};
 			storeQueue();
 			OBSDataAutoRelease settings = obs_data_create();
 			OBSDataArrayAutoRelease playlist = pathArray({});

@@ -8,9 +8,9 @@
 #include <cstdlib>
 #include <utility>
 
-#include "dock/widgets/SeekSlider.hpp"
 #include "dock/paths.hpp"
 #include "dock/text.hpp"
+#include "dock/widgets/SeekSlider.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;
@@ -65,7 +65,7 @@ void Reelhouse::tick()
 	}
 	if (refreshing) {
 		OBSDataAutoRelease settings = obs_source_get_settings(source);
-		if (!holdsPaths(settings, playlistKey, observed)) {
+		if (!holdsPaths(settings, playlistKey, observed.paths)) {
 			loadQueue(source, true);
 			clearError();
 		}

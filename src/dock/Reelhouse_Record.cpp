@@ -74,7 +74,7 @@ void Reelhouse::loadQueue(obs_source_t *source, bool force)
 		originalBehavior = stringIn(settings, behaviorKey);
 		keepReplacedQueue(source, stored);
 	}
-	observed = sourcePaths;
+	observed = {sourcePaths};
 	if (currentIndex() < 0)
 		currentId.clear();
 	showLoaded(selected);
@@ -105,18 +105,6 @@ void Reelhouse::showLoaded(const QString &selectId)
 	storeQueue();
 }
 
-// A new array of the last record's objects, as long as observed is the list that they were made of.
-OBSDataArrayAutoRelease Reelhouse::observedArray()
-{
-	if (!observedItems || !observed.isSharedWith(observedItemsOf)) {
-		observedItems = pathArray(observed).Get();
-		observedItemsOf = observed;
-	}
-	OBSDataArrayAutoRelease array = obs_data_array_create();
-	obs_data_array_push_back_array(array, observedItems);
-	return array;
-}
-
 void Reelhouse::storeQueue()
 {
 	OBSSourceAutoRelease source = lockSource();
@@ -124,10 +112,13 @@ void Reelhouse::storeQueue()
 		return;
 	OBSDataAutoRelease record = obs_data_create();
 	OBSDataArrayAutoRelease trackItems = trackArray(tracks);
-	OBSDataArrayAutoRelease observedPaths = observedArray();
+	OBSDataArrayAutoRelease observedItems = obs_data_array_create();
+	if (!observed.items)
+		observed.items = pathArray(observed.paths).Get();
+	obs_data_array_push_back_array(observedItems, observed.items);
 	obs_data_set_int(record, versionKey, recordVersion);
 	obs_data_set_array(record, tracksKey, trackItems);
-	obs_data_set_array(record, observedKey, observedPaths);
+	obs_data_set_array(record, observedKey, observedItems);
 	obs_data_set_string(record, currentKey, currentId.toUtf8().constData());
 	obs_data_set_bool(record, managedKey, managed);
 	obs_data_set_bool(record, originalLoopKey, originalLoop);
@@ -150,14 +141,14 @@ void Reelhouse::restoreSource()
 	playbackArmed = false;
 	managed = false;
 	currentId.clear();
-	observed.clear();
-	observed.reserve(tracks.size());
+	observed = {};
+	observed.paths.reserve(tracks.size());
 	for (const Track &track : std::as_const(tracks))
-		observed.append(track.path);
+		observed.paths.append(track.path);
 	storeQueue();
 
 	OBSDataAutoRelease settings = obs_source_get_settings(source);
-	OBSDataArrayAutoRelease playlist = pathArray(observed);
+	OBSDataArrayAutoRelease playlist = pathArray(observed.paths);
 	obs_data_set_array(settings, playlistKey, playlist);
 	obs_data_set_bool(settings, loopKey, originalLoop);
 	obs_data_set_bool(settings, shuffleKey, originalShuffle);

@@ -50,7 +50,7 @@ void Reelhouse::bringBackReplaced()
 	removed.clear();
 	readEndMode(kept);
 	readTakeover(kept);
-	observed = pathsIn(settings, playlistKey);
+	observed = {pathsIn(settings, playlistKey)};
 	currentId = idHeldBySource(stringIn(kept, currentKey));
 	playbackArmed = false;
 	showLoaded(currentId);
@@ -63,11 +63,11 @@ void Reelhouse::bringBackReplaced()
 // The track that a source with a playlist of one entry holds. The same file may be queued more than once.
 QString Reelhouse::idHeldBySource(const QString &preferredId) const
 {
-	if (observed.size() != 1)
+	if (observed.paths.size() != 1)
 		return {};
 	QString held;
 	for (const Track &track : tracks) {
-		if (track.path != observed.constFirst())
+		if (track.path != observed.paths.constFirst())
 			continue;
 		if (track.id == preferredId)
 			return preferredId;

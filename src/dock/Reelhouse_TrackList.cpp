@@ -11,10 +11,10 @@
 #include <algorithm>
 #include <utility>
 
-#include "dock/widgets/TrackListWidget.hpp"
-#include "dock/widgets/TrackRow.hpp"
 #include "dock/paths.hpp"
 #include "dock/text.hpp"
+#include "dock/widgets/TrackListWidget.hpp"
+#include "dock/widgets/TrackRow.hpp"
 
 using namespace reelhouse;
 

@@ -8,10 +8,10 @@
 #include <algorithm>
 #include <utility>
 
-#include "dock/widgets/SeekSlider.hpp"
-#include "dock/widgets/TrackListWidget.hpp"
 #include "dock/paths.hpp"
 #include "dock/text.hpp"
+#include "dock/widgets/SeekSlider.hpp"
+#include "dock/widgets/TrackListWidget.hpp"
 #include "dock/widgets/themeIcon.hpp"
 
 using namespace reelhouse;

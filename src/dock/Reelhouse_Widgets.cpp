@@ -10,12 +10,12 @@
 
 #include <algorithm>
 
+#include "dock/text.hpp"
 #include "dock/widgets/KeyClaim.hpp"
 #include "dock/widgets/MessageLabel.hpp"
 #include "dock/widgets/SeekSlider.hpp"
 #include "dock/widgets/TrackDelegate.hpp"
 #include "dock/widgets/TrackListWidget.hpp"
-#include "dock/text.hpp"
 #include "dock/widgets/themeIcon.hpp"
 
 using namespace reelhouse;

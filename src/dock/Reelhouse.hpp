@@ -197,6 +197,8 @@ private:
 
 	// Reelhouse_Menu.cpp
 	void buildMenu();
+	void connectMenu();
+	void updateMenuActions(bool active, const QString &selected);
 	QPoint prepareMenu(QPoint position);
 	bool selectMenuRows();
 	void forgetMenuRows();
@@ -256,7 +258,6 @@ private:
 	void updateButtons();
 	void holdFocus();
 	void giveFocusBack();
-	void updateMenuActions(bool active, const QString &selected);
 	void updatePlayPauseButton(obs_media_state state, const QString &selected);
 
 	// Reelhouse_Settings.cpp
@@ -317,8 +318,8 @@ private:
 	QList<RemovedTrack> removed;     // the last removal, ascending by index; one undo consumes it
 	QHash<QString, ViewState> views; // by source UUID
 	ObservedPlaylist observed;
-	QString currentId;       // empty, or the id of the current track
-	bool managed = false;    // the source holds a playlist and settings of the dock's making
+	QString currentId;    // empty, or the id of the current track
+	bool managed = false; // the source holds a playlist and settings of the dock's making
 	bool originalLoop = false;
 	bool originalShuffle = false;
 	QString originalBehavior;

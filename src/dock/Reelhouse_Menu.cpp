@@ -5,6 +5,7 @@
 #include <QMenu>
 #include <QMessageBox>
 
+#include "dock/paths.hpp"
 #include "dock/text.hpp"
 #include "dock/widgets/TrackListWidget.hpp"
 
@@ -51,6 +52,55 @@ void Reelhouse::buildMenu()
 		};
 		QMetaObject::invokeMethod(this, forget, Qt::QueuedConnection);
 	});
+}
+
+void Reelhouse::connectMenu()
+{
+	const auto onMenuRows = [this](QAction *action, const auto &command) {
+		connect(action, &QAction::triggered, this, [this, command] {
+			if (selectMenuRows())
+				command();
+		});
+	};
+	const QListWidget *list = playlistWidget;
+	onMenuRows(moveUpAction, [this] { moveSelected(-1); });
+	onMenuRows(moveDownAction, [this] { moveSelected(1); });
+	onMenuRows(moveTopAction, [this, list] { moveSelected(-list->currentRow()); });
+	onMenuRows(moveBottomAction, [this, list] { moveSelected(list->count() - 1 - list->currentRow()); });
+	onMenuRows(removeAction, [this] { removeSelected(); });
+	connect(undoRemoveAction, &QAction::triggered, this, &Reelhouse::undoRemove);
+	connect(locateCurrentAction, &QAction::triggered, this, &Reelhouse::locateCurrent);
+	onMenuRows(openFolderAction, [this] { openFolder(); });
+	connect(restorePlaylistAction, &QAction::triggered, this, &Reelhouse::restoreSource);
+}
+
+void Reelhouse::updateMenuActions(bool active, const QString &selected)
+{
+	undoRemoveAction->setEnabled(active && canUndoRemove());
+	locateCurrentAction->setEnabled(active && currentIndex() >= 0);
+	restorePlaylistAction->setEnabled(active && canGiveBack());
+	// An open menu keeps to the rows that it was opened on, and offers nothing for them once they are gone.
+	if (menuRows) {
+		if (!active || !playlistWidget->showsAny(menuRows->selected)) {
+			for (QAction *action : {removeAction, openFolderAction, moveUpAction, moveDownAction,
+						moveTopAction, moveBottomAction})
+				action->setEnabled(false);
+		}
+		return;
+	}
+
+	const int selectionCount = visibleSelectionCount();
+	removeAction->setEnabled(active && selectionCount >= 1);
+	const QListWidgetItem *row = playlistWidget->currentItem();
+	openFolderAction->setEnabled(active && !selected.isEmpty() && selectionCount == 1 && row->isSelected() &&
+				     !localFilePath(row->data(PathRole).toString()).isEmpty());
+
+	const bool movable = active && selectionCount == 1 && needle().isEmpty();
+	const int current = playlistWidget->currentRow();
+	moveUpAction->setEnabled(movable && current > 0);
+	moveDownAction->setEnabled(movable && current + 1 < playlistWidget->count());
+	moveTopAction->setEnabled(moveUpAction->isEnabled());
+	moveBottomAction->setEnabled(moveDownAction->isEnabled());
 }
 
 // Makes the selection what the menu will act on. Takes the requested position in viewport coordinates and returns where

@@ -1,17 +1,14 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "dock/Reelhouse.hpp"
 
-#include <QAction>
 #include <QComboBox>
 #include <QLabel>
 
 #include <algorithm>
 #include <utility>
 
-#include "dock/paths.hpp"
 #include "dock/text.hpp"
 #include "dock/widgets/SeekSlider.hpp"
-#include "dock/widgets/TrackListWidget.hpp"
 #include "dock/widgets/themeIcon.hpp"
 
 using namespace reelhouse;
@@ -141,35 +138,6 @@ void Reelhouse::giveFocusBack()
 	QWidget *control = std::exchange(focusAfterSwitch, nullptr);
 	if (control && !window()->focusWidget())
 		control->setFocus(Qt::OtherFocusReason);
-}
-
-void Reelhouse::updateMenuActions(bool active, const QString &selected)
-{
-	undoRemoveAction->setEnabled(active && canUndoRemove());
-	locateCurrentAction->setEnabled(active && currentIndex() >= 0);
-	restorePlaylistAction->setEnabled(active && canGiveBack());
-	// An open menu keeps to the rows that it was opened on, and offers nothing for them once they are gone.
-	if (menuRows) {
-		if (!active || !playlistWidget->showsAny(menuRows->selected)) {
-			for (QAction *action : {removeAction, openFolderAction, moveUpAction, moveDownAction,
-						moveTopAction, moveBottomAction})
-				action->setEnabled(false);
-		}
-		return;
-	}
-
-	const int selectionCount = visibleSelectionCount();
-	removeAction->setEnabled(active && selectionCount >= 1);
-	const QListWidgetItem *row = playlistWidget->currentItem();
-	openFolderAction->setEnabled(active && !selected.isEmpty() && selectionCount == 1 && row->isSelected() &&
-				     !localFilePath(row->data(PathRole).toString()).isEmpty());
-
-	const bool movable = active && selectionCount == 1 && needle().isEmpty();
-	const int current = playlistWidget->currentRow();
-	moveUpAction->setEnabled(movable && current > 0);
-	moveDownAction->setEnabled(movable && current + 1 < playlistWidget->count());
-	moveTopAction->setEnabled(moveUpAction->isEnabled());
-	moveBottomAction->setEnabled(moveDownAction->isEnabled());
 }
 
 void Reelhouse::updatePlayPauseButton(obs_media_state state, const QString &selected)

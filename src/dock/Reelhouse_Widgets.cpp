@@ -245,34 +245,19 @@ void Reelhouse::makeShortcuts()
 // What the user can do, in the order of the widgets.
 void Reelhouse::connectSignals()
 {
-	QListWidget *list = playlistWidget;
 	auto *refreshButton = findChild<QToolButton *>(u"refresh"_s);
-	const auto onMenuRows = [this](QAction *action, const auto &command) {
-		connect(action, &QAction::triggered, this, [this, command] {
-			if (selectMenuRows())
-				command();
-		});
-	};
 
 	connect(sourceSelector, &QComboBox::currentIndexChanged, this, &Reelhouse::chooseSource);
 	connect(refreshButton, &QToolButton::clicked, this, &Reelhouse::reloadSource);
 	connect(searchEdit, &QLineEdit::textChanged, this, &Reelhouse::filterList);
 	connect(searchEdit, &QLineEdit::returnPressed, this, &Reelhouse::playSelected);
-	connect(list, &QListWidget::itemDoubleClicked, this,
+	connect(playlistWidget, &QListWidget::itemDoubleClicked, this,
 		[this](const QListWidgetItem *row) { playTrack(row->data(IdRole).toString(), true); });
-	connect(list, &QListWidget::currentItemChanged, this, &Reelhouse::updateButtons);
-	connect(list, &QListWidget::itemSelectionChanged, this, &Reelhouse::updateButtons);
+	connect(playlistWidget, &QListWidget::currentItemChanged, this, &Reelhouse::updateButtons);
+	connect(playlistWidget, &QListWidget::itemSelectionChanged, this, &Reelhouse::updateButtons);
 	connect(playlistWidget, &TrackListWidget::reordered, this, &Reelhouse::orderChanged);
 	connect(addFilesButton, &QToolButton::clicked, this, &Reelhouse::addFiles);
-	connect(undoRemoveAction, &QAction::triggered, this, &Reelhouse::undoRemove);
-	connect(locateCurrentAction, &QAction::triggered, this, &Reelhouse::locateCurrent);
-	onMenuRows(removeAction, [this] { removeSelected(); });
-	onMenuRows(openFolderAction, [this] { openFolder(); });
-	onMenuRows(moveUpAction, [this] { moveSelected(-1); });
-	onMenuRows(moveDownAction, [this] { moveSelected(1); });
-	onMenuRows(moveTopAction, [this, list] { moveSelected(-list->currentRow()); });
-	onMenuRows(moveBottomAction, [this, list] { moveSelected(list->count() - 1 - list->currentRow()); });
-	connect(restorePlaylistAction, &QAction::triggered, this, &Reelhouse::restoreSource);
+	connectMenu();
 	connect(playPauseButton, &QToolButton::clicked, this, &Reelhouse::togglePlay);
 	connect(previousButton, &QToolButton::clicked, this, [this] { playRelative(-1); });
 	connect(nextButton, &QToolButton::clicked, this, [this] { playRelative(1); });

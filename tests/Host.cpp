@@ -8,6 +8,7 @@
 #include <QJsonDocument>
 #include <QLineEdit>
 
+#include <cstdio>
 #include <mutex>
 #include <thread>
 
@@ -87,6 +88,15 @@ void addPlaylist(obs_data_t *settings, const QStringList &paths)
 		obs_data_array_push_back(array, item);
 	}
 	obs_data_set_array(settings, "playlist", array);
+}
+
+// Without video, libobs has something to say on every texture that a source frees.
+void logErrors(int level, const char *format, va_list arguments, void *)
+{
+	if (level > LOG_ERROR)
+		return;
+	std::vfprintf(stderr, format, arguments);
+	std::fputc('\n', stderr);
 }
 
 } // namespace
@@ -200,6 +210,7 @@ Host::Host() : frontend(std::make_unique<Frontend>())
 {
 	progress++;
 	active = frontend.get();
+	base_set_log_handler(logErrors, nullptr);
 	EXPECT_TRUE(obs_startup("en-US", QFile::encodeName(folder.filePath(u"config"_s)).constData(), nullptr));
 	static const obs_source_info info = vlcSourceInfo();
 	obs_register_source(&info);

@@ -14,12 +14,15 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <future>
 #include <optional>
 #include <random>
 #include <thread>
 
 #include <sys/syscall.h>
 #include <unistd.h>
+
+#include "WebSocketPlugin.hpp"
 
 // Random operations, and after each a look at what the dock and its sources have come to. A model foretells it, which
 // knows the rules and not the code.
@@ -56,6 +59,8 @@ struct HeldClock {
 		}
 	}
 };
+
+const QString endModes[] = {u"stop"_s, u"next"_s, u"repeat"_s};
 
 // An entry's identity in the model, which cannot foretell ids; 0 is none.
 using Key = int;
@@ -126,8 +131,12 @@ struct Model {
 	qint64 switchedMs = -1000, durationMs = 0;
 	quint32 ticks = 0;
 
+	QJsonObject answer; // to the last request of a remote control
+	bool fileMissing = false;
+
 	Key lastKey = 0;
 	QHash<Key, QString> ids;
+	QSet<QString> known;
 	bool operator==(const Model &) const = default;
 
 	Vlc &source() { return sources[bound]; }
@@ -163,7 +172,7 @@ struct Model {
 			queue = *before;
 		} else {
 			queue = {};
-			append(from.playlist);
+			insert(from.playlist, 0);
 			queue.loop = from.loop;
 			queue.behavior = from.behavior.isEmpty() ? u"stop_restart"_s : from.behavior;
 			queue.endMode = before ? before->endMode : 0;
@@ -216,7 +225,8 @@ struct Model {
 		cancel();
 		bindings++;
 		armed = false;
-		queue = {};
+		const int shownMode = std::exchange(queue, {}).endMode;
+		queue.endMode = shownMode;
 		removed.clear();
 		durationMs = 0;
 		bound = index >= 0 && sources[index].life ? index : -1;
@@ -257,7 +267,8 @@ struct Model {
 			return;
 		armed = false;
 		const auto &[key, path] = queue.tracks[index];
-		if (path == missing)
+		fileMissing = path == missing;
+		if (fileMissing)
 			return;
 		serial++;
 		wanted = path;
@@ -367,10 +378,10 @@ struct Model {
 
 	// ---- editing
 
-	void append(const QStringList &paths)
+	void insert(const QStringList &paths, qsizetype position)
 	{
 		for (const QString &path : paths)
-			queue.tracks.append({++lastKey, path});
+			queue.tracks.insert(position++, {++lastKey, path});
 	}
 	void remove()
 	{
@@ -425,12 +436,75 @@ struct Model {
 		names.sort();
 		return names;
 	}
+
+	// ---- what a remote control is told
+
+	// Nothing where the request is done.
+	QString refusal(const QString &control, bool searching) const
+	{
+		if (suspended)
+			return u"unavailable"_s;
+		if (!live())
+			return u"noSource"_s;
+		if (enabled(searching).contains(control))
+			return {};
+		const QHash<QString, QString> reasons = {{u"playPause"_s,
+							  pending ? u"switching"_s : u"nothingToPlay"_s},
+							 {u"undoRemove"_s, u"nothingToUndo"_s},
+							 {u"restorePlaylist"_s, u"nothingToGiveBack"_s},
+							 {u"bringBackReplacedQueue"_s, u"nothingToBringBack"_s}};
+		return reasons.value(control, u"emptyQueue"_s);
+	}
+	// What no control of the user's stands for is done whenever there is a source.
+	void request(const QString &control, bool searching, const std::function<void(Model &)> &rule)
+	{
+		QString error = refusal(control, searching);
+		fileMissing = false;
+		if (error.isEmpty())
+			rule(*this);
+		if (fileMissing)
+			error = u"fileMissing"_s;
+		if (!error.isEmpty())
+			answer = {{u"error"_s, error}};
+	}
+	void select(int index)
+	{
+		refresh();
+		if (suspended)
+			answer = {{u"error"_s, u"unavailable"_s}};
+		else if (index >= 0 && !sources[index].life)
+			answer = {{u"error"_s, u"unknownSource"_s}};
+		else if (index != (chosen >= 0 && sources[chosen].life ? chosen : -1))
+			choose(index);
+	}
+	void describe()
+	{
+		static const QHash<int, QString> states = {
+			{OBS_MEDIA_STATE_NONE, u"NONE"_s},       {OBS_MEDIA_STATE_ENDED, u"ENDED"_s},
+			{OBS_MEDIA_STATE_PAUSED, u"PAUSED"_s},   {OBS_MEDIA_STATE_STOPPED, u"STOPPED"_s},
+			{OBS_MEDIA_STATE_OPENING, u"OPENING"_s}, {OBS_MEDIA_STATE_ERROR, u"ERROR"_s},
+			{OBS_MEDIA_STATE_PLAYING, u"PLAYING"_s}};
+		const Media media = pending ? Media{OBS_MEDIA_STATE_OPENING} : source().media;
+		QJsonArray tracks;
+		for (const auto &[key, path] : queue.tracks)
+			tracks.append(QJsonArray{tracks.size(), ids[key], path});
+		answer = {{u"tracks"_s, tracks},
+			  {u"total"_s, tracks.size()},
+			  {u"currentId"_s, ids[queue.current]},
+			  {u"currentIndex"_s, queue.currentIndex()},
+			  {u"endMode"_s, endModes[queue.endMode]},
+			  {u"mediaState"_s, u"OBS_MEDIA_STATE_"_s + states[media.state]},
+			  {u"cursor"_s, std::max<qint64>(media.timeMs, 0)},
+			  {u"duration"_s, std::max<qint64>(media.durationMs, 0)},
+			  {u"canUndo"_s, !removed.isEmpty()},
+			  {u"canBringBack"_s, source().replaced.has_value()}};
+	}
 	void learnIds(const QJsonArray &rows)
 	{
 		for (qsizetype i = 0; i < std::min(rows.size(), queue.tracks.size()); i++) {
 			const QString id = rows[i][0].toString();
-			if (const Key key = queue.tracks[i].key; !ids.contains(key) && !ids.values().contains(id))
-				ids[key] = id;
+			if (const Key key = queue.tracks[i].key; !ids.contains(key) && !known.contains(id))
+				known += ids[key] = id;
 		}
 	}
 	static QJsonArray values(const QStringList &paths)
@@ -468,7 +542,12 @@ struct Model {
 							 vlc.done.join(u' ')}
 					    : QJsonArray());
 		}
-		return {{u"rows"_s, rows}, {u"sources"_s, all}, {u"scenes"_s, scenes}};
+		return {{u"rows"_s, rows},
+			{u"sources"_s, all},
+			{u"scenes"_s, scenes},
+			{u"answer"_s, answer},
+			{u"told"_s,
+			 orphaned() ? QJsonArray() : QJsonArray{ids[queue.current], endModes[queue.endMode]}}};
 	}
 };
 
@@ -496,6 +575,7 @@ private:
 	void operate(bool racing);
 	void startRace();
 	void then(const Rule &rule);
+	void hear();
 	QJsonObject seen() const;
 	QStringList enabled() const;
 	void compare();
@@ -520,28 +600,36 @@ private:
 				rule(m);
 		});
 	}
-	void press(const char *name, const Rule &rule)
+	// Or a remote control does, which is refused what the user's control is not enabled for.
+	void press(const char *name, const char *request, const Rule &rule)
 	{
-		if (!child<QToolButton>(name)->isEnabled())
-			return;
-		child<QToolButton>(name)->click();
-		byUser(rule);
+		auto *button = child<QToolButton>(name);
+		if (remotely())
+			ask(request, u"{}"_s, name, rule);
+		else if (button->isEnabled())
+			button->click(), byUser(rule);
 	}
-	void choose(const char *name, const Rule &rule)
+	void choose(const char *name, const char *request, const Rule &rule)
 	{
 		QAction *tool = frontend->toolsMenu.findChild<QAction *>(QLatin1String(name));
 		QAction *entry = tool ? tool : action(name);
-		if (!entry->isEnabled())
-			return;
-		entry->trigger();
-		byUser(rule);
+		if (request && remotely())
+			ask(request, u"{}"_s, name, rule);
+		else if (entry->isEnabled())
+			entry->trigger(), byUser(rule);
 	}
 	void move(const char *name, int delta)
 	{
-		choose(name, [delta](Model &m) { m.moveRow(delta); });
+		choose(name, nullptr, [delta](Model &m) { m.moveRow(delta); });
 	}
 	void chooseSource()
 	{
+		if (remotely()) {
+			const int index = pick(4) - 1;
+			const QString uuid = index < 0 ? QString() : worlds.front().sources[index].uuid;
+			return request("SelectSource", uR"({"sourceUuid": "%1"})"_s.arg(uuid),
+				       [index](Model &m) { m.select(index); });
+		}
 		auto *selector = child<QComboBox>("sourceSelector");
 		const int row = pick(selector->count());
 		if (row == selector->currentIndex())
@@ -572,10 +660,13 @@ private:
 	{
 		auto *selector = child<QComboBox>("endMode");
 		const int mode = pick(3);
-		if (!selector->isEnabled())
-			return;
-		selector->setCurrentIndex(mode);
-		byUser([mode](Model &m) { m.queue.endMode = mode; });
+		const auto rule = [mode](Model &m) {
+			m.queue.endMode = mode;
+		};
+		if (remotely())
+			ask("SetEndMode", uR"({"endMode": "%1"})"_s.arg(endModes[mode]), "endMode", rule);
+		else if (selector->isEnabled())
+			selector->setCurrentIndex(mode), then(rule);
 	}
 	void selectRows()
 	{
@@ -611,7 +702,7 @@ private:
 		QApplication::sendEvent(list()->viewport(), &enter);
 		QDropEvent dropped({5, 5}, Qt::CopyAction, &data, Qt::LeftButton, {});
 		QApplication::sendEvent(list()->viewport(), &dropped);
-		byUser([files](Model &m) { m.append(files); });
+		byUser([files](Model &m) { m.insert(files, m.queue.tracks.size()); });
 	}
 	void drag()
 	{
@@ -620,6 +711,56 @@ private:
 			return;
 		list()->model()->moveRow({}, from, {}, to > from ? to + 1 : to);
 		byUser([from, to](Model &m) { m.queue.tracks.move(from, to); });
+	}
+
+	// ---- what a remote control can do
+
+	bool remotely() { return !libobs.joinable() && oneIn(3); }
+	// Its thread waits for this one, which first comes to what was posted before.
+	void request(const char *name, const QString &data, const Rule &rule)
+	{
+		auto response = std::async(std::launch::async, [&] { return plugin.request(name, data.toUtf8()); });
+		while (response.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
+			QCoreApplication::sendPostedEvents();
+		then(&Model::deliver);
+		answer = response.get();
+		for (const char *rest : {"success", "comment", "revision", "sourceName", "sourceUuid", "ids", "count"})
+			answer.remove(QLatin1String(rest));
+		then(rule);
+	}
+	// It is refused what the user's control is not enabled for.
+	void ask(const char *name, const QString &data, const char *control, const Rule &rule)
+	{
+		const bool searching = !list()->dragEnabled();
+		request(name, data, [&](Model &m) { m.request(QLatin1String(control), searching, rule); });
+	}
+	void askForQueue()
+	{
+		ask("GetQueue", u"{}"_s, "stop", &Model::describe);
+		if (!answer.contains("tracks"_L1))
+			return;
+		QJsonArray tracks;
+		for (const QJsonValue track : answer["tracks"_L1].toArray())
+			tracks.append(QJsonArray{track["index"_L1], track["id"_L1], track["path"_L1]});
+		answer["tracks"_L1] = tracks;
+	}
+	void askOfTrack(const char *request, const std::function<void(Model &, int, int)> &rule)
+	{
+		if (list()->count() == 0)
+			return;
+		const int row = pick(list()->count()), other = pick(list()->count());
+		const QString data = uR"({"id": "%1", "index": %2, "switchScene": true, "ids": [{"id": "%1"}]})"_s;
+		ask(request, data.arg(list()->item(row)->data(Qt::UserRole).toString()).arg(other), "next",
+		    [rule, row, other](Model &m) { rule(m, row, other); });
+	}
+	void askToAdd()
+	{
+		const QString path = pickFrom(paths);
+		const int position = pick(list()->count() + 1);
+		const QString data = uR"({"paths": [{"path": "%1"}, {"path": "%1"}], "position": %2})"_s;
+		if (list()->count() < 10)
+			ask("AddTracks", data.arg(path).arg(position), "addFiles",
+			    [path, position](Model &m) { m.insert({path, path}, position); });
 	}
 
 	// ---- what others do
@@ -660,10 +801,10 @@ private:
 		media(sources[index]) = next;
 		then([index, next](Model &m) { m.sources[index].media = next; });
 	}
-	void ask(const char *what, void (*control)(obs_source_t *))
+	void control(const char *what, void (*act)(obs_source_t *))
 	{
 		const int index = pickSource(6);
-		control(sources[index]);
+		act(sources[index]);
 		then([index, what](Model &m) { m.sources[index].queued += QLatin1String(what); });
 	}
 	void edit()
@@ -721,6 +862,10 @@ private:
 		send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED, &Model::resume);
 	}
 
+	WebSocketPlugin plugin;
+	QJsonObject answer;
+	QString toldCurrent, toldEndMode = endModes[0];
+	int revision = 0;
 	std::mt19937 random;
 	QStringList paths, trace;
 	OBSSource sources[3];
@@ -747,11 +892,13 @@ void Soak::begin()
 		world.sources += vlc;
 	}
 	show(sources[0]);
+	obs_post_load_modules();
 	sceneRequests = std::make_unique<QSignalSpy>(frontend->dock, SIGNAL(sceneSwitchRequested(QString)));
 	world.nowMs = nowMs();
 	world.resume();
 	world.choose(0);
 	worlds = {world};
+	compare();
 }
 
 void Soak::operate(bool racing)
@@ -774,9 +921,9 @@ void Soak::operate(bool racing)
 	add(120, "pass", [this] { pass(); });
 	add(80, "video tick", [this] { tickVideo(); });
 	add(50, "media", [this] { setMedia(); });
-	add(3, "own next", [this] { ask("next", obs_source_media_next); });
-	add(3, "own previous", [this] { ask("previous", obs_source_media_previous); });
-	add(2, "own stop", [this] { ask("stop", obs_source_media_stop); });
+	add(3, "own next", [this] { control("next", obs_source_media_next); });
+	add(3, "own previous", [this] { control("previous", obs_source_media_previous); });
+	add(2, "own stop", [this] { control("stop", obs_source_media_stop); });
 	add(3, "edit", [this] { edit(); });
 	add(4, "move a file", [this] { moveFile(); });
 	add(world.orphaned() ? 0 : 2, "delete or recreate", [&] { sources[victim] ? unload(victim) : load(victim); });
@@ -788,24 +935,31 @@ void Soak::operate(bool racing)
 	addRacing(2, "refresh", [this] { reload(); });
 	addRacing(world.live() ? 4 : 60, "choose", [this] { chooseSource(); });
 	addRacing(15, "play", [this] { playRow(); });
-	addRacing(8, "play or pause", [this] { press("playPause", &Model::toggle); });
-	addRacing(5, "stop", [this] { press("stop", &Model::stop); });
-	addRacing(6, "next", [this] { press("next", [](Model &m) { m.step(1); }); });
-	addRacing(4, "previous", [this] { press("previous", [](Model &m) { m.step(-1); }); });
+	addRacing(8, "play or pause", [this] { press("playPause", "TogglePlay", &Model::toggle); });
+	addRacing(5, "stop", [this] { press("stop", "Stop", &Model::stop); });
+	addRacing(6, "next", [this] { press("next", "PlayNext", [](Model &m) { m.step(1); }); });
+	addRacing(4, "previous", [this] { press("previous", "PlayPrevious", [](Model &m) { m.step(-1); }); });
 	addRacing(4, "end mode", [this] { chooseEndMode(); });
 	addRacing(7, "select", [this] { selectRows(); });
 	addRacing(5, "search", [this] { search(pickFrom({{}, {}, {}, u" MP3"_s, u"a.mp3"_s, u"#2"_s})); });
 	addRacing(6, "drop", [this] { drop(); });
 	addRacing(4, "drag", [this] { drag(); });
-	addRacing(4, "remove", [this] { choose("remove", &Model::remove); });
-	addRacing(4, "undo", [this] { choose("undoRemove", &Model::undo); });
+	addRacing(4, "remove", [this] { choose("remove", nullptr, &Model::remove); });
+	addRacing(4, "undo", [this] { choose("undoRemove", "UndoRemove", &Model::undo); });
 	addRacing(2, "move up", [this] { move("moveUp", -1); });
 	addRacing(2, "move down", [this] { move("moveDown", 1); });
 	addRacing(1, "move to top", [this] { move("moveTop", -100); });
 	addRacing(1, "move to bottom", [this] { move("moveBottom", 100); });
-	addRacing(2, "give back", [this] { choose("restorePlaylist", &Model::restore); });
-	addRacing(3, "bring back", [this] { choose("bringBackReplacedQueue", &Model::bringBack); });
-	// Requests of a remote control join here.
+	addRacing(2, "give back", [this] { choose("restorePlaylist", "GivePlaylistBack", &Model::restore); });
+	addRacing(3, "bring back",
+		  [this] { choose("bringBackReplacedQueue", "BringBackReplacedQueue", &Model::bringBack); });
+	add(3, "remote play", [this] { askOfTrack("PlayTrack", [](Model &m, int row, int) { m.play(row, true); }); });
+	add(3, "remote move",
+	    [this] { askOfTrack("MoveTrack", [](Model &m, int row, int to) { m.queue.tracks.move(row, to); }); });
+	add(3, "remote remove",
+	    [this] { askOfTrack("RemoveTracks", [](Model &m, int row, int) { m.selected = {row}, m.remove(); }); });
+	add(3, "remote add", [this] { askToAdd(); });
+	add(3, "remote look", [this] { askForQueue(); });
 
 	int total = 0;
 	for (const Operation &operation : std::as_const(operations))
@@ -881,7 +1035,23 @@ QJsonObject Soak::seen() const
 		all.append(QJsonArray{settings["playlist"_L1], settings["loop"_L1], settings["shuffle"_L1],
 				      settings["playback_behavior"_L1], record, replaced, takeDone(source).join(u' ')});
 	}
-	return {{u"rows"_s, rows}, {u"sources"_s, all}, {u"scenes"_s, static_cast<int>(sceneRequests->count())}};
+	return {{u"rows"_s, rows},
+		{u"sources"_s, all},
+		{u"scenes"_s, static_cast<int>(sceneRequests->count())},
+		{u"answer"_s, answer},
+		{u"told"_s, worlds.front().orphaned() ? QJsonArray() : QJsonArray{toldCurrent, toldEndMode}}};
+}
+
+// What the remote control has said of its own accord. Of the queue it tells later, once changes have stopped.
+void Soak::hear()
+{
+	for (const auto &[name, data] : std::exchange(plugin.events, {})) {
+		EXPECT_GT(data["revision"_L1].toInt(), std::exchange(revision, data["revision"_L1].toInt()));
+		if (name == u"CurrentTrackChanged"_s)
+			toldCurrent = data["id"_L1].toString();
+		else if (name == u"EndModeChanged"_s)
+			toldEndMode = data["endMode"_L1].toString();
+	}
 }
 
 QStringList Soak::enabled() const
@@ -902,7 +1072,9 @@ QStringList Soak::enabled() const
 void Soak::compare()
 {
 	const bool controls = settled && !worlds.front().orphaned(), searching = !list()->dragEnabled();
+	hear();
 	QJsonObject now = seen(), expected;
+	answer = {};
 	now[u"controls"_s] = controls ? enabled().join(u' ') : QString();
 	std::erase_if(worlds, [&](Model &world) {
 		world.selected.clear();
@@ -918,6 +1090,7 @@ void Soak::compare()
 		expected[u"controls"_s] = controls ? world.enabled(searching).join(u' ') : QString();
 		for (Vlc &vlc : world.sources)
 			vlc.done.clear();
+		world.answer = {};
 		return expected != now;
 	});
 	if (!worlds.empty())
@@ -939,7 +1112,6 @@ void Soak::run(bool racing)
 	std::printf("seed %u\n", seed);
 	std::fflush(stdout);
 
-	base_set_log_handler([](int, const char *, va_list, void *) {}, nullptr);
 	const HeldClock clock;
 	begin();
 	const auto start = Clock::now();
@@ -958,6 +1130,7 @@ void Soak::run(bool racing)
 	}
 	const std::chrono::duration<double> taken = Clock::now() - start;
 	std::printf("%d operations in %.1f s\n", count, taken.count());
+	plugin.end();
 	sceneRequests.reset();
 	std::ranges::fill(sources, nullptr);
 	std::ranges::fill(saved, nullptr);

@@ -8,6 +8,7 @@
 #include <QJsonDocument>
 #include <QLineEdit>
 
+#include <chrono>
 #include <cstdio>
 #include <mutex>
 #include <thread>
@@ -101,6 +102,9 @@ void logErrors(int level, const char *format, va_list arguments, void *)
 
 } // namespace
 
+void (*passTime)(int ms) = [](int ms) {
+	QTest::qWait(ms);
+};
 std::atomic<quint64> progress = 0;
 
 void Frontend::send(obs_frontend_event event) const
@@ -267,9 +271,9 @@ Media &Host::media(obs_source_t *source)
 	return *static_cast<Media *>(obs_obj_get_data(source));
 }
 
-void Host::sendSignal(obs_source_t *source, const char *signal)
+void Host::sendStopped(obs_source_t *source)
 {
-	std::thread([source, signal] { emitSignal(source, signal); }).join();
+	std::thread([source] { emitSignal(source, "media_stopped"); }).join();
 }
 
 void Host::videoTick(obs_source_t *source)
@@ -331,14 +335,6 @@ void Host::playThrough(obs_source_t *source, int row)
 	waitForTicks(3);
 }
 
-QStringList Host::labels() const
-{
-	QStringList texts;
-	for (int i = 0; i < list()->count(); i++)
-		texts.append(list()->item(i)->text());
-	return texts;
-}
-
 QStringList Host::shownLabels() const
 {
 	QStringList texts;
@@ -372,17 +368,10 @@ QJsonObject Host::settingsOf(obs_source_t *source)
 	return QJsonDocument::fromJson(obs_data_get_json(settings)).object();
 }
 
-QJsonObject Host::recordOf(obs_source_t *source, const char *key)
+QJsonObject Host::recordOf(obs_source_t *source)
 {
 	OBSDataAutoRelease settings = obs_source_get_private_settings(source);
-	return QJsonDocument::fromJson(obs_data_get_json(settings)).object()[QLatin1String(key)].toObject();
-}
-
-void Host::setRecord(obs_source_t *source, const QByteArray &json, const char *key)
-{
-	OBSDataAutoRelease settings = obs_source_get_private_settings(source);
-	OBSDataAutoRelease record = obs_data_create_from_json(json.constData());
-	obs_data_set_obj(settings, key, record);
+	return QJsonDocument::fromJson(obs_data_get_json(settings)).object()["OBS-Reelhouse"_L1].toObject();
 }
 
 QStringList Host::valuesIn(const QJsonObject &object, const char *key)
@@ -395,7 +384,13 @@ QStringList Host::valuesIn(const QJsonObject &object, const char *key)
 
 bool Host::waitFor(const std::function<bool()> &condition)
 {
-	return QTest::qWaitFor(condition, 10000);
+	const auto start = std::chrono::system_clock::now();
+	while (!condition()) {
+		if (std::chrono::system_clock::now() - start > std::chrono::seconds(10))
+			return false;
+		passTime(10);
+	}
+	return true;
 }
 
 void Host::waitForTicks(int count)

@@ -47,6 +47,9 @@ struct Media {
 	bool operator==(const Media &) const = default;
 };
 
+// How a test waits.
+extern void (*passTime)(int ms);
+
 // A sign of life: main() ends a run in which this stands still, with every thread's stack.
 extern std::atomic<quint64> progress;
 
@@ -64,9 +67,8 @@ protected:
 
 	OBSSource makeSource(const QString &name, const QStringList &playlist, const char *otherSettings = "{}");
 	static Media &media(obs_source_t *source);
-	// Emits a media signal on a thread of its own, as libobs does.
-	static void sendSignal(obs_source_t *source, const char *signal);
-	static void sendStopped(obs_source_t *source) { sendSignal(source, "media_stopped"); }
+	// Emits the signal on a thread of its own, as libobs does.
+	static void sendStopped(obs_source_t *source);
 	// Does what was asked of a source's media and signals it, as the next tick of libobs's video thread would.
 	static void videoTick(obs_source_t *source);
 	// What a source's media was made to do since this was last called.
@@ -86,7 +88,8 @@ protected:
 		return frontend->dock->findChild<Widget *>(QLatin1String(name));
 	}
 	QListWidget *list() const { return child<QListWidget>("playlist"); }
-	QStringList labels() const;
+	QString idAt(int row) const { return list()->item(row)->data(Qt::UserRole).toString(); }
+	QString pathAt(int row) const { return list()->item(row)->data(Qt::UserRole + 1).toString(); }
 	QStringList shownLabels() const;
 	QAction *action(const char *name) const { return child<QAction>(name); }
 	void search(const QString &text);
@@ -94,8 +97,7 @@ protected:
 
 	static QString uuidOf(obs_source_t *source);
 	static QJsonObject settingsOf(obs_source_t *source);
-	static QJsonObject recordOf(obs_source_t *source, const char *key = "OBS-Reelhouse");
-	static void setRecord(obs_source_t *source, const QByteArray &json, const char *key = "OBS-Reelhouse");
+	static QJsonObject recordOf(obs_source_t *source);
 	static QStringList valuesIn(const QJsonObject &object, const char *key);
 
 	static bool waitFor(const std::function<bool()> &condition);

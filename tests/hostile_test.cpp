@@ -176,8 +176,7 @@ protected:
 	{
 		QList<Item> items;
 		for (int i = 0; i < list()->count(); i++)
-			items += {list()->item(i)->data(Qt::UserRole).toString(),
-				  list()->item(i)->data(Qt::UserRole + 1).toString()};
+			items += {idAt(i), pathAt(i)};
 		return items;
 	}
 	QAction *bringBack() const { return frontend->toolsMenu.findChild<QAction *>(); }
@@ -308,6 +307,16 @@ protected:
 	QJsonObject before;
 	QByteArray good;
 };
+
+TEST_F(HostileSettings, GoodOnesSurvive)
+{
+	QTest::mouseClick(child<QWidget>("playbackTime"), Qt::LeftButton);
+	restart();
+	EXPECT_EQ(child<QComboBox>("sourceSelector")->currentText(), u"S"_s);
+	EXPECT_EQ(child<QLabel>("playbackTime")->text(), u"−—:—"_s);
+	child<QComboBox>("sourceSelector")->setCurrentIndex(0);
+	EXPECT_EQ(read(), R"({"remainingTime":true,"sourceUuid":""})");
+}
 
 TEST_F(HostileSettings, Content)
 {

@@ -53,16 +53,23 @@ TEST_F(Input, KeysPlayFindAndActOnTheSearch)
 	list()->setCurrentRow(1);
 	for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
 		QTest::keyClick(list(), key);
-		EXPECT_EQ(labels().last(), u"▶\uFE0E b"_s);
+		EXPECT_EQ(shownLabels().last(), u"▶\uFE0E b"_s);
 	}
 	QTest::keySequence(list(), QKeySequence::Find);
 	auto *edit = child<QLineEdit>("search");
 	EXPECT_TRUE(edit->hasFocus());
 	search(folder.filePath(u"a"_s));
 	QTest::keyClick(edit, Qt::Key_Return);
-	EXPECT_EQ(labels().first(), u"▶\uFE0E a"_s);
+	EXPECT_EQ(shownLabels().first(), u"▶\uFE0E a"_s);
 	QTest::keyClick(edit, Qt::Key_Delete);
 	EXPECT_EQ(list()->count(), 2) << "Delete belongs to the field while it has the focus";
+	action("locateCurrent")->trigger();
+	EXPECT_TRUE(list()->currentRow() == 0 && list()->hasFocus());
+	list()->setCurrentRow(1);
+	QTest::keyClick(list(), Qt::Key_Delete);
+	EXPECT_EQ(list()->count(), 1);
+	QTest::keySequence(list(), QKeySequence::Undo);
+	EXPECT_EQ(list()->count(), 2);
 }
 
 TEST_F(Input, DropsAddTheFilesAmongThem)
@@ -96,8 +103,8 @@ TEST_F(Input, DropsAddTheFilesAmongThem)
 	const Drag result = drop({song, web, directory, text, song});
 	EXPECT_TRUE(result.accepted);
 	EXPECT_EQ(result.action, Qt::CopyAction);
-	EXPECT_EQ(labels(), (QStringList{u"a"_s, u"b #1 %41.mp3"_s, u"t.txt"_s, u"b #1 %41.mp3"_s}));
-	EXPECT_EQ(shownLabels(), labels()) << "the search is cleared";
+	EXPECT_EQ(shownLabels(), (QStringList{u"a"_s, u"b #1 %41.mp3"_s, u"t.txt"_s, u"b #1 %41.mp3"_s}))
+		<< "the search is cleared";
 	EXPECT_EQ(clearButton(), noButton) << "and looks it";
 	EXPECT_TRUE(edit->isClearButtonEnabled());
 	EXPECT_EQ(list()->currentRow(), 3);
@@ -167,16 +174,54 @@ TEST_F(Input, TheMenuKeepsOrMakesTheSelection)
 	EXPECT_FALSE(action("moveUp")->isEnabled());
 }
 
-TEST_F(Input, TheCurrentTrackIsFoundBehindASearch)
+// A menu acts on the rows that it was opened on, whatever happens behind it.
+TEST_F(Input, AMenuWhoseRowsHaveGoneActsOnNothing)
 {
-	const OBSSource source = makeSource(u"S"_s, {makeFile(u"a"_s), makeFile(u"b"_s)});
+	const OBSSource source = makeSource(u"S"_s, {u"http://a"_s, u"http://b"_s, u"http://c"_s});
 	show(source);
-	EXPECT_FALSE(action("locateCurrent")->isEnabled());
-	play(1);
-	search(u"#1"_s);
-	EXPECT_TRUE(action("locateCurrent")->isEnabled());
-	action("locateCurrent")->trigger();
-	EXPECT_EQ(child<QLineEdit>("search")->text(), QString());
-	EXPECT_EQ(list()->currentRow(), 1);
-	EXPECT_TRUE(list()->hasFocus());
+	const auto queue = [&source] {
+		return valuesIn(recordOf(source), "tracks").join(QString()).remove(u"http://"_s);
+	};
+	const auto edit = [this, &source](const QStringList &paths) {
+		setPlaylist(source, paths);
+		QTest::mouseClick(child<QWidget>("refresh"), Qt::LeftButton);
+	};
+	auto *menu = child<QMenu>("playlistMenu");
+	const auto openOn = [this](int row) {
+		const QPoint position = list()->visualItemRect(list()->item(row)).center();
+		QContextMenuEvent event(QContextMenuEvent::Mouse, position, list()->viewport()->mapToGlobal(position));
+		QApplication::sendEvent(list()->viewport(), &event);
+	};
+	const auto choose = [this, menu](const char *name) {
+		menu->hide();
+		action(name)->trigger();
+		QCoreApplication::processEvents();
+	};
+	openOn(1);
+	list()->setCurrentRow(2);
+	EXPECT_TRUE(action("moveDown")->isEnabled()) << "for the menu's row, not for the one that is current now";
+	choose("moveTop");
+	EXPECT_EQ(queue(), u"bac"_s);
+	openOn(2);
+	list()->setCurrentRow(0);
+	choose("remove");
+	EXPECT_EQ(queue(), u"ba"_s);
+
+	openOn(1);
+	edit({u"http://x"_s, u"http://y"_s});
+	list()->setCurrentRow(0);
+	EXPECT_FALSE(action("remove")->isEnabled());
+	for (const char *name : {"remove", "moveDown", "moveBottom"}) {
+		action(name)->setEnabled(true);
+		openOn(1);
+		edit({QLatin1String("http://1"), QLatin1String(name)});
+		list()->setCurrentRow(0);
+		action(name)->setEnabled(true);
+		choose(name);
+		EXPECT_EQ(list()->count(), 2) << name;
+		EXPECT_EQ(valuesIn(recordOf(source), "tracks").first(), u"http://1"_s) << name;
+	}
+	list()->setFocus();
+	QTest::keyClick(list(), Qt::Key_Delete);
+	EXPECT_EQ(list()->count(), 1) << "without a menu the selection counts again";
 }

@@ -1,4 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "HeldClock.hpp"
 #include "Host.hpp"
 
 #include <QApplication>
@@ -57,6 +58,8 @@ int main(int argc, char **argv)
 	QApplication app(argc, argv);
 	QApplication::setQuitOnLastWindowClosed(false);
 	testing::InitGoogleTest(&argc, argv);
+	HeldClock::hold();
+	passTime = HeldClock::pass;
 	progress++;
 	std::thread(watch).detach();
 	return RUN_ALL_TESTS();

@@ -1,10 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "Host.hpp"
 
-#include <QFile>
-#include <QLabel>
-#include <QSlider>
-
 using namespace Qt::StringLiterals;
 
 class Module : public Host {
@@ -51,8 +47,11 @@ TEST_F(Module, AfterTheExitAnnouncementTheFrontendIsNotCalled)
 
 TEST_F(Module, ADockThatOutlivesTheExitIsDeletedOnUnload)
 {
+	makeSource(u"S"_s, {});
 	ASSERT_TRUE(loadModule());
 	frontend->send(OBS_FRONTEND_EVENT_EXIT);
+	frontend->send(OBS_FRONTEND_EVENT_FINISHED_LOADING);
+	EXPECT_EQ(child<QComboBox>("sourceSelector")->count(), 1) << "the exit is final";
 	endObs();
 	EXPECT_EQ(frontend->removedDocks, 0);
 	EXPECT_TRUE(frontend->dock.isNull());
@@ -68,31 +67,6 @@ TEST_F(Module, EventsAfterTheDockWasDestroyedAreIgnored)
 	EXPECT_TRUE(frontend->dock.isNull());
 }
 
-TEST_F(Module, SuspendingEmptiesTheDockAndResumingBindsTheSameSource)
-{
-	const OBSSource source = makeSource(u"Music"_s, {makeFile(u"a.mp3"_s)});
-	show(source);
-	for (const obs_frontend_event event :
-	     {OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING, OBS_FRONTEND_EVENT_SCENE_COLLECTION_CLEANUP}) {
-		frontend->send(event);
-		EXPECT_EQ(child<QComboBox>("sourceSelector")->count(), 1);
-		EXPECT_EQ(list()->count(), 0);
-		EXPECT_EQ(child<QLabel>("playbackTime")->text(), u"0:00"_s);
-		EXPECT_EQ(child<QSlider>("seek")->value(), 0);
-		EXPECT_FALSE(child<QWidget>("stop")->isEnabled());
-	}
-	// Newer OBS sends both at start.
-	for (const obs_frontend_event event :
-	     {OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED, OBS_FRONTEND_EVENT_FINISHED_LOADING}) {
-		frontend->send(event);
-		EXPECT_EQ(labels(), QStringList{u"a.mp3"_s});
-	}
-	frontend->send(OBS_FRONTEND_EVENT_EXIT);
-	frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CLEANUP);
-	frontend->send(OBS_FRONTEND_EVENT_FINISHED_LOADING);
-	EXPECT_EQ(list()->count(), 0) << "the exit is final";
-}
-
 TEST_F(Module, ABurstOfChangesIsSavedOnceAndASuspendDropsIt)
 {
 	const OBSSource source = makeSource(u"Music"_s, {});
@@ -105,50 +79,8 @@ TEST_F(Module, ABurstOfChangesIsSavedOnceAndASuspendDropsIt)
 	EXPECT_EQ(frontend->saves, 2);
 	child<QComboBox>("endMode")->setCurrentIndex(0);
 	frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING);
-	QTest::qWait(700); // the delay of a save that must not come
+	passTime(700); // the delay of a save that must not come
 	EXPECT_EQ(frontend->saves, 2);
-}
-
-TEST_F(Module, SettingsSurviveAndBadOnesAreDefaults)
-{
-	const OBSSource source = makeSource(u"Music"_s, {});
-	const QString path = folder.filePath(u"config/obs-reelhouse/settings.json"_s);
-	const auto stored = [&path] {
-		QFile file(path);
-		return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-	};
-	show(source);
-	QTest::mouseClick(child<QLabel>("playbackTime"), Qt::LeftButton);
-	EXPECT_EQ(stored(), "{\"remainingTime\":true,\"sourceUuid\":\"" + uuidOf(source).toUtf8() + "\"}");
-	child<QComboBox>("sourceSelector")->setCurrentIndex(0);
-	EXPECT_EQ(stored(), "{\"remainingTime\":true,\"sourceUuid\":\"\"}");
-
-	QFile::remove(path);
-	ASSERT_TRUE(QDir().mkdir(path)) << "a folder in the file's place cannot be written over";
-	choose(source);
-	EXPECT_TRUE(child<QLabel>("message")->text().startsWith(u"⚠ Could not save the settings: "_s));
-	EXPECT_EQ(list()->count(), 0);
-}
-
-TEST_F(Module, ReadsOnlySettingsOfTheRightType)
-{
-	const QString path = folder.filePath(u"config/obs-reelhouse/settings.json"_s);
-	const struct {
-		const char *json;
-		const char *time;
-	} rows[] = {{"{\"remainingTime\": true}", "−—:—"},
-		    {"{\"remainingTime\": \"true\", \"sourceUuid\": 7}", "0:00"},
-		    {"[true]", "0:00"},
-		    {"", "0:00"}};
-	ASSERT_TRUE(QDir().mkpath(QFileInfo(path).path()));
-	for (const auto &row : rows) {
-		QFile file(path);
-		ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write(row.json) >= 0);
-		file.close();
-		ASSERT_TRUE(loadModule());
-		EXPECT_EQ(child<QLabel>("playbackTime")->text().toStdString(), row.time) << row.json;
-		delete frontend->dock.data();
-	}
 }
 
 TEST_F(Module, SwitchesOnlyToTheOneSceneThatHoldsTheSource)

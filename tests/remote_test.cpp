@@ -34,13 +34,12 @@ protected:
 			waitFor([&] { return answer.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }));
 		return answer.get();
 	}
-	QByteArray idAt(int row) const { return list()->item(row)->data(Qt::UserRole).toString().toUtf8(); }
 	// The queue by letters, checked against the stored record.
 	QString queue() const
 	{
 		QStringList paths;
 		for (int i = 0; i < list()->count(); i++)
-			paths.append(list()->item(i)->data(Qt::UserRole + 1).toString());
+			paths.append(pathAt(i));
 		EXPECT_EQ(valuesIn(recordOf(source), "tracks"), paths) << "the record is in step with the list";
 		QString letters;
 		for (const QString &path : paths)
@@ -70,7 +69,6 @@ TEST_F(Remote, WhatIsWrongIsRefusedAndChangesNothing)
 {
 	const OBSSource empty = makeSource(u"Empty"_s, {});
 	OBSSceneAutoRelease scene = obs_scene_create("Scene");
-	QFile::remove(files[2]);
 	const struct {
 		const char *request;
 		QByteArray data;
@@ -89,8 +87,6 @@ TEST_F(Remote, WhatIsWrongIsRefusedAndChangesNothing)
 		{"PlayTrack", R"({"id": ""})", "unknownTrack"},
 		{"PlayTrack", R"({"index": 3})", "indexOutOfRange"},
 		{"PlayTrack", R"({"index": 0, "switchScene": 1})", "wrongType"},
-		{"PlayTrack", R"({"index": 2})", "fileMissing"},
-		{"PlayPrevious", "{}", "fileMissing"},
 		{"AddTracks", "{}", "missingField"},
 		{"AddTracks", R"({"paths": "/m/x"})", "wrongType"},
 		{"AddTracks", R"({"paths": []})", "emptyList"},
@@ -99,17 +95,15 @@ TEST_F(Remote, WhatIsWrongIsRefusedAndChangesNothing)
 		{"AddTracks", R"({"paths": [{"path": "/m/x"}], "position": 4})", "indexOutOfRange"},
 		{"RemoveTracks", R"({"ids": [{"id": "%1"}, {"id": "x"}]})", "unknownTrack"},
 		{"RemoveTracks", R"({"ids": [{"id": "%1"}, {}]})", "missingField"},
-		{"UndoRemove", "{}", "nothingToUndo"},
 		{"MoveTrack", R"({"id": "%1"})", "missingField"},
 		{"MoveTrack", R"({"id": "%1", "index": 3})", "indexOutOfRange"},
 		{"MoveTrack", R"({"id": "x", "index": 0})", "unknownTrack"},
 		{"SetEndMode", R"({"endMode": "loop"})", "unknownEndMode"},
 		{"SetEndMode", R"({"endMode": 1})", "wrongType"},
-		{"BringBackReplacedQueue", "{}", "nothingToBringBack"},
 	};
 	const QJsonObject before = recordOf(source);
 	const auto expectRefusal = [&](const char *name, QByteArray data, const char *error) {
-		const QJsonObject answer = ask(name, data.replace("%1", list()->count() ? idAt(0) : ""));
+		const QJsonObject answer = ask(name, data.replace("%1", list()->count() ? idAt(0).toUtf8() : ""));
 		EXPECT_EQ(answer["success"_L1], false) << name << data.constData();
 		EXPECT_EQ(answer["error"_L1].toString().toStdString(), error) << name << data.constData();
 		const QString sentence = answer["comment"_L1].toString();
@@ -117,15 +111,7 @@ TEST_F(Remote, WhatIsWrongIsRefusedAndChangesNothing)
 	};
 	for (const auto &row : rows)
 		expectRefusal(row.request, row.data, row.error);
-	play(0);
-	expectRefusal("TogglePlay", "{}", "switching");
-	QTest::mouseClick(child<QWidget>("stop"), Qt::LeftButton);
-	sendStopped(source);
-	QJsonObject after = recordOf(source);
-	EXPECT_EQ(after["tracks"_L1], before["tracks"_L1]);
-
-	list()->setCurrentRow(-1);
-	expectRefusal("TogglePlay", "{}", "nothingToPlay");
+	EXPECT_EQ(recordOf(source), before);
 	choose(empty);
 	expectRefusal("PlayNext", "{}", "emptyQueue");
 	expectRefusal("GivePlaylistBack", "{}", "nothingToGiveBack");
@@ -140,79 +126,40 @@ TEST_F(Remote, WhatIsWrongIsRefusedAndChangesNothing)
 	EXPECT_EQ(plugin.requests.size(), 15u);
 }
 
-TEST_F(Remote, RequestsDoWhatTheDockDoes)
+// What the soak does not look at.
+TEST_F(Remote, RequestsLeaveTheUsersViewAlone)
 {
-	const auto add = [&](const char *name, const char *where) {
-		return ask("AddTracks",
-			   R"({"paths": [{"path": ")" + makeFile(QLatin1String(name)).toUtf8() + "\"}]" + where + '}');
-	};
-	const QJsonObject added = add("x", R"(, "position": 1)");
-	EXPECT_EQ(added["ids"_L1][0]["id"_L1].toString().toUtf8(), idAt(1));
-	EXPECT_EQ(list()->currentRow(), 1) << "as after a drop";
+	const QByteArray x = R"({"paths": [{"path": ")" + makeFile(u"x"_s).toUtf8() + R"("}], "position": 1})";
+	const QJsonObject added = ask("AddTracks", x);
+	EXPECT_EQ(added["ids"_L1][0]["id"_L1], idAt(1));
 	EXPECT_EQ(queue(), u"axbc"_s);
-	add("y", "");
-	EXPECT_EQ(queue(), u"axbcy"_s);
 
 	// The user's own rows and search stay, and a search by number shows another row.
 	selectRows({1, 3});
-	ask("MoveTrack", R"({"index": 4, "id": ")" + idAt(1) + "\"}");
-	EXPECT_EQ(queue(), u"abcyx"_s);
-	EXPECT_TRUE(list()->item(4)->isSelected() && list()->item(2)->isSelected());
+	ask("MoveTrack", R"({"index": 2, "id": ")" + idAt(1).toUtf8() + "\"}");
+	EXPECT_EQ(queue(), u"abxc"_s);
+	EXPECT_TRUE(list()->item(2)->isSelected() && list()->item(3)->isSelected());
 	search(u"#2"_s);
-	ask("MoveTrack", R"({"index": 0, "id": ")" + idAt(1) + "\"}");
-	EXPECT_EQ(queue(), u"bacyx"_s);
+	ask("MoveTrack", R"({"index": 0, "id": ")" + idAt(1).toUtf8() + "\"}");
 	EXPECT_EQ(shownLabels(), QStringList{u"a"_s});
-	search(u"/c"_s);
-	ask("MoveTrack", R"({"index": 1, "id": ")" + idAt(4) + "\"}");
-	EXPECT_EQ(queue(), u"bxacy"_s);
-	EXPECT_EQ(shownLabels(), QStringList{u"c"_s});
-
-	const QByteArray ids = R"({"ids": [{"id": ")" + idAt(4) + R"("}, {"id": ")" + idAt(0) + "\"}]}";
+	const QByteArray ids =
+		R"({"ids": [{"id": ")" + idAt(3).toUtf8() + R"("}, {"id": ")" + idAt(0).toUtf8() + "\"}]}";
 	EXPECT_EQ(ask("RemoveTracks", ids)["count"_L1], 2);
-	EXPECT_EQ(queue(), u"xac"_s) << "whether the search shows them or not";
+	EXPECT_EQ(queue(), u"ax"_s) << "whether the search shows them or not";
 	EXPECT_EQ(ask("UndoRemove")["count"_L1], 2);
-	EXPECT_EQ(queue(), u"bxacy"_s);
-	search(QString());
 
-	ask("SetEndMode", R"({"endMode": "repeat"})");
-	EXPECT_EQ(child<QComboBox>("endMode")->currentIndex(), 2);
-	EXPECT_EQ(recordOf(source)["endMode"_L1], 2);
-	EXPECT_EQ(ask("PlayTrack", R"({"index": 1})")["success"_L1], true);
-	EXPECT_EQ(ask("GetQueue")["mediaState"_L1], u"OBS_MEDIA_STATE_OPENING"_s) << "not what the previous track does";
-	sendStopped(source);
-	media(source) = {OBS_MEDIA_STATE_PLAYING, 1500, 4000};
-	QCoreApplication::processEvents();
-
-	const QJsonObject answer = ask("GetQueue", R"({"offset": 1, "limit": 2})");
-	const QJsonArray tracks = answer["tracks"_L1].toArray();
-	ASSERT_EQ(tracks.size(), 2);
-	EXPECT_EQ(tracks[0], (QJsonObject{{u"index"_s, 1},
-					  {u"id"_s, QString::fromUtf8(idAt(1))},
-					  {u"path"_s, folder.filePath(u"x"_s)},
-					  {u"label"_s, u"x"_s},
-					  {u"sizeBytes"_s, 5}}));
-	QJsonObject rest = answer;
-	for (const char *key : {"tracks", "success", "revision"})
-		rest.remove(QLatin1String(key));
-	EXPECT_EQ(rest, (QJsonObject{{u"sourceName"_s, u"S"_s},
-				     {u"sourceUuid"_s, uuidOf(source)},
-				     {u"total"_s, 5},
-				     {u"currentId"_s, QString::fromUtf8(idAt(1))},
-				     {u"currentIndex"_s, 1},
-				     {u"endMode"_s, u"repeat"_s},
-				     {u"mediaState"_s, u"OBS_MEDIA_STATE_PLAYING"_s},
-				     {u"cursor"_s, 1500},
-				     {u"duration"_s, 4000},
-				     {u"canUndo"_s, false},
-				     {u"canBringBack"_s, false}}));
+	const QJsonArray tracks = ask("GetQueue", R"({"offset": 2, "limit": 1})")["tracks"_L1].toArray();
+	EXPECT_EQ(tracks, (QJsonArray{QJsonObject{{u"index"_s, 2},
+						  {u"id"_s, idAt(2)},
+						  {u"path"_s, folder.filePath(u"x"_s)},
+						  {u"label"_s, u"x"_s},
+						  {u"sizeBytes"_s, 5}}}));
 
 	const OBSSource other = makeSource(u"Other"_s, {});
 	EXPECT_EQ(ask("GetSources")["sources"_L1].toArray().size(), 2) << "without waiting for the poll";
 	EXPECT_EQ(ask("SelectSource", R"({"sourceName": "Other"})")["success"_L1], true);
 	EXPECT_EQ(child<QComboBox>("sourceSelector")->currentText(), u"Other"_s);
 	EXPECT_EQ(ask("GetSources")["sources"_L1][0]["selected"_L1], true);
-	EXPECT_EQ(ask("SelectSource", R"({"sourceUuid": ""})")["success"_L1], true);
-	EXPECT_EQ(ask("GetQueue")["error"_L1], u"noSource"_s);
 }
 
 TEST_F(Remote, EventsTellOfEachChangeOnceAndInOrder)
@@ -301,7 +248,8 @@ TEST_F(Remote, ARequestThatHasBegunIsAnsweredWithWhatBecameOfIt)
 	auto answer = std::async(std::launch::async, [this] { return request("PlayNext"); });
 	plugin.onEvent = [&] {
 		frontend->send(OBS_FRONTEND_EVENT_SCRIPTING_SHUTDOWN);
-		EXPECT_EQ(answer.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout);
+		std::this_thread::sleep_for(std::chrono::milliseconds(200));
+		EXPECT_EQ(answer.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
 	};
 	ASSERT_TRUE(waitFor([&] { return !plugin.events.empty(); }));
 	EXPECT_EQ(answer.get()["success"_L1], true);

@@ -1,11 +1,11 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
-#include "Host.hpp"
+#include "Model.hpp"
 
-#include <QAbstractEventDispatcher>
 #include <QAction>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMimeData>
 #include <QSignalSpy>
@@ -15,556 +15,19 @@
 #include <algorithm>
 #include <cstdio>
 #include <future>
-#include <optional>
 #include <random>
 #include <thread>
 
-#include <sys/syscall.h>
-#include <unistd.h>
-
+#include "HeldClock.hpp"
 #include "WebSocketPlugin.hpp"
 
-// Random operations, and after each a look at what the dock and its sources have come to. A model foretells it, which
-// knows the rules and not the code.
-
-using namespace Qt::StringLiterals;
+// Random operations, and after each a look at what the dock and its sources have come to, which the model foretells.
 
 namespace {
-
-// This thread's clock, and so that of its Qt timers: what it stands at while it is held, and by how much it is ahead
-// once it has been.
-constexpr qint64 nsPerMs = 1'000'000, nsPerSecond = 1000 * nsPerMs;
-thread_local qint64 heldNs = 0, aheadNs = 0;
-
-qint64 nowMs()
-{
-	timespec time;
-	clock_gettime(CLOCK_MONOTONIC, &time);
-	return time.tv_sec * 1000 + time.tv_nsec / nsPerMs;
-}
-
-// While this exists, time passes only when told to.
-struct HeldClock {
-	// From a full second on, where Qt leaves the intervals of its coarse timers as they are.
-	HeldClock() { heldNs = (nowMs() / 1000 + 1) * nsPerSecond; }
-	~HeldClock()
-	{
-		const qint64 ns = std::exchange(heldNs, 0);
-		aheadNs += ns - nowMs() * nsPerMs;
-	}
-	static void pass(qint64 ms)
-	{
-		heldNs += ms * nsPerMs;
-		while (QCoreApplication::eventDispatcher()->processEvents(QEventLoop::AllEvents)) {
-		}
-	}
-};
-
-const QString endModes[] = {u"stop"_s, u"next"_s, u"repeat"_s};
-
-// An entry's identity in the model, which cannot foretell ids; 0 is none.
-using Key = int;
-
-struct Entry {
-	Key key = 0;
-	QString path;
-	bool operator==(const Entry &) const = default;
-};
-
-struct Queue {
-	QList<Entry> tracks;
-	QStringList observed;
-	Key current = 0;
-	bool managed = false, loop = false;
-	QString behavior;
-	int endMode = 0;
-	bool operator==(const Queue &) const = default;
-
-	int currentIndex() const
-	{
-		const auto entry = std::ranges::find(tracks, current, &Entry::key);
-		return entry == tracks.cend() ? -1 : static_cast<int>(entry - tracks.cbegin());
-	}
-	QStringList paths() const
-	{
-		QStringList all;
-		for (const Entry &entry : tracks)
-			all += entry.path;
-		return all;
-	}
-};
-
-struct Vlc {
-	QString uuid, behavior;
-	int life = 1, lives = 1; // life 0: deleted. One that comes back is another source to who held the first.
-	QStringList playlist, queued, done;
-	bool loop = true;
-	std::optional<Queue> record, replaced;
-	Key leftover = 0; // the only track of a queue that is nothing but what a replacement left
-	Media media;
-	bool operator==(const Vlc &) const = default;
-
-	void come()
-	{
-		life = ++lives;
-		queued.clear();
-		media = {};
-	}
-};
-
-struct Model {
-	QList<Vlc> sources;
-	QString missing; // a file that has been moved away
-	qint64 nowMs = 0;
-	QList<int> selected; // rows that the user sees and has selected
-	int row = -1;        // the current one, likewise
-
-	bool suspended = true;
-	int chosen = -1, bound = -1, boundLife = 0;
-	Queue queue;
-	QList<std::pair<Entry, int>> removed;
-	QString wanted; // the path that the source's next stop brings; null for none
-	bool pending = false, wantsScene = false, armed = false;
-	int serial = 0, bindings = 0, scenes = 0;
-	QList<std::pair<int, int>> posted; // a step, or 0 for the end of a switch, and what it belongs to
-	int sliderSerial = 0;
-	qint64 switchedMs = -1000, durationMs = 0;
-	quint32 ticks = 0;
-
-	QJsonObject answer; // to the last request of a remote control
-	bool fileMissing = false;
-
-	Key lastKey = 0;
-	QHash<Key, QString> ids;
-	QSet<QString> known;
-	bool operator==(const Model &) const = default;
-
-	Vlc &source() { return sources[bound]; }
-	bool live() const { return bound >= 0 && sources[bound].life == boundLife; }
-	bool orphaned() const { return bound >= 0 && !live(); }
-
-	// ---- the source and its record
-
-	void store()
-	{
-		if (live())
-			source().record = queue;
-	}
-	void cancel()
-	{
-		serial++;
-		wanted = QString();
-		wantsScene = false;
-		if (!std::exchange(pending, false) || !live())
-			return;
-		if (source().playlist != queue.observed)
-			queue.current = 0;
-		queue.observed = source().playlist;
-		store();
-	}
-	// The record holds while the playlist is what was last seen there; else the playlist has become the queue.
-	void load(bool force)
-	{
-		cancel();
-		Vlc &from = source();
-		const std::optional<Queue> before = from.record;
-		if (before && !force && before->observed == from.playlist) {
-			queue = *before;
-		} else {
-			queue = {};
-			insert(from.playlist, 0);
-			queue.loop = from.loop;
-			queue.behavior = from.behavior.isEmpty() ? u"stop_restart"_s : from.behavior;
-			queue.endMode = before ? before->endMode : 0;
-			queue.observed = from.playlist;
-			if (before)
-				keepReplaced(from, *before);
-		}
-		if (queue.currentIndex() < 0)
-			queue.current = 0;
-		removed.clear();
-		armed = false;
-		store();
-	}
-	// Unless it is worth less than what is kept already.
-	void keepReplaced(Vlc &from, const Queue &before) const
-	{
-		const QList<Entry> &tracks = before.tracks;
-		const bool leftover = tracks.isEmpty() || (tracks.size() == 1 && tracks[0].key == from.leftover);
-		const bool keeps = !leftover && before.paths() != queue.paths();
-		if (keeps)
-			from.replaced = before;
-		if (from.replaced && (keeps || leftover))
-			from.leftover = queue.tracks.size() == 1 ? queue.tracks[0].key : 0;
-	}
-	void bringBack()
-	{
-		cancel();
-		std::swap(queue, *source().replaced);
-		queue.observed = source().playlist;
-		Key held = 0;
-		for (const Entry &entry : std::as_const(queue.tracks)) {
-			if (queue.observed == QStringList{entry.path} && (!held || entry.key == queue.current))
-				held = entry.key;
-		}
-		queue.current = held;
-		removed.clear();
-		armed = false;
-	}
-	void restore()
-	{
-		cancel();
-		armed = queue.managed = false;
-		queue.current = 0;
-		queue.observed = source().playlist = queue.paths();
-		source().loop = queue.loop;
-		source().behavior = queue.behavior;
-	}
-	void bind(int index)
-	{
-		cancel();
-		bindings++;
-		armed = false;
-		const int shownMode = std::exchange(queue, {}).endMode;
-		queue.endMode = shownMode;
-		removed.clear();
-		durationMs = 0;
-		bound = index >= 0 && sources[index].life ? index : -1;
-		if (bound < 0)
-			return;
-		boundLife = source().life;
-		load(false);
-	}
-	void choose(int index) { bind(chosen = index); }
-	void refresh()
-	{
-		const int target = chosen >= 0 && sources[chosen].life ? chosen : -1;
-		if (!suspended && (target != (live() ? bound : -1) || orphaned()))
-			bind(target);
-	}
-	void reload()
-	{
-		refresh();
-		if (live())
-			load(false);
-	}
-	void suspend()
-	{
-		bind(-1);
-		suspended = true;
-	}
-	void resume()
-	{
-		suspended = false;
-		refresh();
-	}
-
-	// ---- playing
-
-	void play(int index, bool withScene)
-	{
-		if (!live() || index < 0)
-			return;
-		armed = false;
-		const auto &[key, path] = queue.tracks[index];
-		fileMissing = path == missing;
-		if (fileMissing)
-			return;
-		serial++;
-		wanted = path;
-		pending = true;
-		wantsScene = withScene;
-		switchedMs = nowMs;
-		queue.current = key;
-		queue.managed = true;
-		queue.observed = QStringList{path};
-		source().queued += u"stop"_s;
-	}
-	void step(int delta)
-	{
-		const int count = static_cast<int>(queue.tracks.size()), current = queue.currentIndex();
-		const int from = current < 0 && delta < 0 ? 0 : current;
-		play((from + delta + count) % count, false);
-	}
-	void toggle()
-	{
-		const obs_media_state state = source().media.state;
-		if (row >= 0 && row != queue.currentIndex())
-			play(row, false);
-		else if (state == OBS_MEDIA_STATE_PLAYING || state == OBS_MEDIA_STATE_PAUSED)
-			source().queued += state == OBS_MEDIA_STATE_PLAYING ? u"pause"_s : u"play"_s;
-		else
-			play(queue.currentIndex(), false);
-	}
-	void stop()
-	{
-		cancel();
-		armed = false;
-		source().queued += u"stop"_s;
-		if (!queue.managed)
-			return;
-		queue.observed.clear();
-		source().playlist.clear();
-	}
-	// A seek is meant for the media that the slider was taken on.
-	void releaseSlider(int value)
-	{
-		if (!live() || pending || sliderSerial != serial)
-			return;
-		durationMs = std::max<qint64>(source().media.durationMs, 0);
-		if (durationMs > 0)
-			source().queued += u"seek %1"_s.arg(durationMs * value / 1000);
-	}
-	void tick()
-	{
-		if (suspended)
-			return;
-		const bool refreshing = ++ticks % 4 == 0;
-		if (refreshing)
-			refresh();
-		if (!live() || pending)
-			return;
-		if (refreshing && source().playlist != queue.observed)
-			load(true);
-		durationMs = std::max<qint64>(source().media.durationMs, 0);
-		if (queue.managed && queue.current)
-			followEnd(source().media.state);
-	}
-	void followEnd(obs_media_state state)
-	{
-		if (state == OBS_MEDIA_STATE_PLAYING && nowMs - switchedMs > 99)
-			armed = true;
-		if (state == OBS_MEDIA_STATE_STOPPED || state == OBS_MEDIA_STATE_ERROR)
-			armed = false;
-		if (state != OBS_MEDIA_STATE_ENDED || !std::exchange(armed, false))
-			return;
-		const int next = queue.currentIndex() + (queue.endMode == 1);
-		if (queue.endMode == 0 || next == queue.tracks.size())
-			stop();
-		else
-			play(next, false);
-	}
-	// What libobs's thread does with up to this many of the actions that wait.
-	void videoTick(int index, qsizetype count)
-	{
-		Vlc &vlc = sources[index];
-		for (; count > 0 && !vlc.queued.isEmpty(); count--) {
-			const QString what = vlc.queued.takeFirst();
-			vlc.done += what;
-			if (index != bound || !live())
-				continue;
-			if (what == u"next"_s || what == u"previous"_s)
-				posted.emplaceBack(what == u"next"_s ? 1 : -1, bindings);
-			if (what != u"stop"_s || wanted.isNull())
-				continue;
-			vlc.playlist = QStringList{std::exchange(wanted, QString())};
-			vlc.loop = false;
-			vlc.behavior = u"always_play"_s;
-			posted.emplaceBack(0, serial);
-		}
-	}
-	void deliver()
-	{
-		for (const auto &[delta, stamp] : std::exchange(posted, {})) {
-			if (delta && stamp == bindings && queue.managed && queue.current)
-				step(delta);
-			if (delta || stamp != serial)
-				continue;
-			pending = false;
-			switchedMs = nowMs;
-			scenes += wantsScene;
-		}
-	}
-
-	// ---- editing
-
-	void insert(const QStringList &paths, qsizetype position)
-	{
-		for (const QString &path : paths)
-			queue.tracks.insert(position++, {++lastKey, path});
-	}
-	void remove()
-	{
-		removed.clear();
-		for (int i = static_cast<int>(queue.tracks.size()) - 1; i >= 0; i--) {
-			if (selected.contains(i))
-				removed.prepend({queue.tracks.takeAt(i), i});
-		}
-		if (queue.currentIndex() >= 0 || (!queue.current && !queue.tracks.isEmpty()))
-			return;
-		queue.managed = true;
-		queue.current = 0;
-		stop();
-	}
-	void undo()
-	{
-		for (const auto &[entry, index] : std::exchange(removed, {}))
-			queue.tracks.insert(std::min<qsizetype>(index, queue.tracks.size()), entry);
-	}
-	void moveRow(int delta)
-	{
-		const int last = static_cast<int>(queue.tracks.size()) - 1;
-		queue.tracks.move(row, std::clamp(row + delta, 0, last));
-	}
-
-	// ---- what is seen of all that
-
-	QStringList enabled(bool searching) const
-	{
-		if (!live())
-			return {};
-		const int last = static_cast<int>(queue.tracks.size()) - 1;
-		const bool one = selected.size() == 1, movable = one && !searching;
-		const bool local = row >= 0 && !queue.tracks[row].path.startsWith(u"http"_s);
-		const std::pair<bool, const char *> controls[] = {
-			{true, "addFiles endMode stop"},
-			{queue.current || row >= 0, pending ? "" : "playPause"},
-			{durationMs > 0, pending ? "" : "seek"},
-			{last >= 0, "next previous"},
-			{!selected.isEmpty(), "remove"},
-			{!removed.isEmpty(), "undoRemove"},
-			{queue.current, "locateCurrent"},
-			{one && local && selected.contains(row), "openFolder"},
-			{movable && row > 0, "moveTop moveUp"},
-			{movable && row < last, "moveBottom moveDown"},
-			{queue.managed || last >= 0, "restorePlaylist"},
-			{sources[bound].replaced.has_value(), "bringBackReplacedQueue"},
-		};
-		QStringList names;
-		for (const auto &[on, some] : controls)
-			names += QString::fromLatin1(on ? some : "").split(u' ', Qt::SkipEmptyParts);
-		names.sort();
-		return names;
-	}
-
-	// ---- what a remote control is told
-
-	// Nothing where the request is done.
-	QString refusal(const QString &control, bool searching) const
-	{
-		if (suspended)
-			return u"unavailable"_s;
-		if (!live())
-			return u"noSource"_s;
-		if (enabled(searching).contains(control))
-			return {};
-		const QHash<QString, QString> reasons = {{u"playPause"_s,
-							  pending ? u"switching"_s : u"nothingToPlay"_s},
-							 {u"undoRemove"_s, u"nothingToUndo"_s},
-							 {u"restorePlaylist"_s, u"nothingToGiveBack"_s},
-							 {u"bringBackReplacedQueue"_s, u"nothingToBringBack"_s}};
-		return reasons.value(control, u"emptyQueue"_s);
-	}
-	// What no control of the user's stands for is done whenever there is a source.
-	void request(const QString &control, bool searching, const std::function<void(Model &)> &rule)
-	{
-		QString error = refusal(control, searching);
-		fileMissing = false;
-		if (error.isEmpty())
-			rule(*this);
-		if (fileMissing)
-			error = u"fileMissing"_s;
-		if (!error.isEmpty())
-			answer = {{u"error"_s, error}};
-	}
-	void select(int index)
-	{
-		refresh();
-		if (suspended)
-			answer = {{u"error"_s, u"unavailable"_s}};
-		else if (index >= 0 && !sources[index].life)
-			answer = {{u"error"_s, u"unknownSource"_s}};
-		else if (index != (chosen >= 0 && sources[chosen].life ? chosen : -1))
-			choose(index);
-	}
-	void describe()
-	{
-		static const QHash<int, QString> states = {
-			{OBS_MEDIA_STATE_NONE, u"NONE"_s},       {OBS_MEDIA_STATE_ENDED, u"ENDED"_s},
-			{OBS_MEDIA_STATE_PAUSED, u"PAUSED"_s},   {OBS_MEDIA_STATE_STOPPED, u"STOPPED"_s},
-			{OBS_MEDIA_STATE_OPENING, u"OPENING"_s}, {OBS_MEDIA_STATE_ERROR, u"ERROR"_s},
-			{OBS_MEDIA_STATE_PLAYING, u"PLAYING"_s}};
-		const Media media = pending ? Media{OBS_MEDIA_STATE_OPENING} : source().media;
-		QJsonArray tracks;
-		for (const auto &[key, path] : queue.tracks)
-			tracks.append(QJsonArray{tracks.size(), ids[key], path});
-		answer = {{u"tracks"_s, tracks},
-			  {u"total"_s, tracks.size()},
-			  {u"currentId"_s, ids[queue.current]},
-			  {u"currentIndex"_s, queue.currentIndex()},
-			  {u"endMode"_s, endModes[queue.endMode]},
-			  {u"mediaState"_s, u"OBS_MEDIA_STATE_"_s + states[media.state]},
-			  {u"cursor"_s, std::max<qint64>(media.timeMs, 0)},
-			  {u"duration"_s, std::max<qint64>(media.durationMs, 0)},
-			  {u"canUndo"_s, !removed.isEmpty()},
-			  {u"canBringBack"_s, source().replaced.has_value()}};
-	}
-	void learnIds(const QJsonArray &rows)
-	{
-		for (qsizetype i = 0; i < std::min(rows.size(), queue.tracks.size()); i++) {
-			const QString id = rows[i][0].toString();
-			if (const Key key = queue.tracks[i].key; !ids.contains(key) && !known.contains(id))
-				known += ids[key] = id;
-		}
-	}
-	static QJsonArray values(const QStringList &paths)
-	{
-		QJsonArray array;
-		for (const QString &path : paths)
-			array.append(QJsonObject{{u"value"_s, path}});
-		return array;
-	}
-	QJsonObject recordOf(const std::optional<Queue> &of) const
-	{
-		if (!of)
-			return {};
-		QJsonArray tracks;
-		for (const Entry &entry : of->tracks)
-			tracks.append(QJsonObject{{u"value"_s, entry.path}, {u"id"_s, ids[entry.key]}});
-		return {{u"version"_s, 1},
-			{u"tracks"_s, tracks},
-			{u"observed"_s, values(of->observed)},
-			{u"current"_s, of->current ? ids[of->current] : u""_s},
-			{u"managed"_s, of->managed},
-			{u"originalLoop"_s, of->loop},
-			{u"originalShuffle"_s, false},
-			{u"originalBehavior"_s, of->behavior},
-			{u"endMode"_s, of->endMode}};
-	}
-	QJsonObject expected() const
-	{
-		QJsonArray rows, all;
-		for (const auto &[key, path] : queue.tracks)
-			rows.append(QJsonArray{ids[key], path, key == queue.current});
-		for (const Vlc &vlc : sources) {
-			all.append(vlc.life ? QJsonArray{values(vlc.playlist), vlc.loop, false, vlc.behavior,
-							 recordOf(vlc.record), recordOf(vlc.replaced),
-							 vlc.done.join(u' ')}
-					    : QJsonArray());
-		}
-		return {{u"rows"_s, rows},
-			{u"sources"_s, all},
-			{u"scenes"_s, scenes},
-			{u"answer"_s, answer},
-			{u"told"_s,
-			 orphaned() ? QJsonArray() : QJsonArray{ids[queue.current], endModes[queue.endMode]}}};
-	}
-};
 
 using Rule = std::function<void(Model &)>;
 
 } // namespace
-
-// Qt finds this one before libc's.
-int clock_gettime(clockid_t id, timespec *time) noexcept
-{
-	const long result = syscall(SYS_clock_gettime, id, time);
-	if (id == CLOCK_MONOTONIC && (heldNs != 0 || aheadNs != 0)) {
-		const qint64 ns = heldNs ? heldNs : time->tv_sec * nsPerSecond + time->tv_nsec + aheadNs;
-		*time = {ns / nsPerSecond, ns % nsPerSecond};
-	}
-	return static_cast<int>(result);
-}
 
 class Soak : public Host {
 protected:
@@ -592,22 +55,14 @@ private:
 
 	// ---- what the user can do
 
-	// On a source that is gone and still shown, nothing comes of it.
-	void byUser(const Rule &rule)
-	{
-		then([&rule](Model &m) {
-			if (m.live())
-				rule(m);
-		});
-	}
-	// Or a remote control does, which is refused what the user's control is not enabled for.
+	// Or a remote control does.
 	void press(const char *name, const char *request, const Rule &rule)
 	{
 		auto *button = child<QToolButton>(name);
 		if (remotely())
 			ask(request, u"{}"_s, name, rule);
 		else if (button->isEnabled())
-			button->click(), byUser(rule);
+			button->click(), then(rule);
 	}
 	void choose(const char *name, const char *request, const Rule &rule)
 	{
@@ -616,7 +71,7 @@ private:
 		if (request && remotely())
 			ask(request, u"{}"_s, name, rule);
 		else if (entry->isEnabled())
-			entry->trigger(), byUser(rule);
+			entry->trigger(), then(rule);
 	}
 	void move(const char *name, int delta)
 	{
@@ -624,23 +79,17 @@ private:
 	}
 	void chooseSource()
 	{
-		if (remotely()) {
-			const int index = pick(4) - 1;
-			const QString uuid = index < 0 ? QString() : worlds.front().sources[index].uuid;
-			return request("SelectSource", uR"({"sourceUuid": "%1"})"_s.arg(uuid),
-				       [index](Model &m) { m.select(index); });
-		}
 		auto *selector = child<QComboBox>("sourceSelector");
-		const int row = pick(selector->count());
-		if (row == selector->currentIndex())
-			return;
-		selector->setCurrentIndex(row);
-		then([uuid = selector->itemData(row).toString()](Model &m) {
-			int index = 2;
-			while (index >= 0 && m.sources[index].uuid != uuid)
-				index--;
-			m.choose(index);
-		});
+		const int index = pick(4) - 1;
+		const QString uuid = index < 0 ? QString() : worlds.front().sources[index].uuid;
+		const int row = selector->findData(uuid);
+		if (remotely()) {
+			request("SelectSource", uR"({"sourceUuid": "%1"})"_s.arg(uuid),
+				[index](Model &m) { m.select(index); });
+		} else if (row >= 0 && row != selector->currentIndex()) {
+			selector->setCurrentIndex(row);
+			then([index](Model &m) { m.choose(index); });
+		}
 	}
 	void reload()
 	{
@@ -654,7 +103,7 @@ private:
 			Q_EMIT child<QLineEdit>("search")->returnPressed();
 		else
 			Q_EMIT list()->itemDoubleClicked(list()->item(row));
-		byUser([row](Model &m) { m.play(row < 0 ? m.row : row, true); });
+		then([row](Model &m) { m.play(row < 0 ? m.row : row, true); });
 	}
 	void chooseEndMode()
 	{
@@ -673,6 +122,28 @@ private:
 		list()->clearSelection();
 		for (int i = list()->count() ? pick(4) : 0; i > 0; i--)
 			list()->setCurrentRow(pick(list()->count()), QItemSelectionModel::Select);
+		std::ranges::for_each(worlds, [this](Model &world) { readSelection(world); });
+	}
+	void readSelection(Model &world) const
+	{
+		world.selected.clear();
+		for (int i = 0; i < list()->count(); i++) {
+			if (list()->item(i)->isSelected() && !list()->isRowHidden(i))
+				world.selected += i;
+		}
+		const int row = list()->currentRow();
+		world.row = row >= 0 && !list()->isRowHidden(row) ? row : -1;
+	}
+	void remove()
+	{
+		if (oneIn(2))
+			selectRows();
+		choose("remove", nullptr, &Model::remove);
+	}
+	void lookFor(const QString &text)
+	{
+		search(text);
+		then([text](Model &m) { m.search = text.trimmed(); });
 	}
 	void moveSlider()
 	{
@@ -702,7 +173,7 @@ private:
 		QApplication::sendEvent(list()->viewport(), &enter);
 		QDropEvent dropped({5, 5}, Qt::CopyAction, &data, Qt::LeftButton, {});
 		QApplication::sendEvent(list()->viewport(), &dropped);
-		byUser([files](Model &m) { m.insert(files, m.queue.tracks.size()); });
+		then([files](Model &m) { m.append(files, m.queue.tracks.size()); });
 	}
 	void drag()
 	{
@@ -710,7 +181,7 @@ private:
 		if (from == to || !list()->dragEnabled())
 			return;
 		list()->model()->moveRow({}, from, {}, to > from ? to + 1 : to);
-		byUser([from, to](Model &m) { m.queue.tracks.move(from, to); });
+		then([from, to](Model &m) { m.move(from, to); });
 	}
 
 	// ---- what a remote control can do
@@ -731,8 +202,7 @@ private:
 	// It is refused what the user's control is not enabled for.
 	void ask(const char *name, const QString &data, const char *control, const Rule &rule)
 	{
-		const bool searching = !list()->dragEnabled();
-		request(name, data, [&](Model &m) { m.request(QLatin1String(control), searching, rule); });
+		request(name, data, [&](Model &m) { m.request(QLatin1String(control), rule); });
 	}
 	void askForQueue()
 	{
@@ -750,7 +220,7 @@ private:
 			return;
 		const int row = pick(list()->count()), other = pick(list()->count());
 		const QString data = uR"({"id": "%1", "index": %2, "switchScene": true, "ids": [{"id": "%1"}]})"_s;
-		ask(request, data.arg(list()->item(row)->data(Qt::UserRole).toString()).arg(other), "next",
+		ask(request, data.arg(idAt(row)).arg(other), "next",
 		    [rule, row, other](Model &m) { rule(m, row, other); });
 	}
 	void askToAdd()
@@ -760,7 +230,7 @@ private:
 		const QString data = uR"({"paths": [{"path": "%1"}, {"path": "%1"}], "position": %2})"_s;
 		if (list()->count() < 10)
 			ask("AddTracks", data.arg(path).arg(position), "addFiles",
-			    [path, position](Model &m) { m.insert({path, path}, position); });
+			    [path, position](Model &m) { m.append({path, path}, position); });
 	}
 
 	// ---- what others do
@@ -773,17 +243,18 @@ private:
 	// To the next poll, or to somewhere before it.
 	void pass()
 	{
-		const int rest = 250 - static_cast<int>(nowMs() % 250);
+		const int rest = 250 - static_cast<int>(HeldClock::nowMs() % 250);
 		const int step = oneIn(4) ? pick(rest) : rest;
 		QCoreApplication::sendPostedEvents();
 		HeldClock::pass(step);
 		then([step, rest](Model &m) {
 			m.deliver();
-			m.nowMs = nowMs();
+			m.nowMs = HeldClock::nowMs();
 			if (step == rest)
 				m.tick();
 		});
 		settled |= step == rest;
+		polled |= step == rest;
 	}
 	void tickVideo()
 	{
@@ -793,13 +264,15 @@ private:
 	}
 	void setMedia()
 	{
-		static const obs_media_state states[] = {OBS_MEDIA_STATE_ENDED, OBS_MEDIA_STATE_PAUSED,
+		static const obs_media_state states[] = {OBS_MEDIA_STATE_ENDED,   OBS_MEDIA_STATE_PAUSED,
 							 OBS_MEDIA_STATE_STOPPED, OBS_MEDIA_STATE_OPENING,
-							 OBS_MEDIA_STATE_ERROR};
-		const int index = pickSource(6), which = pick(worlds.front().armed ? 6 : 12);
-		const Media next = {which < 5 ? states[which] : OBS_MEDIA_STATE_PLAYING, 0, pick(4) * 4000 - 1000};
+							 OBS_MEDIA_STATE_ERROR,   OBS_MEDIA_STATE_BUFFERING};
+		const int index = pickSource(6), which = pick(worlds.front().armed ? 7 : 12);
+		const Media next = {which < 6 ? states[which] : OBS_MEDIA_STATE_PLAYING, pick(3) * 71000 - 1000,
+				    pick(4) * 4000 - 1000};
 		media(sources[index]) = next;
 		then([index, next](Model &m) { m.sources[index].media = next; });
+		polled = false;
 	}
 	void control(const char *what, void (*act)(obs_source_t *))
 	{
@@ -818,10 +291,12 @@ private:
 			playlist = worlds.front().queue.paths();
 		OBSDataAutoRelease settings = obs_source_get_settings(sources[index]);
 		obs_data_set_bool(settings, "loop", loop);
+		obs_data_set_bool(settings, "shuffle", !loop);
 		setPlaylist(sources[index], playlist);
 		then([index, playlist, loop](Model &m) {
 			m.sources[index].playlist = playlist;
 			m.sources[index].loop = loop;
+			m.sources[index].shuffle = !loop;
 		});
 	}
 	void moveFile()
@@ -874,7 +349,7 @@ private:
 	std::unique_ptr<QSignalSpy> sceneRequests;
 	std::thread libobs; // while a race is on
 	int raced = 0;
-	bool settled = true;
+	bool settled = true, polled = true; // since what the controls go by has changed without them
 };
 
 void Soak::begin()
@@ -891,10 +366,12 @@ void Soak::begin()
 		vlc.uuid = uuidOf(source);
 		world.sources += vlc;
 	}
+	// The poll's ticks are to fall on full quarters of a second.
+	HeldClock::pass(static_cast<int>(1000 - HeldClock::nowMs() % 1000));
 	show(sources[0]);
 	obs_post_load_modules();
 	sceneRequests = std::make_unique<QSignalSpy>(frontend->dock, SIGNAL(sceneSwitchRequested(QString)));
-	world.nowMs = nowMs();
+	world.nowMs = HeldClock::nowMs();
 	world.resume();
 	world.choose(0);
 	worlds = {world};
@@ -941,10 +418,12 @@ void Soak::operate(bool racing)
 	addRacing(4, "previous", [this] { press("previous", "PlayPrevious", [](Model &m) { m.step(-1); }); });
 	addRacing(4, "end mode", [this] { chooseEndMode(); });
 	addRacing(7, "select", [this] { selectRows(); });
-	addRacing(5, "search", [this] { search(pickFrom({{}, {}, {}, u" MP3"_s, u"a.mp3"_s, u"#2"_s})); });
+	addRacing(5, "search",
+		  [this] { lookFor(pickFrom({{}, {}, {}, u" MP3"_s, u"a.mp3"_s, u"#2"_s, u"#0"_s, u"#x"_s})); });
+	addRacing(2, "show current", [this] { choose("locateCurrent", nullptr, &Model::locate); });
 	addRacing(6, "drop", [this] { drop(); });
 	addRacing(4, "drag", [this] { drag(); });
-	addRacing(4, "remove", [this] { choose("remove", nullptr, &Model::remove); });
+	addRacing(4, "remove", [this] { remove(); });
 	addRacing(4, "undo", [this] { choose("undoRemove", "UndoRemove", &Model::undo); });
 	addRacing(2, "move up", [this] { move("moveUp", -1); });
 	addRacing(2, "move down", [this] { move("moveDown", 1); });
@@ -954,8 +433,7 @@ void Soak::operate(bool racing)
 	addRacing(3, "bring back",
 		  [this] { choose("bringBackReplacedQueue", "BringBackReplacedQueue", &Model::bringBack); });
 	add(3, "remote play", [this] { askOfTrack("PlayTrack", [](Model &m, int row, int) { m.play(row, true); }); });
-	add(3, "remote move",
-	    [this] { askOfTrack("MoveTrack", [](Model &m, int row, int to) { m.queue.tracks.move(row, to); }); });
+	add(3, "remote move", [this] { askOfTrack("MoveTrack", [](Model &m, int row, int to) { m.move(row, to); }); });
 	add(3, "remote remove",
 	    [this] { askOfTrack("RemoveTracks", [](Model &m, int row, int) { m.selected = {row}, m.remove(); }); });
 	add(3, "remote add", [this] { askToAdd(); });
@@ -1016,9 +494,8 @@ QJsonObject Soak::seen() const
 {
 	QJsonArray rows, all;
 	for (int i = 0; i < list()->count(); i++) {
-		const QListWidgetItem *row = list()->item(i);
-		rows.append(QJsonArray{row->data(Qt::UserRole).toString(), row->data(Qt::UserRole + 1).toString(),
-				       row->text().startsWith(u"▶\uFE0E "_s)});
+		rows.append(QJsonArray{idAt(i), pathAt(i), list()->item(i)->text().startsWith(u"▶\uFE0E "_s),
+				       !list()->isRowHidden(i)});
 	}
 	for (const OBSSource &source : sources) {
 		if (!source) {
@@ -1035,7 +512,11 @@ QJsonObject Soak::seen() const
 		all.append(QJsonArray{settings["playlist"_L1], settings["loop"_L1], settings["shuffle"_L1],
 				      settings["playback_behavior"_L1], record, replaced, takeDone(source).join(u' ')});
 	}
+	const auto *message = child<QLabel>("message");
 	return {{u"rows"_s, rows},
+		{u"count"_s, child<QLabel>("trackCount")->text()},
+		{u"message"_s, message->isHidden() ? QString() : message->text()},
+		{u"status"_s, child<QLabel>("playbackTime")->accessibleDescription()},
 		{u"sources"_s, all},
 		{u"scenes"_s, static_cast<int>(sceneRequests->count())},
 		{u"answer"_s, answer},
@@ -1071,26 +552,27 @@ QStringList Soak::enabled() const
 // Drops the worlds that are not the case; one has to be left.
 void Soak::compare()
 {
-	const bool controls = settled && !worlds.front().orphaned(), searching = !list()->dragEnabled();
+	const bool controls = settled && !worlds.front().orphaned(), button = controls && polled;
 	hear();
 	QJsonObject now = seen(), expected;
 	answer = {};
+	const QString row = list()->currentItem() ? idAt(list()->currentRow()) : QString();
+	now[u"row"_s] = row + u' ' + QString::number(list()->selectedItems().size());
 	now[u"controls"_s] = controls ? enabled().join(u' ') : QString();
+	now[u"button"_s] = button ? child<QToolButton>("playPause")->accessibleName() : QString();
 	std::erase_if(worlds, [&](Model &world) {
-		world.selected.clear();
-		for (int i = 0; i < list()->count(); i++) {
-			if (list()->item(i)->isSelected() && !list()->isRowHidden(i))
-				world.selected += i;
-		}
-		world.row = list()->currentRow();
-		if (world.row >= 0 && list()->isRowHidden(world.row))
-			world.row = -1;
+		readSelection(world);
 		world.learnIds(now[u"rows"_s].toArray());
 		expected = world.expected();
-		expected[u"controls"_s] = controls ? world.enabled(searching).join(u' ') : QString();
+		expected[u"controls"_s] = controls ? world.enabled().join(u' ') : QString();
+		expected[u"button"_s] = button ? world.playButton() : QString();
+		expected[u"row"_s] = now[u"row"_s];
+		if (world.picks && world.search.isEmpty() && !world.queue.tracks.isEmpty())
+			expected[u"row"_s] = world.ids[*world.picks ? *world.picks : world.keyAt(0)] + u" 1"_s;
 		for (Vlc &vlc : world.sources)
 			vlc.done.clear();
 		world.answer = {};
+		world.picks.reset();
 		return expected != now;
 	});
 	if (!worlds.empty())
@@ -1112,7 +594,6 @@ void Soak::run(bool racing)
 	std::printf("seed %u\n", seed);
 	std::fflush(stdout);
 
-	const HeldClock clock;
 	begin();
 	const auto start = Clock::now();
 	int count = 0;

@@ -1,14 +1,21 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "Host.hpp"
 
-#include <QFile>
-#include <QLabel>
+#include <QDir>
 #include <QPainter>
-#include <QScrollBar>
 
 using namespace Qt::StringLiterals;
 
-class TrackList : public Host {};
+class TrackList : public Host {
+protected:
+	QStringList ids() const
+	{
+		QStringList all;
+		for (int i = 0; i < list()->count(); i++)
+			all.append(idAt(i));
+		return all;
+	}
+};
 
 TEST_F(TrackList, RowsCarryPathSizeAndWhatIsMissing)
 {
@@ -28,47 +35,27 @@ TEST_F(TrackList, RowsCarryPathSizeAndWhatIsMissing)
 			  i == 1 ? u"File not found: "_s + gone : QString());
 	}
 	play(3);
-	EXPECT_EQ(labels(), (QStringList{u"a.mp3"_s, u"gone%1.mp3"_s, u"x.mp3"_s, u"▶\uFE0E a.mp3"_s, u"a.mp3"_s}));
+	EXPECT_EQ(shownLabels(),
+		  (QStringList{u"a.mp3"_s, u"gone%1.mp3"_s, u"x.mp3"_s, u"▶\uFE0E a.mp3"_s, u"a.mp3"_s}));
 }
 
-TEST_F(TrackList, TheSearchShowsRowsByPathOrNumber)
+TEST_F(TrackList, ExpandsFoldersOnceAndKeepsIdsAfterwards)
 {
-	const OBSSource source = makeSource(u"S"_s, {u"/one/a.mp3"_s, u"/two/b.flac"_s, u"/two/c.MP3"_s,
-						     u"http://two/d"_s, u"/#3/e.ogg"_s});
+	ASSERT_TRUE(QDir(folder.path()).mkpath(u"music/inner"_s));
+	for (const char *name : {"B.flac", "a.mp3", "c.txt", ".d.mp3", "inner/e.mp3"})
+		makeFile(u"music/"_s + QLatin1String(name));
+	const QString music = folder.filePath(u"music"_s);
+	const OBSSource source =
+		makeSource(u"S"_s, {u"file://"_s + music, music, u"http://host/x.mp3"_s, music + u"/a.mp3"_s});
 	show(source);
-	const QString none;
-	const struct {
-		const char *text;
-		QString shown;
-		const char *count;
-	} rows[] = {
-		{"  mp3 ", u"a.mp3 c.MP3"_s, "Tracks: 2 of 5"},
-		{"TWO", u"b.flac c.MP3 d"_s, "Tracks: 3 of 5"},
-		{"#3", u"c.MP3"_s, "Tracks: 1 of 5"},
-		{"#", none, "Tracks: 0 of 5"},
-		{"#0", none, "Tracks: 0 of 5"},
-		{"#-1", none, "Tracks: 0 of 5"},
-		{"#6", none, "Tracks: 0 of 5"},
-		{"#99999999999", none, "Tracks: 0 of 5"},
-		{"#x", none, "Tracks: 0 of 5"},
-		{"/#", u"e.ogg"_s, "Tracks: 1 of 5"},
-	};
-	for (const auto &row : rows) {
-		search(QString::fromUtf8(row.text));
-		EXPECT_EQ(shownLabels().join(u' '), row.shown) << row.text;
-		EXPECT_EQ(child<QLabel>("trackCount")->text().toStdString(), row.count) << row.text;
-		EXPECT_FALSE(list()->dragEnabled());
-		const QListWidgetItem *current = list()->currentItem();
-		EXPECT_EQ(current ? current->text() : QString(), shownLabels().value(0)) << row.text;
-		EXPECT_EQ(list()->selectedItems().size(), current ? 1 : 0);
-		for (const char *name : {"moveUp", "moveDown", "moveTop", "moveBottom"})
-			EXPECT_FALSE(action(name)->isEnabled()) << row.text;
-	}
-	search(u"two"_s);
-	search(QString());
-	EXPECT_EQ(list()->currentRow(), 1) << "the row that the search left current stays";
-	EXPECT_EQ(child<QLabel>("trackCount")->text(), u"Tracks: 5"_s);
-	EXPECT_TRUE(list()->dragEnabled());
+	EXPECT_EQ(shownLabels(), (QStringList{u"music"_s, u"a.mp3"_s, u"B.flac"_s, u"x.mp3"_s, u"a.mp3"_s}));
+	const QStringList before = ids();
+	EXPECT_EQ(QSet<QString>(before.begin(), before.end()).size(), 5);
+	EXPECT_EQ(valuesIn(recordOf(source), "observed").size(), 4);
+
+	makeFile(u"music/f.mp3"_s);
+	QTest::mouseClick(child<QWidget>("refresh"), Qt::LeftButton);
+	EXPECT_EQ(ids(), before);
 }
 
 // Where pixels of a row differ from those of an empty one says what is drawn in which column.

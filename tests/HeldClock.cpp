@@ -1,0 +1,46 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "HeldClock.hpp"
+
+#include <QAbstractEventDispatcher>
+#include <QCoreApplication>
+
+#include <ctime>
+
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr qint64 nsPerMs = 1'000'000, nsPerSecond = 1000 * nsPerMs;
+thread_local qint64 heldNs = 0;
+
+} // namespace
+
+// Qt finds this one before libc's.
+int clock_gettime(clockid_t id, timespec *time) noexcept
+{
+	if (id != CLOCK_MONOTONIC || heldNs == 0)
+		return static_cast<int>(syscall(SYS_clock_gettime, id, time));
+	*time = {heldNs / nsPerSecond, heldNs % nsPerSecond};
+	return 0;
+}
+
+// From a full second on, where Qt leaves the intervals of its coarse timers as they are.
+void HeldClock::hold()
+{
+	heldNs = (nowMs() / 1000 + 1) * nsPerSecond;
+}
+
+qint64 HeldClock::nowMs()
+{
+	timespec time;
+	clock_gettime(CLOCK_MONOTONIC, &time);
+	return time.tv_sec * 1000 + time.tv_nsec / nsPerMs;
+}
+
+void HeldClock::pass(int ms)
+{
+	heldNs += ms * nsPerMs;
+	while (QCoreApplication::eventDispatcher()->processEvents(QEventLoop::AllEvents)) {
+	}
+}

@@ -9,7 +9,8 @@ import sys
 import obs_config
 from obs_config import SOURCE, scene, vlc_source
 from obs_host import HostError, press_key, wait_for, xdotool
-from show import MARK, bring_back, by_id, drag, expect, playing, press_in, saved_collection, soon, source_in
+from show import (MARK, answer, bring_back, by_id, drag, edit_elsewhere, expect, play, playing, press_in, queue_of,
+                  saved_collection, soon, source_in)
 
 LOOPING = {"loop": True, "playback_behavior": "pause_unpause"}
 
@@ -99,7 +100,7 @@ def cancelled_dialogs(show, obs, clips):
 
     for _ in range(2):  # the second cancels over what the first has left
         dialog = open_properties(obs)
-        obs.request("SetInputSettings", inputName=SOURCE, inputSettings={"playlist": [{"value": str(clips[2])}]})
+        edit_elsewhere(obs, clips[2])
         soon("the edit under the dialog", obs.labels, [names[2]])
         press_in(dialog, "Cancel")
         soon("the dialog's older playlist wins", obs.labels, [names[0]])
@@ -154,9 +155,7 @@ def discarded_dialog(show, obs, clips):
     plays_on(obs, clips[1])
     xdotool("windowactivate", "--sync", obs.main_window())
     press_key("ctrl+q")
-    by_id(obs, ".QMessageBox.qt_msgbox_buttonbox", "OBS asks about the dialog")
-    question = next(box for box in [by_id(obs, ".QMessageBox.qt_msgbox_buttonbox", "the question")])
-    press_in(question, next(child.name for child in question.children if "Discard" in child.name))
+    answer(obs, "Discard")
     try:
         obs.process.wait(60)
     except subprocess.TimeoutExpired:
@@ -165,8 +164,7 @@ def discarded_dialog(show, obs, clips):
     obs = show.start()
     if len(obs.labels() or []) == 1:
         bring_back(obs).press()
-    soon("the whole queue after the restart", lambda: [label.removeprefix(MARK) for label in obs.labels()],
-         [clip.name for clip in clips])
+    soon("the whole queue after the restart", lambda: queue_of(obs), [clip.name for clip in clips])
     return obs
 
 
@@ -176,21 +174,18 @@ def hands_in_the_list(show, obs, clips, shorts):
     short_names = [clip.name for clip in shorts]
 
     def queue(what, wanted):
-        soon(what, lambda: [label.removeprefix(MARK) for label in obs.labels()], wanted)
+        soon(what, lambda: queue_of(obs), wanted)
 
-    obs.request("SetInputSettings", inputName=SOURCE,
-                inputSettings={"playlist": [{"value": str(clip)} for clip in (*shorts, *clips)]})
+    edit_elsewhere(obs, *shorts, *clips)
     queue("the queue", [*short_names, *names])
     obs.choose("endMode", "Play Next")
 
-    obs.double_click(short_names[0])
-    wait_for("it plays", lambda: playing(obs, shorts[0]), 15)
+    play(obs, shorts[0])
     drag(obs, obs.row(names[3]).point(0.3, 0.5), obs.row(short_names[0]).point(0.3, 0.1),
          meanwhile=lambda: wait_for("the track ends", lambda: playing(obs, shorts[1]), 15))
     queue("the row that was picked up is dropped", [names[3], *short_names, *names[:3]])
 
-    obs.double_click(short_names[0])
-    wait_for("it plays", lambda: playing(obs, shorts[0]), 15)
+    play(obs, shorts[0])
     obs.menu(names[3], "Remove", disabled=["Move Up", "Move to Top", "Undo Remove"],
              meanwhile=lambda: wait_for("the track ends", lambda: playing(obs, shorts[1]), 15))
     queue("the menu's row is removed", [*short_names, *names[:3]])
@@ -226,27 +221,19 @@ def seeking_by_hand(obs, clip):
     media_action(obs, "PLAY")
 
 
-def small_things(show, obs, clips):
+def other_keyboard(obs, clips):
+    """Undo and Find under a layout without Latin letters."""
     obs.row(clips[1].name).click(across=0.3)
     before = obs.labels()
     press_key("Delete")
     soon("a row is removed", lambda: len(obs.labels()), len(before) - 1)
-    # Russian, where Qt takes the keys of its shortcuts from the layout beside it; 52 and 41 are the keys of Z and F.
+    # Russian: Qt takes the keys of its shortcuts from the layout beside it; 52 and 41 are the keys of Z and F.
     subprocess.run(["setxkbmap", "ru,us"], check=True)
     xdotool("keydown", "ctrl", "key", 52, "keyup", "ctrl")
     soon("Undo under a layout without Latin letters", obs.labels, before)
     xdotool("keydown", "ctrl", "key", 41, "keyup", "ctrl")
     soon("Find there", lambda: obs.widget("search").has(obs.widget("search").FOCUSED), True)
     subprocess.run(["setxkbmap", "us"], check=True)
-
-    obs.request("CreateInput", sceneName="Main", inputName="Empty", inputKind="vlc_source", inputSettings={})
-    wait_for("the new source is listed", lambda: any(entry.name == "Main · Empty" for entry in
-                                                     obs.widget("sourceSelector").children[0].children), 5)
-    obs.choose("sourceSelector", "Main · Empty")
-    soon("an empty queue can be filled", lambda: obs.widget("addFiles").enabled, True)
-    obs.request("RemoveInput", inputName="Empty")
-    soon("a deleted source leaves nothing to press", lambda: [name for name in ("stop", "addFiles", "endMode", "seek")
-                                                              if obs.widget(name).enabled], [], 3)
 
 
 def silent_file_manager(show, obs, clip):
@@ -307,5 +294,5 @@ def run(show):
     hands_in_the_list(show, obs, clips, shorts)
     seeking_by_hand(obs, clips[2])
     silent_file_manager(show, obs, clips[1])
-    small_things(show, obs, clips)
+    other_keyboard(obs, clips)
     show.end()

@@ -7,7 +7,7 @@ import shutil
 import sys
 from pathlib import Path
 
-from show import MARK, Show, drag, expect, paths_in, playing, soon
+from show import MARK, Show, drag, edit_elsewhere, expect, paths_in, play, playing, program, queue_of, soon
 import faults
 import neighbours
 import package
@@ -31,8 +31,7 @@ def queue(show):
     soon("the playlist is the queue", obs.labels, names)
 
     obs.choose("endMode", "Play Next")
-    obs.double_click(names[1])
-    wait_for("a double-clicked track plays", lambda: playing(obs, clips[1]), 15)
+    play(obs, clips[1])
     settings = obs.settings(SOURCE)
     expect("the settings while managed", {key: settings.get(key) for key in
                                           ("playlist", "loop", "shuffle", "playback_behavior", "network_caching")},
@@ -43,15 +42,11 @@ def queue(show):
     soon("it stops after the last", lambda: obs.playlist(SOURCE), [], 15)
     soon("the source is at rest", lambda: obs.media(SOURCE)[0] in ("stopped", "none", "ended"), True)
 
-    edited = [str(clip) for clip in (clips[2], clips[0])]
-    obs.request("SetInputSettings", inputName=SOURCE,
-                inputSettings={"playlist": [{"value": path} for path in edited], "loop": True,
-                               "playback_behavior": "stop_restart"})
+    edit_elsewhere(obs, clips[2], clips[0], loop=True, playback_behavior="stop_restart")
     soon("an edit made elsewhere is taken over", obs.labels, [names[2], names[0]], 2)
 
     obs.menu(names[0], "Move to Top", disabled=["Move Down", "Move to Bottom"])
-    obs.double_click(names[0])
-    wait_for("the moved track plays", lambda: playing(obs, clips[0]), 15)
+    play(obs, clips[0])
     obs.menu(names[2], "Give Playlist Back to Source",
              disabled=["Move Down", "Move to Bottom", "Undo Remove"])
     soon("the source has its queue back", lambda: obs.playlist(SOURCE), [str(clips[0]), str(clips[2])])
@@ -59,27 +54,7 @@ def queue(show):
     expect("its own behaviour", obs.settings(SOURCE)["playback_behavior"], "stop_restart")
     expect("the takeover", obs.record(SOURCE)["managed"], False)
 
-    # A scene collection that is switched under a running track.
-    obs.double_click(names[2])
-    wait_for("a track plays", lambda: playing(obs, clips[2]), 15)
-    obs.request("CreateSceneCollection", sceneCollectionName="Other")
-    soon("another collection has no queue", obs.labels, [])
-    obs.request("SetCurrentSceneCollection", sceneCollectionName="Reelhouse")
-    soon("the queue comes back with its collection", obs.labels, [names[0], MARK + names[2]])
-
-    # A source that is deleted while it is switched.
-    obs.request("CreateInput", sceneName="Main", inputName="Doomed", inputKind="vlc_source",
-                inputSettings={"playlist": [{"value": str(clips[0])}]})
-    wait_for("the new source is listed", lambda: any(entry.name == "Main · Doomed" for entry in
-                                                     obs.widget("sourceSelector").children[0].children), 5)
-    obs.choose("sourceSelector", "Main · Doomed")
-    obs.double_click(names[0])
-    obs.request("RemoveInput", inputName="Doomed")
-    soon("the list of a deleted source", obs.labels, [])
-    obs.choose("sourceSelector", f"Main · {SOURCE}")
-
-    obs.double_click(names[0])
-    wait_for("a track plays at the exit", lambda: playing(obs, clips[0]), 15)
+    play(obs, clips[0])
     before = obs.record(SOURCE)
     show.end()
 
@@ -88,10 +63,6 @@ def queue(show):
     expect("the chosen source after a restart", obs.widget("sourceSelector").name, f"Main · {SOURCE}")
     expect("the record after a restart", obs.record(SOURCE), before)
     show.end()
-
-
-def program(obs):
-    return obs.request("GetCurrentProgramScene")["currentProgramSceneName"]
 
 
 def scenes_follow(show, obs, names, clips):
@@ -116,8 +87,7 @@ def scenes_follow(show, obs, names, clips):
 
 
 def times_and_seeks(show, obs, names, clips):
-    obs.double_click(names[2])
-    wait_for("the long track plays", lambda: playing(obs, clips[2]), 15)
+    play(obs, clips[2])
     wait_for("the slider is ready", lambda: obs.widget("seek").enabled, 5)
     _, _, duration = obs.media(SOURCE)
     obs.widget("seek").click(across=0.6)
@@ -139,7 +109,7 @@ def times_and_seeks(show, obs, names, clips):
 def editing(show, obs, names, clips):
     """Each change is seen in the list and in the stored record."""
     def stored(what, wanted):
-        soon(f"{what}: the list", lambda: [label.removeprefix(MARK) for label in obs.labels()], wanted)
+        soon(f"{what}: the list", lambda: queue_of(obs), wanted)
         soon(f"{what}: the record", lambda: paths_in(obs.record(SOURCE)), wanted)
 
     extra = show.clip("extra.mp4")

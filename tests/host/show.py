@@ -110,12 +110,38 @@ def playing(obs, path):
     return obs.playlist(SOURCE) == [str(path)] and obs.media(SOURCE)[0] == "playing"
 
 
+def play(obs, clip):
+    """Starts a track from the list."""
+    obs.double_click(clip.name)
+    wait_for(f"{clip.name} plays", lambda: playing(obs, clip), 15)
+
+
+def queue_of(obs):
+    """The names in the list, whichever of them is current; None while they are being replaced."""
+    labels = obs.labels()
+    return labels and [label.removeprefix(MARK) for label in labels]
+
+
+def edit_elsewhere(obs, *paths, **settings):
+    obs.request("SetInputSettings", inputName=SOURCE,
+                inputSettings={"playlist": [{"value": str(path)} for path in paths], **settings})
+
+
+def program(obs):
+    return obs.request("GetCurrentProgramScene")["currentProgramSceneName"]
+
+
 def by_id(obs, suffix, what, **options):
     return obs.find(lambda node: node.get_accessible_id().endswith(suffix), what, **options)
 
 
 def press_in(box, button):
-    next(child for child in box.children if child.name == button).press()
+    next(child for child in box.children if button in child.name).press()
+
+
+def answer(obs, button):
+    """Answers a question of OBS's."""
+    press_in(by_id(obs, ".QMessageBox.qt_msgbox_buttonbox", "OBS asks"), button)
 
 
 def bring_back(obs):

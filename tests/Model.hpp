@@ -593,7 +593,7 @@ struct Model {
 		const QString total = QString::number(rows.size());
 		return {{u"rows"_s, rows},
 			{u"count"_s, u"Tracks: "_s + (search.isEmpty() ? total : u"%1 of %2"_s.arg(shown).arg(total))},
-			{u"message"_s, message.isEmpty() ? message : u"⚠ File not found: "_s + message},
+			{u"message"_s, message.isEmpty() ? QJsonValue() : u"⚠ File not found: "_s + message},
 			{u"status"_s, status},
 			{u"sources"_s, all},
 			{u"scenes"_s, scenes},

@@ -406,7 +406,11 @@ void Soak::operate(bool racing)
 	add(world.orphaned() ? 0 : 2, "delete or recreate", [&] { sources[victim] ? unload(victim) : load(victim); });
 	add(1, "collection", [this] { switchCollection(); });
 	add(6, "slider", [this] { moveSlider(); });
-	addRacing(1, "suspend", [this] { send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING, &Model::suspend); });
+	addRacing(1, "suspend", [this] {
+		send(oneIn(2) ? OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING
+			      : OBS_FRONTEND_EVENT_SCENE_COLLECTION_CLEANUP,
+		     &Model::suspend);
+	});
 	addRacing(world.suspended ? 99 : 1, "resume",
 		  [this] { send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED, &Model::resume); });
 	addRacing(2, "refresh", [this] { reload(); });
@@ -515,7 +519,7 @@ QJsonObject Soak::seen() const
 	const auto *message = child<QLabel>("message");
 	return {{u"rows"_s, rows},
 		{u"count"_s, child<QLabel>("trackCount")->text()},
-		{u"message"_s, message->isHidden() ? QString() : message->text()},
+		{u"message"_s, message->isHidden() ? QJsonValue() : message->text()},
 		{u"status"_s, child<QLabel>("playbackTime")->accessibleDescription()},
 		{u"sources"_s, all},
 		{u"scenes"_s, static_cast<int>(sceneRequests->count())},

@@ -9,6 +9,7 @@ from pathlib import Path
 
 from show import MARK, Show, drag, edit_elsewhere, expect, paths_in, play, playing, program, queue_of, soon
 import faults
+import longrun
 import neighbours
 import package
 import remote
@@ -240,34 +241,33 @@ def refusal(show):
 
 SCENARIOS = {"queue": queue, "stream": stream, "refusal": refusal, "neighbours": neighbours.run,
              "faults": faults.run, "package-deb": package.run_deb, "package-archive": package.run_archive,
-             "remote": remote.run}
+             "remote": remote.run, "longrun": longrun.run}
 
 
-def main():
+def main(scenarios):
     parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("scenario", choices=SCENARIOS)
+    parser.add_argument("scenario", choices=scenarios)
     parser.add_argument("--module", type=Path)
     parser.add_argument("--data", type=Path)
     parser.add_argument("--layout", type=Path)
     parser.add_argument("--drag-source", type=Path)
     parser.add_argument("--packages", type=Path, help="the folder that ./dev package fills")
+    parser.add_argument("--minutes", type=float, default=60, help="how long the long run goes on")
     arguments = parser.parse_args()
     desktop = Desktop()
     show = Show(arguments)
     try:
-        SCENARIOS[arguments.scenario](show)
+        scenarios[arguments.scenario](show)
     except HostError as error:
         desktop.screenshot("host-failure.png")
         log = shutil.copy(show.obs.log_path, "host-failure.log") if show.obs else "none"
         print(f"FAILED: {error}\nscreenshot: {Path.cwd() / 'host-failure.png'}\nOBS log: {log}")
         return 1
     finally:
-        if show.obs:
-            show.obs.kill()
+        show.remove()
         desktop.close()
-        shutil.rmtree(show.folder, ignore_errors=True)
     return 0
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(main(SCENARIOS))

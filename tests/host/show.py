@@ -1,6 +1,7 @@
 """What the scenarios in the real OBS share: their media and runs, and how they look and wait."""
 
 import json
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -36,8 +37,9 @@ def soon(what, look, wanted, timeout=10):
 class Show:
     """The media, the configuration and the runs of OBS that one scenario takes."""
 
-    def __init__(self, arguments):
+    def __init__(self, arguments, with_module=True):
         self.arguments = arguments
+        self.module = arguments.module if with_module else None
         self.folder = Path(tempfile.mkdtemp(prefix="reelhouse-"))
         self.home = self.folder / "home"
         self.home.mkdir()
@@ -54,7 +56,7 @@ class Show:
         return path
 
     def start(self):
-        self.obs = Obs(self.home, self.arguments.module, self.arguments.data, self.port)
+        self.obs = Obs(self.home, self.module, self.arguments.data, self.port)
         self.obs.connect()
         return self.obs
 
@@ -67,6 +69,11 @@ class Show:
         expect("exit code", self.obs.process.wait(), 0)
         self.obs.kill()
         expect("complaints in the log", self.obs.complaints(), [])
+
+    def remove(self):
+        if self.obs:
+            self.obs.kill()
+        shutil.rmtree(self.folder, ignore_errors=True)
 
     def drag_in(self, *what, until):
         """Drags files from another program's window onto the list, and keeps that program until the drop shows."""
@@ -122,8 +129,8 @@ def queue_of(obs):
     return labels and [label.removeprefix(MARK) for label in labels]
 
 
-def edit_elsewhere(obs, *paths, **settings):
-    obs.request("SetInputSettings", inputName=SOURCE,
+def edit_elsewhere(obs, *paths, source=SOURCE, **settings):
+    obs.request("SetInputSettings", inputName=source,
                 inputSettings={"playlist": [{"value": str(path)} for path in paths], **settings})
 
 

@@ -56,7 +56,7 @@ def mouse():
 def measure_switches(obs, clips, repeats=18):
     """From the command to the source's "playing", by turns, each from one playing track to another."""
     ears, click = {source: Ears(obs.port, source) for source in (SOURCE, BARE)}, mouse()
-    row = obs.row(clips[1].name).point(0.3, 0.5)
+    xdotool("mousemove", "--sync", *obs.row(clips[1].name).point(0.3, 0.5))
     ways = {"set over the WebSocket": (BARE, lambda turn: edit_elsewhere(obs, clips[turn % 2], source=BARE)),
             "PlayTrack": (SOURCE, lambda turn: done(obs.client, "PlayTrack", index=0)),
             "double-click": (SOURCE, lambda turn: click())}
@@ -65,7 +65,6 @@ def measure_switches(obs, clips, repeats=18):
         for way, (source, act) in ways.items():
             time.sleep(0.5)  # longer than the two clicks of a double-click may be apart
             if way == "double-click":
-                xdotool("mousemove", "--sync", *row)
                 click()
                 time.sleep(0.06)
             start = time.perf_counter()

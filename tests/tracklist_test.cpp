@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "Host.hpp"
 
+#include <QComboBox>
 #include <QDir>
 #include <QPainter>
 
@@ -99,4 +100,22 @@ TEST_F(TrackList, RowsArePaintedInThreeColumns)
 	EXPECT_TRUE(inked(narrow, 0, 12));
 	EXPECT_FALSE(inked(narrow, 12, 50)) << "without room there is no label";
 	EXPECT_TRUE(inked(narrow, 50, narrow.width()));
+}
+
+// Records share their objects, but not their arrays.
+TEST_F(TrackList, ARecordIsWholeWhateverBecameOfTheLast)
+{
+	const OBSSource source = makeSource(u"S"_s, {makeFile(u"a"_s), makeFile(u"b"_s), makeFile(u"c"_s)});
+	show(source);
+	const QJsonObject whole = recordOf(source);
+	for (const char *key : {"tracks", "observed"}) {
+		OBSDataAutoRelease settings = obs_source_get_private_settings(source);
+		OBSDataAutoRelease record = obs_data_get_obj(settings, "OBS-Reelhouse");
+		OBSDataArrayAutoRelease array = obs_data_get_array(record, key);
+		obs_data_array_erase(array, 1);
+		EXPECT_EQ(valuesIn(recordOf(source), key).size(), 2);
+		child<QComboBox>("endMode")->setCurrentIndex(1);
+		child<QComboBox>("endMode")->setCurrentIndex(0);
+		EXPECT_EQ(recordOf(source), whole) << key;
+	}
 }

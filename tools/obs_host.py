@@ -74,7 +74,7 @@ class Desktop:
                           QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1", NO_AT_BRIDGE="1")
         os.environ.pop("WAYLAND_DISPLAY", None)
         os.environ.pop("XAUTHORITY", None)
-        self._start(["openbox"])
+        self._start(["openbox", "--config-file", str(Path(__file__).with_name("openbox.xml"))])
         self._start(["/usr/libexec/at-spi-bus-launcher", "--launch-immediately"])
 
     def _start(self, command, **options):

@@ -7,18 +7,13 @@ import shutil
 import sys
 import time
 from concurrent.futures import ThreadPoolExecutor
-from pathlib import Path
 from statistics import median
 
-sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "tests/host"))
-from show import Show, drag, edit_elsewhere, soon  # noqa: E402
-from neighbours import media_action  # noqa: E402
-from remote import done, items  # noqa: E402
-from scenario import main  # noqa: E402
-from watch import ENDED, STARTED, Ears, Pulse, cpu_seconds  # noqa: E402
-import obs_config  # noqa: E402
-from obs_config import SOURCE, scene, vlc_source  # noqa: E402
-from obs_host import HostError, press_key, wait_for, xdotool  # noqa: E402
+import obs_config
+from obs_config import SOURCE, scene, vlc_source
+from obs_host import HostError, press_key, wait_for, xdotool
+from show import Show, done, drag, edit_elsewhere, items, main, media_action, soon
+from watch import ENDED, STARTED, Ears, Pulse, cpu_seconds
 
 BARE = "Bare"  # a source that the dock leaves alone
 FRAME_MS = 1000 / 30
@@ -234,4 +229,4 @@ def bench(show):
 
 
 if __name__ == "__main__":
-    sys.exit(main({"bench": bench}))
+    sys.exit(main({"bench": bench}, __doc__))

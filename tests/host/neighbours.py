@@ -9,14 +9,10 @@ import sys
 import obs_config
 from obs_config import SOURCE, scene, vlc_source
 from obs_host import HostError, press_key, wait_for, xdotool
-from show import (MARK, answer, bring_back, by_id, drag, edit_elsewhere, expect, play, playing, press_in, queue_of,
-                  saved_collection, soon, source_in)
+from show import (MARK, answer, bring_back, by_id, drag, edit_elsewhere, expect, media_action, play, playing, press_in,
+                  queue_of, saved_collection, soon, source_in)
 
 LOOPING = {"loop": True, "playback_behavior": "pause_unpause"}
-
-
-def media_action(obs, name):
-    obs.request("TriggerMediaInputAction", inputName=SOURCE, mediaAction=f"OBS_WEBSOCKET_MEDIA_INPUT_ACTION_{name}")
 
 
 def hotkey(obs, name):

@@ -8,26 +8,14 @@ from websockets.exceptions import ConnectionClosed
 
 import obs_config
 from obs_config import SOURCE, scene, vlc_source
-from obs_host import CONTENT, VENDOR, VENDOR_EVENTS, Client, HostError, Obs, wait_for, xdotool
-from show import MARK, expect, paths_in, playing, program, queue_of, soon
+from obs_host import CONTENT, VENDOR, VENDOR_EVENTS, Client, Obs, wait_for, xdotool
+from show import MARK, done, expect, items, paths_in, playing, program, queue_of, soon
 
 CONNECTIONS = 4
 REQUESTS_EACH = 500
 EXITS = 20
 FLOODS = 5
 ON_THEIR_WAY = 50 // FLOODS  # of each flood
-
-
-def items(key, values):
-    return [{key: str(value)} for value in values]
-
-
-def done(client, request, **data):
-    """The answer of a request that is not refused."""
-    answer = client.dock(request, **data)
-    if not answer["success"]:
-        raise HostError(f"{request} {data} was refused: {answer['error']}, {answer['comment']}.")
-    return answer
 
 
 class Listener(Client):

@@ -1,22 +1,19 @@
 #!/usr/bin/env python3
 """Drives the dock in the real OBS, with the real VLC source and real media, as a person at the screen would."""
 
-import argparse
 import json
-import shutil
 import sys
-from pathlib import Path
 
-from show import MARK, Show, drag, edit_elsewhere, expect, paths_in, play, playing, program, queue_of, soon
+from gi.repository import Gio, GLib
+
 import faults
-import longrun
 import neighbours
+import obs_config
 import package
 import remote
-import obs_config
 from obs_config import SOURCE, scene, vlc_source
-from obs_host import CONTENT, Desktop, HostError, press_key, wait_for, xdotool
-from gi.repository import Gio, GLib
+from obs_host import CONTENT, HostError, press_key, wait_for, xdotool
+from show import MARK, drag, edit_elsewhere, expect, main, paths_in, play, playing, program, queue_of, soon
 
 
 def queue(show):
@@ -254,33 +251,8 @@ def refusal(show):
 
 SCENARIOS = {"queue": queue, "stream": stream, "refusal": refusal, "neighbours": neighbours.run,
              "faults": faults.run, "package-deb": package.run_deb, "package-archive": package.run_archive,
-             "remote": remote.run, "longrun": longrun.run}
-
-
-def main(scenarios):
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("scenario", choices=scenarios)
-    parser.add_argument("--module", type=Path)
-    parser.add_argument("--data", type=Path)
-    parser.add_argument("--layout", type=Path)
-    parser.add_argument("--drag-source", type=Path)
-    parser.add_argument("--packages", type=Path, help="the folder that ./dev package fills")
-    parser.add_argument("--minutes", type=float, default=60, help="how long the long run goes on")
-    arguments = parser.parse_args()
-    desktop = Desktop()
-    show = Show(arguments)
-    try:
-        scenarios[arguments.scenario](show)
-    except HostError as error:
-        desktop.screenshot("host-failure.png")
-        log = shutil.copy(show.obs.log_path, "host-failure.log") if show.obs else "none"
-        print(f"FAILED: {error}\nscreenshot: {Path.cwd() / 'host-failure.png'}\nOBS log: {log}")
-        return 1
-    finally:
-        show.remove()
-        desktop.close()
-    return 0
+             "remote": remote.run}
 
 
 if __name__ == "__main__":
-    sys.exit(main(SCENARIOS))
+    sys.exit(main(SCENARIOS, __doc__))

@@ -1,18 +1,18 @@
+#!/usr/bin/env python3
 """Thousands of track switches in the real OBS, beside an OBS without the dock whose source makes as many by itself.
 
 Judges that no switch is lost or made up and that both end cleanly, and prints what they took of memory and time.
 """
 
 import statistics
+import sys
 import time
 from concurrent.futures import ThreadPoolExecutor
 
 import obs_config
 from obs_config import SOURCE, scene, vlc_source
 from obs_host import HostError, wait_for
-from neighbours import media_action
-from remote import done
-from show import Show, edit_elsewhere, expect, playing, soon
+from show import Show, done, edit_elsewhere, expect, main, media_action, playing, soon
 from watch import ENDED, STARTED, Ears, Pulse, resident
 
 TRACKS = 10
@@ -168,3 +168,7 @@ def run(show):
     finally:
         other.remove()
     expect("switches that nobody had asked for", dock.seen - dock.asked, 0)
+
+
+if __name__ == "__main__":
+    sys.exit(main({"longrun": run}, __doc__))

@@ -1,17 +1,16 @@
-"""What the scenarios in the real OBS share: their media and runs, and how they look and wait."""
+"""What the tests and the measurements in the real OBS share: their media and runs, and how they look and wait."""
 
+import argparse
 import json
 import shutil
 import subprocess
-import sys
 import tempfile
 import time
 from pathlib import Path
 
-sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "tools"))
-import obs_config  # noqa: E402
-from obs_config import SOURCE  # noqa: E402
-from obs_host import HostError, Obs, free_port, wait_for, xdotool  # noqa: E402
+import obs_config
+from obs_config import SOURCE
+from obs_host import Desktop, HostError, Obs, free_port, wait_for, xdotool
 
 MARK = "▶\uFE0E "
 
@@ -134,6 +133,10 @@ def edit_elsewhere(obs, *paths, source=SOURCE, **settings):
                 inputSettings={"playlist": [{"value": str(path)} for path in paths], **settings})
 
 
+def media_action(obs, name):
+    obs.request("TriggerMediaInputAction", inputName=SOURCE, mediaAction=f"OBS_WEBSOCKET_MEDIA_INPUT_ACTION_{name}")
+
+
 def program(obs):
     return obs.request("GetCurrentProgramScene")["currentProgramSceneName"]
 
@@ -163,3 +166,41 @@ def saved_collection(show):
 
 def source_in(saved):
     return next(one for one in saved["sources"] if one["name"] == SOURCE)
+
+
+def items(key, values):
+    return [{key: str(value)} for value in values]
+
+
+def done(client, request, **data):
+    """The answer of a request that is not refused."""
+    answer = client.dock(request, **data)
+    if not answer["success"]:
+        raise HostError(f"{request} {data} was refused: {answer['error']}, {answer['comment']}.")
+    return answer
+
+
+def main(scenarios, description):
+    """Runs the scenario that the command line names; the exit code."""
+    parser = argparse.ArgumentParser(description=description)
+    parser.add_argument("scenario", choices=scenarios)
+    parser.add_argument("--module", type=Path)
+    parser.add_argument("--data", type=Path)
+    parser.add_argument("--layout", type=Path)
+    parser.add_argument("--drag-source", type=Path)
+    parser.add_argument("--packages", type=Path, help="the folder that ./dev package fills")
+    parser.add_argument("--minutes", type=float, default=60, help="how long the long run goes on")
+    arguments = parser.parse_args()
+    desktop = Desktop()
+    show = Show(arguments)
+    try:
+        scenarios[arguments.scenario](show)
+    except HostError as error:
+        desktop.screenshot("host-failure.png")
+        log = shutil.copy(show.obs.log_path, "host-failure.log") if show.obs else "none"
+        print(f"FAILED: {error}\nscreenshot: {Path.cwd() / 'host-failure.png'}\nOBS log: {log}")
+        return 1
+    finally:
+        show.remove()
+        desktop.close()
+    return 0

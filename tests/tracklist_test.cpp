@@ -95,6 +95,7 @@ TEST_F(TrackList, RowsArePaintedInThreeColumns)
 	EXPECT_FALSE(inked(wide, 200, 400 - sizeWidth)) << "a short label leaves room";
 	EXPECT_TRUE(inked(wide, 400 - sizeWidth, 400)) << "size";
 	EXPECT_NE(wide.copy(300, 0, 100, 20), paint(1, 400).copy(300, 0, 100, 20)) << "a missing file shows no size";
+	EXPECT_TRUE(inked(paint(1, 400), 400 - sizeWidth, 400)) << "but says that it is missing";
 	EXPECT_NE(paint(2, 400), paint(2, 400, Qt::ElideNone)) << "a long label is elided";
 	const QImage narrow = paint(0, sizeWidth + 20);
 	EXPECT_TRUE(inked(narrow, 0, 12));

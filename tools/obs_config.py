@@ -11,9 +11,13 @@ SOURCE = "Queue"
 MODULE = "obs-reelhouse"
 
 
-def write_config(home: Path, dock_layout: Path | None, websocket_port: int, password: str = "") -> None:
+def write_config(home: Path, dock_layout: Path | None, websocket_port: int, password: str = "",
+                 preview: bool = True) -> None:
     """Prepares a home folder for OBS, whose WebSocket server asks for the password if there is one. Without the program
-    that prints a dock layout, OBS keeps its own, with our dock closed."""
+    that prints a dock layout, OBS keeps its own, with our dock closed.
+
+    Whoever sends OBS clicks and keys goes without the preview: before each frame of it OBS takes whatever has come over
+    the X connection, which it shares with Qt, and throws it away, so that one event in some thousands is lost."""
     config = home / ".config/obs-studio"
     config.mkdir(parents=True, exist_ok=True)
     dock_state = dock_layout and subprocess.run([dock_layout], check=True, capture_output=True, text=True,
@@ -34,8 +38,9 @@ ProfileDir=Reelhouse
 SceneCollection=Reelhouse
 SceneCollectionFile=Reelhouse
 """
+    settings += f"\n[BasicWindow]\nPreviewEnabled={str(preview).lower()}\n"
     if dock_state:
-        settings += f"\n[BasicWindow]\nDockState={dock_state}\n"
+        settings += f"DockState={dock_state}\n"
     for name in ("global.ini", "user.ini"):
         (config / name).write_text(settings)
     profile = config / "basic/profiles/Reelhouse"

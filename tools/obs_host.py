@@ -74,7 +74,7 @@ class Desktop:
                           QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1", NO_AT_BRIDGE="1")
         os.environ.pop("WAYLAND_DISPLAY", None)
         os.environ.pop("XAUTHORITY", None)
-        self._start(["openbox", "--config-file", str(Path(__file__).with_name("openbox.xml"))])
+        self._start(["openbox"])
         self._start(["/usr/libexec/at-spi-bus-launcher", "--launch-immediately"])
 
     def _start(self, command, **options):
@@ -156,11 +156,7 @@ class Widget:
 
     def click(self, across=0.5, down=0.5, button=1, times=1):
         x, y = self.point(across, down)
-        xdotool("mousemove", "--sync", x, y)
-        # OBS answers between two events: a press that came together with the pointer got lost now and then.
-        with contextlib.suppress(GLib.Error):
-            self.box
-        xdotool("click", "--repeat", times, "--delay", 60, button)
+        xdotool("mousemove", "--sync", x, y, "click", "--repeat", times, "--delay", 60, button)
 
     def focus(self):
         self.node.get_component_iface().grab_focus()

@@ -43,7 +43,7 @@ class Show:
         self.home = self.folder / "home"
         self.home.mkdir()
         self.port = free_port()
-        obs_config.write_config(self.home, arguments.layout, self.port)
+        obs_config.write_config(self.home, arguments.layout, self.port, preview=False)
         self.obs = None
 
     def clip(self, name, seconds=3):

@@ -12,7 +12,7 @@ import obs_config
 import package
 import remote
 from obs_config import SOURCE, scene, vlc_source
-from obs_host import CONTENT, HostError, press_key, wait_for, xdotool
+from obs_host import CONTENT, press_key, wait_for, xdotool
 from show import MARK, drag, edit_elsewhere, expect, main, paths_in, play, playing, program, queue_of, soon
 
 
@@ -105,18 +105,13 @@ def times_and_seeks(show, obs, names, clips):
 
 
 def select_in_obs(obs):
-    """Chooses the source in OBS's own list. Now and then a click marks the row alone, as the toolbar below tells."""
+    """Chooses the source in OBS's own list."""
     row = obs.find(lambda node: node.get_name() == SOURCE and node.get_accessible_id().endswith(".sources"),
                    "the source in OBS's own list")
     toolbar = obs.find(lambda node: node.get_accessible_id().endswith(".contextSourceLabel"), "OBS's source toolbar")
-    for _ in range(3):
-        row.click(down=3)  # below all rows, which takes the mark away
-        row.click()
-        try:
-            return soon("OBS's selected source", lambda: toolbar.name, SOURCE, 2)
-        except HostError as error:
-            failure = error
-    raise failure
+    row.click(down=3)  # below all rows, which takes the mark away
+    row.click()
+    soon("OBS's selected source", lambda: toolbar.name, SOURCE)
 
 
 def editing(show, obs, names, clips):

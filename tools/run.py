@@ -17,8 +17,8 @@ from obs_host import CONTENT, Desktop, HostError, Obs, free_port, press_key, wai
 PLAYED_MS = 1000
 
 
-def prepare(home, layout, media, port, password=""):
-    obs_config.write_config(home, layout, port, password)
+def prepare(home, layout, media, port, **options):
+    obs_config.write_config(home, layout, port, **options)
     source = obs_config.vlc_source(media)
     obs_config.write_collection(home, [obs_config.scene(obs_config.SCENE, source)], [source])
     obs_config.remember_source(home, source)
@@ -27,7 +27,7 @@ def prepare(home, layout, media, port, password=""):
 def open_on_display(arguments):
     # With a password, because the server can be reached from the network.
     port, password = free_port(), secrets.token_urlsafe()
-    prepare(arguments.home, arguments.layout, arguments.media, port, password)
+    prepare(arguments.home, arguments.layout, arguments.media, port, password=password)
     print(f"WebSocket server: localhost:{port}, password {password}", flush=True)
     environment = {**os.environ, "HOME": str(arguments.home), "XDG_CONFIG_HOME": str(arguments.home / ".config"),
                    "OBS_PLUGINS_PATH": str(arguments.module.parent), "OBS_PLUGINS_DATA_PATH": str(arguments.data)}
@@ -66,9 +66,20 @@ def show_search(obs, label):
     press_key("Escape")
 
 
+def enable_preview(obs):
+    """Has OBS show its preview, and lets the track play on meanwhile, so that there is a picture in it."""
+    obs.find(lambda node: node.get_accessible_id().endswith(".enablePreviewButton"), "OBS's disabled preview").press()
+    start = obs.media(SOURCE)[1]
+
+    def played_on():
+        state, position, _ = obs.media(SOURCE)
+        return state != "playing" or position >= start + PLAYED_MS // 2
+    wait_for("the track plays on under the preview", played_on, 10)
+
+
 def play_through(arguments):
     port = free_port()
-    prepare(arguments.home, arguments.layout, arguments.media, port)
+    prepare(arguments.home, arguments.layout, arguments.media, port, preview=bool(arguments.film))
     desktop = Desktop("1280x800")
     obs = None
     try:
@@ -78,14 +89,15 @@ def play_through(arguments):
         obs.fill_screen()
         labels = wait_for("the dock lists the queue", obs.labels, 10)
         with desktop.film(arguments.film) if arguments.film else contextlib.nullcontext():
-            for number, label in enumerate(labels):
+            for label in labels:
                 state, position = play_track(obs, label)
                 print(f"{label}: {state}, {position / 1000:.1f} s", flush=True)
-                if number == 0:
-                    desktop.screenshot(arguments.screenshot)
-                    print(f"screenshot: {arguments.screenshot}", flush=True)
             if arguments.film:
                 show_search(obs, labels[1])
+        if not arguments.film:
+            enable_preview(obs)
+        desktop.screenshot(arguments.screenshot)
+        print(f"screenshot: {arguments.screenshot}", flush=True)
         obs.quit()
         if obs.complaints():
             raise HostError("OBS did not end cleanly: " + "; ".join(obs.complaints()))

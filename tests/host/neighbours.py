@@ -3,6 +3,7 @@
 import contextlib
 import json
 import os
+import re
 import subprocess
 import sys
 
@@ -82,7 +83,8 @@ def unmanaged_source(obs, clips):
 
 def open_properties(obs):
     obs.request("OpenInputPropertiesDialog", inputName=SOURCE)
-    return by_id(obs, ".OBSBasicProperties.buttonBox", "the Properties dialog")
+    return obs.find(lambda node: re.search(r"\.OBSBasicProperties\b.*\.buttonBox$", node.get_accessible_id()),
+                    "the Properties dialog")
 
 
 def cancelled_dialogs(show, obs, clips):
@@ -167,6 +169,8 @@ def discarded_dialog(show, obs, clips):
 def hands_in_the_list(show, obs, clips, shorts):
     """A drag, a menu and a held key act on what they were begun on, though the playing track ends meanwhile."""
     names = [clip.name for clip in clips]
+    # Not from the last row: a drag that rests near an edge scrolls the list.
+    picked, rest = names[1], [names[0], *names[2:]]
     short_names = [clip.name for clip in shorts]
 
     def queue(what, wanted):
@@ -177,14 +181,14 @@ def hands_in_the_list(show, obs, clips, shorts):
     obs.choose("endMode", "Play Next")
 
     play(obs, shorts[0])
-    drag(obs, obs.row(names[3]).point(0.3, 0.5), obs.row(short_names[0]).point(0.3, 0.1),
+    drag(obs, obs.row(picked).point(0.3, 0.5), obs.row(short_names[0]).point(0.3, 0.1),
          meanwhile=lambda: wait_for("the track ends", lambda: playing(obs, shorts[1]), 15))
-    queue("the row that was picked up is dropped", [names[3], *short_names, *names[:3]])
+    queue("the row that was picked up is dropped", [picked, *short_names, *rest])
 
     play(obs, shorts[0])
-    obs.menu(names[3], "Remove", disabled=["Move Up", "Move to Top", "Undo Remove"],
+    obs.menu(picked, "Remove", disabled=["Move Up", "Move to Top", "Undo Remove"],
              meanwhile=lambda: wait_for("the track ends", lambda: playing(obs, shorts[1]), 15))
-    queue("the menu's row is removed", [*short_names, *names[:3]])
+    queue("the menu's row is removed", [*short_names, *rest])
     wait_for("the track on air goes on", lambda: playing(obs, shorts[1]), 1)
 
     obs.choose("endMode", "Stop")
@@ -192,9 +196,9 @@ def hands_in_the_list(show, obs, clips, shorts):
     plays_on(obs, clips[2])
     obs.row(short_names[0]).click(across=0.3)
     xdotool("keydown", "Delete", "sleep", "1.5", "keyup", "Delete")
-    queue("one press removes once", [short_names[1], *names[:3]])
+    queue("one press removes once", [short_names[1], *rest])
     press_key("ctrl+z")
-    queue("and comes back whole", [*short_names, *names[:3]])
+    queue("and comes back whole", [*short_names, *rest])
 
 
 def seeking_by_hand(obs, clip):
@@ -217,9 +221,9 @@ def seeking_by_hand(obs, clip):
     media_action(obs, "PLAY")
 
 
-def other_keyboard(obs, clips):
+def other_keyboard(obs, label):
     """Undo and Find under a layout without Latin letters."""
-    obs.row(clips[1].name).click(across=0.3)
+    obs.row(label).click(across=0.3)
     before = obs.labels()
     press_key("Delete")
     soon("a row is removed", lambda: len(obs.labels()), len(before) - 1)
@@ -289,6 +293,6 @@ def run(show):
     obs = discarded_dialog(show, obs, clips)
     hands_in_the_list(show, obs, clips, shorts)
     seeking_by_hand(obs, clips[2])
-    silent_file_manager(show, obs, clips[1])
-    other_keyboard(obs, clips)
+    silent_file_manager(show, obs, clips[0])
+    other_keyboard(obs, clips[0].name)
     show.end()

@@ -231,6 +231,13 @@ void Host::endObs()
 		return;
 	frontend->scenes.clear();
 	frontend->program = frontend->preview = nullptr;
+	// As OBS does; libobs 32 itself holds a scene until it is removed.
+	obs_enum_scenes(
+		[](void *, obs_source_t *scene) {
+			obs_source_remove(scene);
+			return true;
+		},
+		nullptr);
 	// Sources are destroyed on a thread of libobs's, which its shutdown does not wait for. What a scene or a group
 	// held is queued there only when itself is destroyed; no test nests them deeper.
 	for (int depth = 0; depth < 5; depth++)

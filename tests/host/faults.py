@@ -61,8 +61,9 @@ def killed_at_any_moment(show, clips):
         obs.kill()
         saved = source_in(saved_collection(show)[1])
         playlist = [{"value": one["value"]} for one in saved["settings"]["playlist"]]
-        # Until OBS has saved for the first time there is no record, and the queue is the playlist.
-        record = saved.get("private_settings", {}).get("OBS-Reelhouse", {"tracks": playlist, "observed": playlist})
+        # Until OBS has saved for the first time there are no private settings, and the queue is the playlist.
+        unsaved = {"OBS-Reelhouse": {"tracks": playlist, "observed": playlist}}
+        record = saved.get("private_settings", unsaved)["OBS-Reelhouse"]
         if paths_in(record) not in history:
             # The edit that the kill came into the middle of: no other queue differs from one of these by one step.
             expect("the number of tracks saved", abs(len(record["tracks"]) - len(history[-1])) <= 1, True)

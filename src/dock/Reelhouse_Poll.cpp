@@ -8,7 +8,6 @@
 #include <cstdlib>
 #include <utility>
 
-#include "dock/paths.hpp"
 #include "dock/text.hpp"
 #include "dock/widgets/SeekSlider.hpp"
 
@@ -48,8 +47,9 @@ const char *statusKey(obs_media_state state)
 
 void Reelhouse::tick()
 {
-	if (suspended || shutDown)
+	if (!isActive())
 		return;
+	const Operation operation(this);
 	tickCount++;
 	const bool refreshing = tickCount % ticksPerRefresh == 0;
 	if (refreshing)
@@ -63,13 +63,8 @@ void Reelhouse::tick()
 		updateButtons();
 		return;
 	}
-	if (refreshing) {
-		OBSDataAutoRelease settings = obs_source_get_settings(source);
-		if (!holdsPaths(settings, playlistKey, observed.paths)) {
-			loadQueue(source, true);
-			clearError();
-		}
-	}
+	if (refreshing)
+		takeOutsideEdit(source);
 
 	const obs_media_state state = obs_source_media_get_state(source);
 	durationMs = std::max<qint64>(obs_source_media_get_duration(source), 0);

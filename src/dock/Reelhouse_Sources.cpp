@@ -146,8 +146,9 @@ bool showsExactly(const QComboBox *selector, const SourceListing &sources)
 
 void Reelhouse::refreshSources()
 {
-	if (suspended || shutDown)
+	if (!isActive())
 		return;
+	const Operation operation(this);
 	SourceListing sources = listVlcSources();
 	if (!sources.isEmpty())
 		labelWithScenes(sources);
@@ -197,6 +198,7 @@ bool Reelhouse::selectSource(const QString &uuid)
 // The user's own choice, which is remembered; a refresh that finds another source to bind is not.
 void Reelhouse::chooseSource()
 {
+	const Operation operation(this);
 	sourceUuid = sourceSelector->currentData().toString();
 	bindSource(sourceUuid);
 	saveSelection();
@@ -204,6 +206,7 @@ void Reelhouse::chooseSource()
 
 void Reelhouse::reloadSource()
 {
+	const Operation operation(this);
 	refreshSources();
 	OBSSourceAutoRelease source = lockSource();
 	if (!source)
@@ -214,6 +217,7 @@ void Reelhouse::reloadSource()
 
 void Reelhouse::bindSource(const QString &uuid)
 {
+	const Operation operation(this);
 	rememberView();
 	cancelSwitch();
 	disconnectSource();
@@ -252,4 +256,9 @@ OBSSourceAutoRelease Reelhouse::lockSource() const
 	if (source && obs_source_removed(source))
 		return nullptr;
 	return source;
+}
+
+OBSSourceAutoRelease Reelhouse::lockActive() const
+{
+	return isActive() ? lockSource() : nullptr;
 }

@@ -10,8 +10,6 @@ namespace reelhouse {
 
 namespace {
 
-using Track = Reelhouse::Track;
-
 // Nothing is done before everything is read and found right: each of these starts with what it reads.
 
 qsizetype findTrack(Call &call, const QString &id)
@@ -44,7 +42,7 @@ OBSDataArrayAutoRelease trackArray(const QList<Track> &tracks, qsizetype offset,
 		setTrack(item, i, track);
 		if (track.size >= 0)
 			obs_data_set_int(item, "sizeBytes", track.size);
-		else if (track.size == Reelhouse::SizeMissing)
+		else if (track.size == SizeMissing)
 			obs_data_set_bool(item, "missing", true);
 		obs_data_array_push_back(array, item);
 	}
@@ -185,7 +183,7 @@ void removeTracks(Call &call)
 void undoRemove(Call &call)
 {
 	if (call.dock.canUndoRemove())
-		call.succeed(countAnswer(call.dock.undoRemove()));
+		call.succeed(countAnswer(call.dock.undoRemoveQuietly()));
 	else
 		call.refuse(Refusal::NothingToUndo);
 }

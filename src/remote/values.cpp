@@ -50,11 +50,6 @@ const char *mediaStateName(obs_media_state state)
 	}
 }
 
-void setText(obs_data_t *data, const char *key, const QString &text)
-{
-	obs_data_set_string(data, key, text.toUtf8().constData());
-}
-
 void setSource(obs_data_t *data, obs_source_t *source)
 {
 	obs_data_set_string(data, "sourceName", source ? obs_source_get_name(source) : "");

@@ -9,7 +9,7 @@
 #include <array>
 #include <utility>
 
-#include "dock/Reelhouse.hpp"
+#include "dock/Track.hpp"
 #include "dock/text.hpp"
 
 using namespace Qt::StringLiterals;
@@ -78,8 +78,8 @@ void TrackDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option,
 				    row.palette, enabled, text, color);
 	};
 
-	const qint64 size = index.data(Reelhouse::SizeRole).toLongLong();
-	const bool missing = size == Reelhouse::SizeMissing;
+	const qint64 size = index.data(SizeRole).toLongLong();
+	const bool missing = size == SizeMissing;
 	painter->save();
 	draw(numberRect, Qt::AlignRight, bold, QString::number(index.row() + 1));
 	draw(sizeRect, Qt::AlignRight, missing ? bold : row.font, missing ? ui("MissingFile") : sizeText(size));

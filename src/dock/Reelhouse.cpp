@@ -145,7 +145,7 @@ void Reelhouse::cancelSwitch()
 {
 	const Operation operation(this);
 	seekTargetMs = -1;
-	restSlider();
+	endStepping();
 	const bool wasPending = switchPending;
 	{
 		const std::lock_guard lock(switchMutex);

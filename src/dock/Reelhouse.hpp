@@ -219,7 +219,7 @@ private:
 	void tick();
 	void followSeek(qint64 positionMs);
 	void describePlayback(obs_media_state state, qint64 positionMs);
-	void followEnd(obs_media_state state);
+	void applyEndMode(obs_media_state state);
 	// These three are called by libobs on a thread of its own.
 	static void mediaStopped(void *data, calldata_t *params);
 	static void mediaNext(void *data, calldata_t *params);
@@ -231,10 +231,10 @@ private:
 	// Reelhouse_Transport.cpp
 	void updateTime(qint64 positionMs);
 	void toggleTimeDisplay();
-	void takeSlider();
-	void stepSlider(int value);
-	void restSlider();
-	void releaseSlider();
+	void beginSeek();
+	void stepSeek(int value);
+	void endStepping();
+	void endSeek();
 	void seekToSlider();
 	bool isSliderHeld() const;
 	qint64 timeAtSlider(int value) const;
@@ -257,7 +257,7 @@ private:
 	void rememberView();
 	void restoreView(const QString &uuid);
 	QListWidgetItem *findRow(const QString &id, bool shownOnly) const;
-	QString needle() const;
+	QString searchText() const;
 	// 0, 1, or 2 for any larger number of selected rows that the search does not hide.
 	int visibleSelectionCount() const;
 

@@ -190,7 +190,8 @@ void Reelhouse::moveSelected(int delta)
 		return;
 	const int from = playlistWidget->currentRow();
 	const int to = from + delta;
-	if (visibleSelectionCount() != 1 || !needle().isEmpty() || from < 0 || to < 0 || to >= playlistWidget->count())
+	if (visibleSelectionCount() != 1 || !searchText().isEmpty() || from < 0 || to < 0 ||
+	    to >= playlistWidget->count())
 		return;
 	reordering = true;
 	QListWidgetItem *row = playlistWidget->takeItem(from);
@@ -212,7 +213,7 @@ void Reelhouse::moveTrack(const QString &id, int index)
 	reordering = false;
 	orderChanged();
 	// Another row has the number that is looked for.
-	if (needle().startsWith(u'#'))
+	if (searchText().startsWith(u'#'))
 		filterList();
 }
 

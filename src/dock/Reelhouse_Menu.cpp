@@ -101,7 +101,7 @@ void Reelhouse::updateMenuActions(bool active, const QString &selected)
 	openFolderAction->setEnabled(active && !selected.isEmpty() && selectionCount == 1 && row->isSelected() &&
 				     !localFilePath(row->data(PathRole).toString()).isEmpty());
 
-	const bool movable = active && selectionCount == 1 && needle().isEmpty();
+	const bool movable = active && selectionCount == 1 && searchText().isEmpty();
 	const int current = playlistWidget->currentRow();
 	moveUpAction->setEnabled(movable && current > 0);
 	moveDownAction->setEnabled(movable && current + 1 < playlistWidget->count());

@@ -33,7 +33,7 @@ bool Reelhouse::playTrack(const QString &id, bool withSceneSwitch)
 	playbackArmed = false;
 	refusedIds.remove(id);
 	seekTargetMs = -1;
-	restSlider();
+	endStepping();
 	sceneSwitchWanted = withSceneSwitch;
 	const QString previousId = currentId;
 	currentId = track->id;

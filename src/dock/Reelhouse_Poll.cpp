@@ -72,7 +72,7 @@ void Reelhouse::tick()
 	followSeek(positionMs);
 	describePlayback(state, positionMs);
 	updateButtons();
-	followEnd(state);
+	applyEndMode(state);
 }
 
 void Reelhouse::followSeek(qint64 positionMs)
@@ -100,7 +100,7 @@ void Reelhouse::describePlayback(obs_media_state state, qint64 positionMs)
 		timeLabel->setAccessibleDescription(description);
 }
 
-void Reelhouse::followEnd(obs_media_state state)
+void Reelhouse::applyEndMode(obs_media_state state)
 {
 	// Most polls bring nothing new and need not search the queue: the track plays on, or none is to end.
 	if (!managed || (state == OBS_MEDIA_STATE_PLAYING) == playbackArmed)

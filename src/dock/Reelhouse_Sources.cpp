@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "dock/paths.hpp"
+#include "dock/scenes.hpp"
 #include "dock/text.hpp"
 
 using namespace reelhouse;
@@ -72,12 +73,6 @@ std::vector<NamedScene> allScenes()
 	return scenes;
 }
 
-struct SceneWalk {
-	const QString &sceneName;
-	ScenesBySource &scenesBySource;
-	QSet<obs_source_t *> &visited;
-};
-
 } // namespace
 
 namespace reelhouse {
@@ -88,27 +83,15 @@ void collectSceneSources(obs_source_t *source, const QString &sceneName, ScenesB
 {
 	if (!source)
 		return;
-	const bool isVlc = isVlcSource(source);
-	obs_scene_t *scene = obs_scene_from_source(source);
-	if (!scene)
-		scene = obs_group_from_source(source);
-	// Most items are neither, and need no remembering.
-	if ((!isVlc && !scene) || visited.contains(source))
-		return;
-	visited.insert(source);
-	if (isVlc) {
-		scenesBySource[uuidOf(source)].append(sceneName);
-		return;
-	}
-	SceneWalk walk{sceneName, scenesBySource, visited};
-	obs_scene_enum_items(
-		scene,
-		[](obs_scene_t *, obs_sceneitem_t *item, void *data) {
-			const auto &[name, found, seen] = *static_cast<SceneWalk *>(data);
-			collectSceneSources(obs_sceneitem_get_source(item), name, found, seen);
+	if (!isVlcSource(source)) {
+		visitItems(source, visited, [&](obs_source_t *shown) {
+			collectSceneSources(shown, sceneName, scenesBySource, visited);
 			return true;
-		},
-		&walk);
+		});
+	} else if (!visited.contains(source)) {
+		visited.insert(source);
+		scenesBySource[uuidOf(source)].append(sceneName);
+	}
 }
 
 } // namespace reelhouse

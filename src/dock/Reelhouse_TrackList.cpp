@@ -58,20 +58,20 @@ void measureTracks(QList<Track> &tracks)
 // Which rows a search text shows: the row of a number after "#", else every row whose path contains the text.
 class RowFilter {
 public:
-	explicit RowFilter(const QString &needle_) : needle(needle_), byNumber(needle.startsWith(u'#'))
+	explicit RowFilter(const QString &text_) : text(text_), byNumber(text.startsWith(u'#'))
 	{
 		// What is no number reads 0, which is no row's.
 		if (byNumber)
-			numberedRow = qint64(QStringView(needle).mid(1).toInt()) - 1;
+			numberedRow = qint64(QStringView(text).mid(1).toInt()) - 1;
 	}
 
 	bool shows(int row, const QString &path) const
 	{
-		return byNumber ? row == numberedRow : path.contains(needle, Qt::CaseInsensitive);
+		return byNumber ? row == numberedRow : path.contains(text, Qt::CaseInsensitive);
 	}
 
 private:
-	const QString needle;
+	const QString text;
 	const bool byNumber;
 	qint64 numberedRow = -1;
 };
@@ -155,7 +155,7 @@ void Reelhouse::showQuietly()
 										: QItemSelectionModel::ClearAndSelect);
 	}
 	// Another row has the number that is looked for.
-	if (wasEmpty || needle().startsWith(u'#'))
+	if (wasEmpty || searchText().startsWith(u'#'))
 		filterList();
 	// At once, so that the scroll bar's range fits the rows before its value is set.
 	playlistWidget->doItemsLayout();
@@ -189,7 +189,7 @@ void Reelhouse::filterList()
 	const QSignalBlocker blocker(playlistWidget);
 	filterRows();
 	// Without a filter the user's own row stays.
-	if (!needle().isEmpty() || !playlistWidget->currentItem()) {
+	if (!searchText().isEmpty() || !playlistWidget->currentItem()) {
 		QListWidgetItem *first = nullptr;
 		for (int i = 0; i < playlistWidget->count() && !first; i++) {
 			if (!playlistWidget->isRowHidden(i))
@@ -199,14 +199,14 @@ void Reelhouse::filterList()
 		if (first)
 			playlistWidget->scrollToItem(first, QAbstractItemView::EnsureVisible);
 	}
-	playlistWidget->setDragEnabled(needle().isEmpty());
+	playlistWidget->setDragEnabled(searchText().isEmpty());
 	showCount();
 	updateButtons();
 }
 
 void Reelhouse::filterRows()
 {
-	const RowFilter filter(needle());
+	const RowFilter filter(searchText());
 	shownCount = 0;
 	for (int i = 0; i < playlistWidget->count(); i++) {
 		const bool shown = filter.shows(i, playlistWidget->trackRow(i)->path());
@@ -219,8 +219,8 @@ void Reelhouse::filterRows()
 
 void Reelhouse::showCount()
 {
-	trackCountLabel->setText(needle().isEmpty() ? ui("TrackCount").arg(tracks.size())
-						    : ui("FilteredCount").arg(shownCount).arg(tracks.size()));
+	trackCountLabel->setText(searchText().isEmpty() ? ui("TrackCount").arg(tracks.size())
+							: ui("FilteredCount").arg(shownCount).arg(tracks.size()));
 }
 
 QListWidgetItem *Reelhouse::findRow(const QString &id, bool shownOnly) const
@@ -233,7 +233,7 @@ QListWidgetItem *Reelhouse::findRow(const QString &id, bool shownOnly) const
 	return nullptr;
 }
 
-QString Reelhouse::needle() const
+QString Reelhouse::searchText() const
 {
 	return searchEdit->text().trimmed();
 }
@@ -257,14 +257,14 @@ void Reelhouse::rememberView()
 	if (!source)
 		return;
 	views.insert(QString::fromUtf8(obs_source_get_uuid(source)),
-		     ViewState{selectedId(), needle(), playlistWidget->verticalScrollBar()->value()});
+		     ViewState{selectedId(), searchText(), playlistWidget->verticalScrollBar()->value()});
 }
 
 void Reelhouse::restoreView(const QString &uuid)
 {
 	const auto view = views.constFind(uuid);
 	// Switching sources leaves the search text alone, and a view only fits the filter that it was remembered with.
-	if (view == views.cend() || needle() != view->searchText)
+	if (view == views.cend() || searchText() != view->searchText)
 		return;
 
 	QListWidgetItem *row = nullptr;

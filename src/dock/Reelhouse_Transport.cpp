@@ -65,21 +65,21 @@ qint64 Reelhouse::timeAtSlider(int value) const
 
 // A seek is meant for the media that the user saw when he took the slider. Every switch, stop, bind, reload and suspend
 // has a serial of its own, and what is released after one seeks nothing.
-void Reelhouse::takeSlider()
+void Reelhouse::beginSeek()
 {
-	restSlider();
+	endStepping();
 	seekSerial = switchSerial;
 	seekTargetMs = -1;
 	updateTime(timeAtSlider(seekSlider->value()));
 }
 
 // Keys, the wheel and assistive technology say no more than the new value: the seek follows when they rest.
-void Reelhouse::stepSlider(int value)
+void Reelhouse::stepSeek(int value)
 {
 	if (seekSlider->isSliderDown())
 		return;
 	if (!steppingSlider)
-		takeSlider();
+		beginSeek();
 	steppingSlider = true;
 	if (!seekSlider->isKeyDown())
 		seekDebounce.start();
@@ -87,16 +87,16 @@ void Reelhouse::stepSlider(int value)
 }
 
 // Ends stepping without a seek.
-void Reelhouse::restSlider()
+void Reelhouse::endStepping()
 {
 	steppingSlider = false;
 	seekDebounce.stop();
 }
 
 // Assistive technology and some styles release a slider that they never pressed.
-void Reelhouse::releaseSlider()
+void Reelhouse::endSeek()
 {
-	restSlider();
+	endStepping();
 	if (std::exchange(seekSerial, std::nullopt).value_or(switchSerial) == switchSerial)
 		seekToSlider();
 }

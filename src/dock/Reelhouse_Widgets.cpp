@@ -31,8 +31,8 @@ constexpr QSize transportButtonSize(22, 22);
 constexpr QSize transportIconSize(14, 14);
 
 // The themes give selectors and fields vertical margins of their own, which cut the text at this row height.
-const QString selectorStyle = u"QComboBox { margin-top: 0; margin-bottom: 0; }"_s;
-const QString fieldStyle = u"QLineEdit { margin-top: 0; margin-bottom: 0; }"_s;
+constexpr QLatin1String selectorStyle("QComboBox { margin-top: 0; margin-bottom: 0; }");
+constexpr QLatin1String fieldStyle("QLineEdit { margin-top: 0; margin-bottom: 0; }");
 
 QToolButton *makeToolButton(QWidget *parent, const QString &name, const char *textKey, const QString &iconClass)
 {
@@ -276,15 +276,15 @@ void Reelhouse::connectSignals()
 	connect(previousButton, &QToolButton::clicked, this, [this] { playRelative(-1); });
 	connect(nextButton, &QToolButton::clicked, this, [this] { playRelative(1); });
 	connect(stopButton, &QToolButton::clicked, this, &Reelhouse::stopPlayback);
-	connect(seekSlider, &QSlider::sliderPressed, this, &Reelhouse::takeSlider);
+	connect(seekSlider, &QSlider::sliderPressed, this, &Reelhouse::beginSeek);
 	connect(seekSlider, &QSlider::sliderMoved, this, [this](int value) { updateTime(timeAtSlider(value)); });
-	connect(seekSlider, &QSlider::sliderReleased, this, &Reelhouse::releaseSlider);
-	connect(seekSlider, &QSlider::valueChanged, this, &Reelhouse::stepSlider);
+	connect(seekSlider, &QSlider::sliderReleased, this, &Reelhouse::endSeek);
+	connect(seekSlider, &QSlider::valueChanged, this, &Reelhouse::stepSeek);
 	connect(seekSlider, &SeekSlider::keysReleased, this, [this] {
 		if (steppingSlider)
 			seekDebounce.start();
 	});
-	connect(&seekDebounce, &QTimer::timeout, this, &Reelhouse::releaseSlider);
+	connect(&seekDebounce, &QTimer::timeout, this, &Reelhouse::endSeek);
 	connect(endModeSelector, &QComboBox::currentIndexChanged, this, &Reelhouse::setEndMode);
 }
 

@@ -23,8 +23,8 @@ EQUAL = {"AddFiles": "Basic.PropertiesWindow.AddFiles", "MoveTop": "Basic.MainMe
 PART = {"SelectSource": "VLCSource", "ImportPlaylist": "Import", "ExportPlaylist": "Export",
         "Play": "PlayPause ContextBar.MediaControls.PlayMedia", "Stop": "Stop ContextBar.MediaControls.StopMedia",
         "Pause": "PlayPause ContextBar.MediaControls.PauseMedia Basic.Main.PauseRecording Hotkeys.Pause"}
-# Here OBS's text means a layer of the picture, or several files.
-OTHERWISE = {"zh-CN MoveTop", "zh-CN MoveBottom", "zh-TW MoveTop", "zh-TW MoveBottom", "uk-UA MissingFile"}
+# Here OBS's text means a layer of the picture or several files, or is encoded in another way.
+OTHERWISE = "zh-CN MoveTop, zh-CN MoveBottom, zh-TW MoveTop, zh-TW MoveBottom, uk-UA MissingFile, th-TH ImportPlaylist"
 
 
 def read(path):

@@ -3,7 +3,6 @@
 
 import re
 import sys
-from collections import Counter
 from pathlib import Path
 
 # The escapes are those that libobs resolves.
@@ -20,11 +19,12 @@ EQUAL = {"AddFiles": "Basic.PropertiesWindow.AddFiles", "MoveTop": "Basic.MainMe
          "MoveDown": "Basic.MainMenu.Edit.Order.MoveDown", "MoveBottom": "Basic.MainMenu.Edit.Order.MoveToBottom",
          "Previous": "PlaylistPrev", "Next": "PlaylistNext", "Refresh": "RefreshBrowser", "NoTextSource": "None"}
 # The same, of texts one of which contains ours or is contained in it.
-PART = {"SelectSource": "VLCSource", "ImportPlaylist": "Import", "ExportPlaylist": "Export",
+PART = {"ImportPlaylist": "Import", "ExportPlaylist": "Export",
         "Play": "PlayPause ContextBar.MediaControls.PlayMedia", "Stop": "Stop ContextBar.MediaControls.StopMedia",
         "Pause": "PlayPause ContextBar.MediaControls.PauseMedia Basic.Main.PauseRecording Hotkeys.Pause"}
-# Here OBS's text means a layer of the picture or several files, or is encoded in another way.
-OTHERWISE = "zh-CN MoveTop, zh-CN MoveBottom, zh-TW MoveTop, zh-TW MoveBottom, uk-UA MissingFile, th-TH ImportPlaylist"
+# Here OBS's text means a layer of the picture or several files, is encoded otherwise, or differs between its releases.
+OTHERWISE = ("zh-CN MoveTop, zh-CN MoveBottom, zh-TW MoveTop, zh-TW MoveBottom, uk-UA MissingFile, "
+             "th-TH ImportPlaylist, he-IL MoveTop, he-IL MoveBottom, ja-JP MissingFile")
 
 
 def read(path):
@@ -33,7 +33,7 @@ def read(path):
     lines = [line for line in path.read_bytes().decode(errors="backslashreplace").split("\n") if line]
     entries = [entry.groups() for entry in map(LINE.fullmatch, lines) if entry]
     faults = [f'no plain KEY="text": {line!r}' for line in lines if not LINE.fullmatch(line) or LEFTOVER.search(line)]
-    faults += [f"{key} is repeated" for key, count in Counter(key for key, _ in entries).items() if count > 1]
+    faults += [f"{key} is repeated" for key in dict(entries) if [other for other, _ in entries].count(key) > 1]
     return dict(entries), faults
 
 
@@ -49,8 +49,8 @@ def strange_words(texts, language, obs):
     """The texts that OBS has in other words, where its file of the language is installed and has them."""
     files = [obs / part / "locale" / f"{language}.ini" for part in ("obs-plugins/vlc-video", "obs-studio")]
     content = "\n".join(file.read_text("utf-8-sig") for file in files if file.exists())
-    # Mnemonics, marks of direction and spaces do not count. Every key has to be one that OBS has in English.
-    own = dict(re.findall(r'^([\w.]+)="(.*)"', re.sub(r"\(&\w\)|[& \u202a-\u202e]", "", content), re.M))
+    # Mnemonics, ellipses, marks of direction and spaces do not count. Every key has to be one that OBS has in English.
+    own = dict(re.findall(r'^([\w.]+)="(.*)"', re.sub(r"\(&\w\)|[& …\u202a-\u202e]", "", content), re.M))
     for key in texts.keys() & (EQUAL | PART).keys():
         ours = texts[key].replace(" ", "").casefold()
         theirs = [own[name].casefold() for name in (EQUAL | PART)[key].split() if name in own]

@@ -142,16 +142,18 @@ void RemoteControl::close()
 	if (!remote)
 		return;
 	disconnect(remote->dock, nullptr, remote, nullptr);
+	disconnect(&remote->tagReader, nullptr, remote, nullptr);
 	remote->queueTimer.stop();
 }
 
 RemoteControl::RemoteControl(Reelhouse *dock_, void *vendor_)
-	: QObject(dock_), dock(dock_), vendor(vendor_), media(*dock_), seen(stateOf(*dock_))
+	: QObject(dock_), dock(dock_), vendor(vendor_), media(*dock_), tagReader(this), seen(stateOf(*dock_))
 {
 	queueTimer.setSingleShot(true);
 	connect(&queueTimer, &QTimer::timeout, this, &RemoteControl::announceQueue);
 	connect(dock, &Reelhouse::stateChanged, this, &RemoteControl::observe);
 	connect(dock, &Reelhouse::mediaPolled, this, &RemoteControl::observePoll);
+	connect(&tagReader, &TagReader::tagsRead, this, &RemoteControl::announceTags);
 	connect(dock, &Reelhouse::switchFinished, this, [this] { media.trackGiven(); });
 }
 
@@ -162,7 +164,7 @@ RemoteControl::~RemoteControl()
 
 Response RemoteControl::serve(const Endpoint &endpoint, obs_data_t *data)
 {
-	Request request(*dock, media, data, revision);
+	Request request(*dock, media, tagReader, data, revision);
 	if (!dock->isActive())
 		request.refuse(Refusal::Unavailable);
 	if (endpoint.needsSource() && !request.isRefused()) {

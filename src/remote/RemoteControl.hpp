@@ -64,6 +64,7 @@ private:
 	void announceSource();
 	void announceQueue();
 	void announceCurrent();
+	void announceTags(const QString &path);
 	void announceEndMode();
 	void announceMedia(const MediaFollower::Change &change);
 	// An event's data with the bound source, and with the current track.
@@ -83,6 +84,8 @@ private:
 	Reelhouse *const dock; // the parent
 	void *const vendor;    // the plug-in's
 	MediaFollower media;
+	TagReader tagReader;
+	Tags currentTags; // as last told
 	State seen;
 	qint64 revision = 0;      // counts every change of a part of the state
 	qint64 queueRevision = 0; // that of the queue's last change

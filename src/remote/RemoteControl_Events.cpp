@@ -113,9 +113,20 @@ void RemoteControl::announceQueue()
 void RemoteControl::announceCurrent()
 {
 	OBSDataAutoRelease data = currentData();
+	const int index = dock->currentIndex();
+	currentTags = index < 0 ? Tags() : tagReader.cached(seen.tracks.at(index).path).value_or(Tags());
+	setTags(data, currentTags);
 	obs_data_set_string(data, "mediaState", mediaStateName(media.asked()));
 	obs_data_set_int(data, "revision", ++revision);
 	emitEvent(currentTrackChanged, data);
+}
+
+// The event of the current track is sent again once its file has been read.
+void RemoteControl::announceTags(const QString &path)
+{
+	const int index = dock->currentIndex();
+	if (index >= 0 && seen.tracks.at(index).path == path && tagReader.cached(path) != currentTags)
+		announceCurrent();
 }
 
 void RemoteControl::announceEndMode()

@@ -54,21 +54,52 @@ OBSDataArrayAutoRelease idArray(const QList<QString> &ids)
 	return array;
 }
 
-OBSDataArrayAutoRelease trackArray(const QList<Track> &tracks, qsizetype offset, qsizetype limit)
+// What GetQueue answers with of the queue. Any thread.
+struct Page {
+	QList<Track> tracks; // the whole queue
+	qsizetype begin = 0;
+	qsizetype end = 0;
+	bool withTags = false; // of each track of the page
+	qsizetype current = -1;
+	Tags currentTags;
+	qint64 currentDurationMs = 0; // 0: unknown
+	qint64 cursorMs = 0;
+};
+
+OBSDataAutoRelease trackData(const Page &page, qsizetype index, const Tags &tags)
+{
+	const Track &track = page.tracks.at(index);
+	OBSDataAutoRelease data = obs_data_create();
+	setTrack(data, index, track);
+	setTags(data, tags);
+	if (track.size >= 0)
+		obs_data_set_int(data, "sizeBytes", track.size);
+	else if (track.size == Reelhouse::SizeMissing)
+		obs_data_set_bool(data, "missing", true);
+	return data;
+}
+
+// Reads the files of the page if their tags are wanted, and so is not for the user-interface thread.
+void setPage(obs_data_t *data, const Page &page)
 {
 	OBSDataArrayAutoRelease array = obs_data_array_create();
-	const qsizetype end = offset + std::min(limit, tracks.size() - offset);
-	for (qsizetype i = offset; i < end; i++) {
-		const Track &track = tracks.at(i);
-		OBSDataAutoRelease item = obs_data_create();
-		setTrack(item, i, track);
-		if (track.size >= 0)
-			obs_data_set_int(item, "sizeBytes", track.size);
-		else if (track.size == Reelhouse::SizeMissing)
-			obs_data_set_bool(item, "missing", true);
-		obs_data_array_push_back(array, item);
+	bool allKnown = page.withTags && page.current >= page.begin && page.current < page.end;
+	qint64 remainingMs = -page.cursorMs;
+	for (qsizetype i = page.begin; i < page.end; i++) {
+		Tags tags = i == page.current ? page.currentTags : Tags();
+		if (page.withTags)
+			tags = readTags(page.tracks.at(i).path);
+		OBSDataAutoRelease track = trackData(page, i, tags);
+		obs_data_array_push_back(array, track);
+		const bool known = i == page.current && page.currentDurationMs > 0;
+		const qint64 durationMs = known ? page.currentDurationMs : tags.durationMs;
+		allKnown = allKnown && (i < page.current || durationMs >= 0);
+		if (i >= page.current)
+			remainingMs += durationMs;
 	}
-	return array;
+	obs_data_set_array(data, "tracks", array);
+	if (allKnown)
+		obs_data_set_int(data, "remainingMs", std::max<qint64>(remainingMs, 0));
 }
 
 Response countResponse(qsizetype count)
@@ -78,35 +109,53 @@ Response countResponse(qsizetype count)
 	};
 }
 
+Page readPage(Request &request)
+{
+	constexpr qsizetype mostTags = 100;
+	Page page;
+	page.tracks = request.dock.queue();
+	const qsizetype total = page.tracks.size();
+	page.begin = request.has("offset") ? request.position("offset", total) : 0;
+	const qsizetype limit = request.has("limit") ? request.position("limit", INT64_MAX) : total;
+	page.end = page.begin + std::min(limit, total - page.begin);
+	page.withTags = request.flag("tags", false);
+	if (page.withTags && page.end - page.begin > mostTags)
+		request.refuse(Refusal::TooManyTags);
+	page.current = request.dock.currentIndex();
+	return page;
+}
+
 // Only copies on this thread, however long the queue is: the list of tracks is made on the plug-in's thread.
 void getQueue(Request &request)
 {
-	const QList<Track> tracks = request.dock.queue();
-	const qsizetype offset = request.has("offset") ? request.position("offset", tracks.size()) : 0;
-	const qsizetype limit = request.has("limit") ? request.position("limit", INT64_MAX) : tracks.size();
-
+	Page page = readPage(request);
+	if (request.isRefused())
+		return;
 	OBSSourceAutoRelease source = request.dock.lockSource();
 	// Until the source has stopped, it still reports the times of the previous track.
-	const bool switching = request.dock.isSwitching();
-	const int64_t cursor = switching ? 0 : obs_source_media_get_time(source);
-	const int64_t duration = switching ? 0 : obs_source_media_get_duration(source);
+	if (!request.dock.isSwitching()) {
+		page.cursorMs = std::max<qint64>(obs_source_media_get_time(source), 0);
+		page.currentDurationMs = std::max<qint64>(obs_source_media_get_duration(source), 0);
+	}
+	if (page.current >= 0)
+		page.currentTags = request.tagReader.cached(page.tracks.at(page.current).path).value_or(Tags());
 
 	OBSDataAutoRelease rest = obs_data_create();
 	setSource(rest, source);
-	obs_data_set_int(rest, "total", tracks.size());
+	obs_data_set_int(rest, "total", page.tracks.size());
 	setText(rest, "currentId", request.dock.currentTrackId());
-	obs_data_set_int(rest, "currentIndex", request.dock.currentIndex());
+	obs_data_set_int(rest, "currentIndex", page.current);
+	setTags(rest, page.currentTags);
 	obs_data_set_string(rest, "endMode", endModeName(request.dock.endModeNumber()));
 	obs_data_set_string(rest, "mediaState", mediaStateName(request.media.reported()));
-	obs_data_set_int(rest, "cursor", std::max<int64_t>(cursor, 0));
-	obs_data_set_int(rest, "duration", std::max<int64_t>(duration, 0));
+	obs_data_set_int(rest, "cursor", page.cursorMs);
+	obs_data_set_int(rest, "duration", page.currentDurationMs);
 	obs_data_set_bool(rest, "canUndo", request.dock.canUndoRemove());
 	obs_data_set_bool(rest, "canBringBack", request.dock.canBringBack());
 	obs_data_set_int(rest, "revision", request.revision);
-	request.respond([tracks, offset, limit, rest = OBSData(rest.Get())](obs_data_t *data) {
-		OBSDataArrayAutoRelease array = trackArray(tracks, offset, limit);
+	request.respond([page, rest = OBSData(rest.Get())](obs_data_t *data) {
 		obs_data_apply(data, rest);
-		obs_data_set_array(data, "tracks", array);
+		setPage(data, page);
 	});
 }
 

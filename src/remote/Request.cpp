@@ -39,6 +39,7 @@ constexpr std::array errorTexts = {
 	ErrorText{"otherSource", "RemoteOtherSource"},
 	ErrorText{"differentTracks", "RemoteDifferentTracks"},
 	ErrorText{"pathTooLong", "RemotePathTooLong"},
+	ErrorText{"tooManyTags", "RemoteTooManyTags"},
 	ErrorText{"graphicsThread", "RemoteGraphicsThread"},
 };
 static_assert(errorTexts.size() == static_cast<size_t>(Refusal::GraphicsThread) + 1);

@@ -9,6 +9,7 @@
 #include <optional>
 
 #include "dock/Reelhouse.hpp"
+#include "media/tags.hpp"
 #include "remote/MediaFollower.hpp"
 
 namespace reelhouse {
@@ -35,6 +36,7 @@ enum class Refusal {
 	OtherSource,
 	DifferentTracks,
 	PathTooLong,
+	TooManyTags,
 	GraphicsThread,
 };
 
@@ -48,10 +50,11 @@ Response refusalResponse(Refusal refusal, const QString &detail = QString());
 // has another type refuses the request and reads as an empty value; the first refusal stands.
 class Request {
 public:
-	Request(Reelhouse &dock, MediaFollower &media, obs_data_t *data, qint64 revision);
+	Request(Reelhouse &dock, MediaFollower &media, TagReader &tagReader, obs_data_t *data, qint64 revision);
 
 	Reelhouse &dock;
 	MediaFollower &media;
+	TagReader &tagReader;
 	const qint64 revision;
 
 	bool has(const char *key) const;

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "dock/Reelhouse.hpp"
+#include "media/tags.hpp"
 
 namespace reelhouse {
 
@@ -22,5 +23,7 @@ void setText(obs_data_t *data, const char *key, const QString &text);
 void setSource(obs_data_t *data, obs_source_t *source);
 // index, id, path and label.
 void setTrack(obs_data_t *data, qsizetype index, const Reelhouse::Track &track);
+// title, artist and durationMs, each where it is known.
+void setTags(obs_data_t *data, const Tags &tags);
 
 } // namespace reelhouse

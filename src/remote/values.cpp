@@ -64,4 +64,14 @@ void setTrack(obs_data_t *data, qsizetype index, const Reelhouse::Track &track)
 	setText(data, "label", track.path.isEmpty() ? QString() : labelFor(track.path, false));
 }
 
+void setTags(obs_data_t *data, const Tags &tags)
+{
+	if (!tags.title.isEmpty())
+		setText(data, "title", tags.title);
+	if (!tags.artist.isEmpty())
+		setText(data, "artist", tags.artist);
+	if (tags.durationMs >= 0)
+		obs_data_set_int(data, "durationMs", tags.durationMs);
+}
+
 } // namespace reelhouse

@@ -7,6 +7,7 @@
 
 #include "dock/Reelhouse.hpp"
 #include "dock/paths.hpp"
+#include "media/tags.hpp"
 
 namespace reelhouse {
 
@@ -22,5 +23,7 @@ const char *mediaStateName(obs_media_state state);
 void setSource(obs_data_t *data, obs_source_t *source);
 // index, id, path and label.
 void setTrack(obs_data_t *data, qsizetype index, const Reelhouse::Track &track);
+// title, artist and durationMs, each where it is known.
+void setTags(obs_data_t *data, const Tags &tags);
 
 } // namespace reelhouse

@@ -173,6 +173,11 @@ public:
 Q_SIGNALS:
 	// The source, the queue, the current track or the end mode may be another than before.
 	void stateChanged();
+	// What the poll has read of the source's media, in milliseconds, never negative. It reads nothing while a track is
+	// on its way to the source.
+	void mediaPolled(obs_media_state state, qint64 positionMs, qint64 durationMs);
+	// The track that was on its way has been given to the source.
+	void switchFinished();
 	// Half a second after the last write to a source's private settings: the scene collection wants saving.
 	void configurationChanged();
 	// The source with this UUID has switched to a track that the user started from the list.

@@ -77,6 +77,7 @@ void Reelhouse::tick()
 	followSeek(positionMs);
 	describePlayback(state, positionMs);
 	updateButtons();
+	Q_EMIT mediaPolled(state, positionMs, durationMs);
 	followEnd(state);
 }
 
@@ -192,6 +193,7 @@ void Reelhouse::finishSwitch(quint64 serial)
 	switchPending = false;
 	switchClock.start();
 	updateButtons();
+	Q_EMIT switchFinished();
 	if (sceneSwitchWanted)
 		Q_EMIT sceneSwitchRequested(sourceUuid);
 }

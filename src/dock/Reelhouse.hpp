@@ -130,6 +130,11 @@ public:
 	// Makes index the position of the track with this id, whether the search shows it or not. The selection stays.
 	void moveTrack(const QString &id, int index);
 
+	// Reelhouse_PlaylistFiles.cpp
+	// Ask for a playlist file, and append what it lists, or write the queue to it.
+	void chooseImport();
+	void chooseExport();
+
 	bool canGiveBack() const { return managed || !tracks.isEmpty(); }
 	// Gives the source the whole queue as its own playlist, and its own settings.
 	void restoreSource();
@@ -278,6 +283,10 @@ private:
 	QString putTracksBack();
 	void moveSelected(int delta);
 	void orderChanged();
+
+	// Reelhouse_PlaylistFiles.cpp
+	void importPlaylist(const QString &file);
+	void exportPlaylist(const QString &file);
 
 	// Reelhouse_Input.cpp
 	bool showFolderTip(const QHelpEvent *event);

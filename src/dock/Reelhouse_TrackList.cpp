@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "dock/Reelhouse.hpp"
 
+#include <QComboBox>
 #include <QFileInfo>
 #include <QHash>
 #include <QLabel>
@@ -124,7 +125,25 @@ void Reelhouse::filterList()
 	playlistWidget->setDragEnabled(text.isEmpty());
 	trackCountLabel->setText(text.isEmpty() ? ui("TrackCount").arg(tracks.size())
 						: ui("FilteredCount").arg(shownCount).arg(tracks.size()));
+	explainEmptyList();
 	updateButtons();
+}
+
+// While no scene collection is there to work on, there is nothing to say.
+void Reelhouse::explainEmptyList()
+{
+	const char *key = nullptr;
+	if (suspended || shownCount > 0)
+		key = nullptr;
+	else if (sourceSelector->count() == 1)
+		key = "ListNoSources";
+	else if (!weakSource)
+		key = "ListNoSourceChosen";
+	else
+		key = tracks.isEmpty() ? "ListEmptyQueue" : "ListNothingFound";
+	playlistWidget->setEmptyText(key ? ui(key) : QString());
+	// For the ear, in words that a look at the list tells.
+	playlistWidget->setAccessibleDescription(ui(key ? key : "PlaylistDescription"));
 }
 
 QListWidgetItem *Reelhouse::findRow(const QString &id, bool shownOnly) const

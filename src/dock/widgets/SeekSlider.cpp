@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+#include "dock/widgets/focusFrame.hpp"
+
 namespace reelhouse {
 
 QRect SeekSlider::part(QStyle::SubControl control) const
@@ -39,6 +41,12 @@ void SeekSlider::mousePressEvent(QMouseEvent *event)
 			  event->buttons(), event->modifiers(), event->pointingDevice());
 	QSlider::mousePressEvent(&press);
 	event->setAccepted(press.isAccepted());
+}
+
+void SeekSlider::paintEvent(QPaintEvent *event)
+{
+	QSlider::paintEvent(event);
+	paintFocusFrame(this);
 }
 
 } // namespace reelhouse

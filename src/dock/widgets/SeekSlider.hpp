@@ -14,6 +14,7 @@ public:
 
 protected:
 	void mousePressEvent(QMouseEvent *event) override;
+	void paintEvent(QPaintEvent *event) override;
 
 private:
 	QRect part(QStyle::SubControl control) const;

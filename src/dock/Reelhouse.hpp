@@ -269,6 +269,7 @@ private:
 	void restoreView(const QString &uuid);
 	QListWidgetItem *findRow(const QString &id, bool shownOnly) const;
 	QString searchText() const;
+	void explainEmptyList();
 	// 0, 1, or 2 for any larger number of selected rows that the search does not hide.
 	int visibleSelectionCount() const;
 

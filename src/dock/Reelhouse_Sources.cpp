@@ -144,6 +144,8 @@ void Reelhouse::refreshSources()
 	// The second case: the bound source is gone, and what it left behind has to go as well.
 	if (chosenUuid != boundUuid || (!bound && (weakSource || !tracks.isEmpty())))
 		bindSource(chosenUuid);
+	// A source may have come or gone beside the one that is bound.
+	explainEmptyList();
 }
 
 void Reelhouse::rebuildSelector(const QList<std::pair<QString, QString>> &sources)

@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "dock/Reelhouse.hpp"
 
+#include <QComboBox>
 #include <QFileInfo>
 #include <QHash>
 #include <QLabel>
@@ -221,6 +222,24 @@ void Reelhouse::showCount()
 {
 	trackCountLabel->setText(searchText().isEmpty() ? ui("TrackCount").arg(tracks.size())
 							: ui("FilteredCount").arg(shownCount).arg(tracks.size()));
+	explainEmptyList();
+}
+
+// While no scene collection is there to work on, there is nothing to say.
+void Reelhouse::explainEmptyList()
+{
+	const char *key = nullptr;
+	if (isActive() && shownCount == 0) {
+		if (sourceSelector->count() == 1)
+			key = "ListNoSources";
+		else if (!weakSource)
+			key = "ListNoSourceChosen";
+		else
+			key = tracks.isEmpty() ? "ListEmptyQueue" : "ListNothingFound";
+	}
+	playlistWidget->setEmptyText(key ? ui(key) : QString());
+	// What a look at the list tells, for the ear.
+	describe(playlistWidget, ui(key ? key : "PlaylistDescription"));
 }
 
 QListWidgetItem *Reelhouse::findRow(const QString &id, bool shownOnly) const

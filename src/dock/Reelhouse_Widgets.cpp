@@ -14,6 +14,8 @@
 #include "dock/widgets/KeyClaim.hpp"
 #include "dock/widgets/MessageLabel.hpp"
 #include "dock/widgets/SeekSlider.hpp"
+#include "dock/widgets/Selector.hpp"
+#include "dock/widgets/TimeLabel.hpp"
 #include "dock/widgets/TrackDelegate.hpp"
 #include "dock/widgets/TrackListWidget.hpp"
 #include "dock/widgets/themeIcon.hpp"
@@ -99,7 +101,7 @@ void Reelhouse::buildUi()
 	connectSignals();
 
 	setTabOrder({addFilesButton, sourceSelector, findChild<QToolButton *>(u"refresh"_s), searchEdit, playlistWidget,
-		     previousButton, playPauseButton, stopButton, nextButton, seekSlider, endModeSelector});
+		     previousButton, playPauseButton, stopButton, nextButton, seekSlider, timeLabel, endModeSelector});
 	// Tooltips come from the event filter alone.
 	for (QWidget *child : findChildren<QWidget *>())
 		child->setToolTip(QString());
@@ -131,9 +133,11 @@ void Reelhouse::buildTopGrid()
 
 	addFilesButton = makeToolButton(this, u"addFiles"_s, "AddFiles", u"icon-plus"_s);
 
-	sourceSelector = new QComboBox(this);
+	sourceSelector = new Selector(this);
 	sourceSelector->setObjectName(u"sourceSelector"_s);
 	sourceSelector->setAccessibleName(ui("SelectSource"));
+	// Their names are lost to assistive technology on Linux, where Qt tells their values instead.
+	sourceSelector->setAccessibleDescription(ui("SourceSelectorDescription"));
 	sourceSelector->addItem(ui("SelectSource"), QString());
 	sourceSelector->setMinimumContentsLength(8);
 	sourceSelector->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
@@ -203,19 +207,20 @@ QLayout *Reelhouse::buildTransportRow()
 	seekSlider->setPageStep(100);
 	seekSlider->setMinimumWidth(80);
 
-	timeLabel = new QLabel(u"0:00"_s, this);
+	timeLabel = new TimeLabel(u"0:00"_s, this);
 	timeLabel->setObjectName(u"playbackTime"_s);
 	timeLabel->setMinimumWidth(40);
 	timeLabel->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
 	timeLabel->setCursor(Qt::PointingHandCursor);
 	timeLabel->installEventFilter(this);
 
-	endModeSelector = new QComboBox(this);
+	endModeSelector = new Selector(this);
 	endModeSelector->setObjectName(u"endMode"_s);
 	endModeSelector->addItem(ui("EndStop"), EndStop);
 	endModeSelector->addItem(ui("EndNext"), EndNext);
 	endModeSelector->addItem(ui("EndRepeat"), EndRepeat);
 	endModeSelector->setAccessibleName(ui("EndMode"));
+	endModeSelector->setAccessibleDescription(ui("EndModeDescription"));
 	endModeSelector->setSizeAdjustPolicy(QComboBox::AdjustToContents);
 	endModeSelector->setFixedHeight(rowHeight);
 	endModeSelector->setStyleSheet(selectorStyle);

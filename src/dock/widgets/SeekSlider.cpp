@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+#include "dock/widgets/focusFrame.hpp"
+
 namespace reelhouse {
 
 QRect SeekSlider::part(QStyle::SubControl control) const
@@ -68,6 +70,12 @@ void SeekSlider::releaseKeys()
 {
 	keysDown.clear();
 	Q_EMIT keysReleased();
+}
+
+void SeekSlider::paintEvent(QPaintEvent *event)
+{
+	QSlider::paintEvent(event);
+	paintFocusFrame(this);
 }
 
 } // namespace reelhouse

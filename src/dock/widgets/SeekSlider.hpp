@@ -27,6 +27,7 @@ protected:
 	void keyPressEvent(QKeyEvent *event) override;
 	void keyReleaseEvent(QKeyEvent *event) override;
 	void focusOutEvent(QFocusEvent *event) override;
+	void paintEvent(QPaintEvent *event) override;
 
 private:
 	QRect part(QStyle::SubControl control) const;

@@ -239,7 +239,10 @@ void Reelhouse::explainEmptyList()
 	}
 	playlistWidget->setEmptyText(key ? ui(key) : QString());
 	// What a look at the list tells, for the ear.
-	describe(playlistWidget, ui(key ? key : "PlaylistDescription"));
+	const QString description = ui(key ? key : "PlaylistDescription");
+	// Qt announces a description that is set again, too.
+	if (playlistWidget->accessibleDescription() != description)
+		playlistWidget->setAccessibleDescription(description);
 }
 
 QListWidgetItem *Reelhouse::findRow(const QString &id, bool shownOnly) const

@@ -8,6 +8,7 @@
 #include "dock/paths.hpp"
 #include "dock/text.hpp"
 #include "dock/widgets/SeekSlider.hpp"
+#include "media/tags.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;
@@ -21,7 +22,8 @@ constexpr int seekRestMs = 300;
 
 } // namespace
 
-Reelhouse::Reelhouse(const QString &settingsPath_, QWidget *parent) : QWidget(parent), settingsPath(settingsPath_)
+Reelhouse::Reelhouse(const QString &settingsPath_, QWidget *parent)
+	: QWidget(parent), settingsPath(settingsPath_), tags(new TagReader(this))
 {
 	setObjectName(u"OBS-Reelhouse-content"_s);
 	buildUi();

@@ -16,11 +16,13 @@ reelhouse::Tags reelhouse::readFile(const QString &, const std::atomic<bool> &)
 #include <algorithm>
 #include <array>
 #include <exception>
+#include <limits>
 
 #include <fileref.h>
 #include <tag.h>
 #include <tdebuglistener.h>
-#include <tiostream.h>
+
+#include "media/BoundedStream.hpp"
 
 using namespace Qt::StringLiterals;
 
@@ -29,76 +31,6 @@ namespace reelhouse {
 namespace {
 
 constexpr qsizetype longestText = 500;
-
-#if TAGLIB_MAJOR_VERSION >= 2
-using Offset = TagLib::offset_t;
-using InsertOffset = TagLib::offset_t;
-using RemoveOffset = TagLib::offset_t;
-using Size = size_t;
-#else
-using Offset = long;
-using InsertOffset = unsigned long;
-using RemoveOffset = unsigned long;
-using Size = unsigned long;
-#endif
-
-// A file as TagLib is to see it: read-only, and at its end when too much was read of it or the reading was stopped. So a
-// hostile file cannot keep TagLib busy, nor make it take more memory than that.
-class BoundedStream : public TagLib::IOStream {
-public:
-	// By what it has in it a file is known better than by the ending of its name, so that has to be given apart.
-	BoundedStream(QFile &file_, const std::atomic<bool> &stopped_)
-		: file(file_), stopped(stopped_), size(file.size())
-	{}
-	void setEnding(const QString &ending) { fileName = "." + ending.toUtf8(); }
-
-	TagLib::FileName name() const override { return fileName.constData(); }
-	bool readOnly() const override { return true; }
-	bool isOpen() const override { return true; }
-	Offset tell() const override { return static_cast<Offset>(position); }
-	Offset length() override { return static_cast<Offset>(size); }
-
-	TagLib::ByteVector readBlock(Size length) override;
-	void seek(Offset offset, Position from = Beginning) override;
-
-	void writeBlock(const TagLib::ByteVector &) override {}
-	void insert(const TagLib::ByteVector &, InsertOffset = 0, Size = 0) override {}
-	void removeBlock(RemoveOffset = 0, Size = 0) override {}
-	void truncate(Offset) override {}
-
-private:
-	QFile &file;
-	const std::atomic<bool> &stopped;
-	const qint64 size;
-	qint64 position = 0;
-	// In bytes. Cover pictures are read as well, and of a film in fragments a hundred thousand headers.
-	qint64 budget = 64 << 20;
-	QByteArray fileName = "";
-};
-
-TagLib::ByteVector BoundedStream::readBlock(Size length)
-{
-	// What a short read costs besides its bytes.
-	constexpr qint64 callCost = 256;
-	const qint64 left = std::min(size - position, budget - callCost);
-	if (stopped || left <= 0 || length == 0 || !file.seek(position))
-		return {};
-	const Size wanted = std::min(length, static_cast<Size>(left));
-	TagLib::ByteVector block(static_cast<unsigned>(wanted), 0);
-	const qint64 read = std::max<qint64>(file.read(block.data(), static_cast<qint64>(wanted)), 0);
-	block.resize(static_cast<unsigned>(read));
-	position += read;
-	budget -= read + callCost;
-	return block;
-}
-
-void BoundedStream::seek(Offset offset, Position from)
-{
-	const qint64 start = from == Beginning ? 0 : from == Current ? position : size;
-	qint64 target = 0;
-	if (!qAddOverflow(start, static_cast<qint64>(offset), &target) && target >= 0)
-		position = target;
-}
 
 // TagLib as it is packaged writes what it thinks of a file to stderr.
 class SilentListener : public TagLib::DebugListener {
@@ -127,8 +59,70 @@ QString oneLine(const TagLib::String &text)
 	return line.first(longestText - (line[longestText - 1].isHighSurrogate() ? 1 : 0));
 }
 
+// What an MP4 file says of itself as a whole. TagLib knows only the length of its sound.
+struct Movie {
+	qint64 durationMs = -1;
+	bool tooDeep = false;
+};
+
+qint64 movieDuration(const TagLib::ByteVector &header)
+{
+	const bool wide = !header.isEmpty() && header[0] == 1;
+	const unsigned at = wide ? 20 : 12;
+	if (header.size() < (wide ? 32u : 20u))
+		return -1;
+	const qint64 perSecond = header.toUInt(at);
+	const qint64 length = wide ? header.toLongLong(at + 4) : header.toUInt(at + 4);
+	const bool known = perSecond > 0 && length > 0 && length < std::numeric_limits<qint64>::max() / 1000 &&
+			   (wide || length != 0xffffffff);
+	return known ? length * 1000 / perSecond : -1;
+}
+
+bool isContainer(const TagLib::ByteVector &name)
+{
+	constexpr std::array names = {"moov", "udta", "mdia", "meta", "ilst", "stbl",
+				      "minf", "moof", "traf", "trak", "stsd"};
+	return std::ranges::any_of(names, [&name](const char *one) { return name == one; });
+}
+
+// Follows the atoms from here as TagLib does, since it follows them until its stack is full.
+void followAtoms(BoundedStream &stream, qint64 end, int depth, Movie &movie)
+{
+	// What players write is six deep.
+	movie.tooDeep |= depth > 16;
+	while (!movie.tooDeep && stream.tell() + 8 <= end) {
+		const qint64 start = stream.tell(), most = stream.length() - start;
+		const TagLib::ByteVector header = stream.readBlock(8);
+		const TagLib::ByteVector name = header.mid(4);
+		qint64 length = header.toUInt();
+		if (length == 1)
+			length = stream.readBlock(8).toLongLong();
+		else if (length == 0)
+			length = most;
+		if (header.size() < 8 || length < 8 || length > most)
+			return stream.seek(0, TagLib::IOStream::End);
+		if (name == "mvhd")
+			movie.durationMs = movieDuration(stream.readBlock(32));
+		if (!isContainer(name)) {
+			stream.seek(static_cast<StreamOffset>(start + length));
+			continue;
+		}
+		if (name == "meta") {
+			const qint64 inner = stream.tell();
+			const TagLib::ByteVector child = stream.readBlock(8).mid(4);
+			const bool bare = child == "hdlr" || child == "ilst" || child == "mhdr" || child == "ctry" ||
+					  child == "lang";
+			stream.seek(static_cast<StreamOffset>(bare ? inner : inner + 4));
+		} else if (name == "stsd") {
+			stream.seek(8, TagLib::IOStream::Current);
+		}
+		followAtoms(stream, start + length, depth + 1, movie);
+	}
+}
+
 Tags readStream(BoundedStream &stream)
 {
+	stream.seek(0);
 	const TagLib::FileRef file(&stream);
 	Tags tags;
 	if (const TagLib::Tag *tag = file.isNull() ? nullptr : file.tag()) {
@@ -153,12 +147,18 @@ Tags readFile(const QString &path, const std::atomic<bool> &stopped)
 	silenceTagLib();
 	try {
 		BoundedStream stream(file, stopped);
+		Movie movie;
+		followAtoms(stream, stream.length(), 0, movie);
+		if (movie.tooDeep)
+			return {};
 		Tags tags = readStream(stream);
 		if (tags == Tags()) {
 			stream.setEnding(info.suffix());
-			stream.seek(0);
 			tags = readStream(stream);
 		}
+		// What is played is the whole movie.
+		if (movie.durationMs > 0)
+			tags.durationMs = movie.durationMs;
 		return tags;
 	} catch (const std::exception &) {
 		// Of the standard library's, from inside TagLib.

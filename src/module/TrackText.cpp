@@ -7,7 +7,7 @@
 #include <obs-frontend-api.h>
 
 #include "dock/Reelhouse.hpp"
-#include "dock/record.hpp"
+#include "dock/paths.hpp"
 #include "media/tags.hpp"
 
 namespace reelhouse {
@@ -50,7 +50,7 @@ void setText(const QString &uuid, const QString &text)
 	if (!source || !showsItsText(source))
 		return;
 	OBSDataAutoRelease settings = obs_source_get_settings(source);
-	if (stringIn(settings, textKey) == text)
+	if (textIn(settings, textKey) == text)
 		return;
 	OBSDataAutoRelease change = obs_data_create();
 	obs_data_set_string(change, textKey, text.toUtf8().constData());
@@ -95,7 +95,7 @@ QString TrackText::chosen() const
 	if (!source || !dock->isActive())
 		return {};
 	OBSDataAutoRelease settings = obs_source_get_private_settings(source);
-	return stringIn(settings, textSourceKey);
+	return textIn(settings, textSourceKey);
 }
 
 void TrackText::choose(const QString &uuid)

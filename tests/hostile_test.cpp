@@ -179,7 +179,7 @@ protected:
 			items += {idAt(i), pathAt(i)};
 		return items;
 	}
-	QAction *bringBack() const { return frontend->toolsMenu.findChild<QAction *>(); }
+	QAction *bringBack() const { return action("bringBackReplacedQueue"); }
 	void expectSoundRecord(obs_source_t *source) const;
 	void load(obs_source_t *source);
 

@@ -66,8 +66,7 @@ private:
 	}
 	void choose(const char *name, const char *request, const Rule &rule)
 	{
-		QAction *tool = frontend->toolsMenu.findChild<QAction *>(QLatin1String(name));
-		QAction *entry = tool ? tool : action(name);
+		QAction *entry = action(name);
 		if (request && remotely())
 			ask(request, u"{}"_s, name, rule);
 		else if (entry->isEnabled())
@@ -545,7 +544,7 @@ QStringList Soak::enabled() const
 	for (const char *name : {"playPause", "stop", "previous", "next", "addFiles", "endMode", "seek"})
 		names += child<QWidget>(name)->isEnabled() ? QStringList(QLatin1String(name)) : QStringList();
 	for (const QAction *entry :
-	     child<QWidget>("playlistMenu")->actions() + frontend->toolsMenu.findChildren<QAction *>()) {
+	     child<QWidget>("playlistMenu")->actions() << action("bringBackReplacedQueue")) {
 		if (entry->isEnabled() && !entry->isSeparator() && entry->objectName() != u"aboutPlugin"_s)
 			names += entry->objectName();
 	}

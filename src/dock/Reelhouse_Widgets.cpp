@@ -293,11 +293,6 @@ void Reelhouse::connectSignals()
 	connect(endModeSelector, &QComboBox::currentIndexChanged, this, &Reelhouse::setEndMode);
 }
 
-void Reelhouse::chooseEndMode(EndMode mode)
-{
-	endModeSelector->setCurrentIndex(endModeSelector->findData(mode));
-}
-
 void Reelhouse::setEndMode()
 {
 	const Operation operation(this);

@@ -188,7 +188,7 @@ def main(scenarios, description):
     parser.add_argument("--data", type=Path)
     parser.add_argument("--layout", type=Path)
     parser.add_argument("--drag-source", type=Path)
-    parser.add_argument("--packages", type=Path, help="the folder that ./dev package fills")
+    parser.add_argument("--package", help="what ./dev package has made; may be a pattern")
     parser.add_argument("--minutes", type=float, default=60, help="how long the long run goes on")
     arguments = parser.parse_args()
     desktop = Desktop()
@@ -196,9 +196,10 @@ def main(scenarios, description):
     try:
         scenarios[arguments.scenario](show)
     except HostError as error:
-        desktop.screenshot("host-failure.png")
-        log = shutil.copy(show.obs.log_path, "host-failure.log") if show.obs else "none"
-        print(f"FAILED: {error}\nscreenshot: {Path.cwd() / 'host-failure.png'}\nOBS log: {log}")
+        picture = Path(f"{arguments.scenario}-failure.png").absolute()
+        desktop.screenshot(picture)
+        log = shutil.copy(show.obs.log_path, picture.with_suffix(".log")) if show.obs else "none"
+        print(f"FAILED: {error}\nscreenshot: {picture}\nOBS log: {log}")
         return 1
     finally:
         show.remove()

@@ -60,6 +60,19 @@ QString folderText(const QString &path)
 	return text;
 }
 
+// By a click on the label, or by Space while it has the keyboard focus.
+bool choosesTimeMode(const QWidget *label, const QEvent *event)
+{
+	if (event->type() == QEvent::KeyPress) {
+		const auto *key = static_cast<const QKeyEvent *>(event);
+		return key->key() == Qt::Key_Space && key->modifiers() == Qt::NoModifier && !key->isAutoRepeat();
+	}
+	if (event->type() != QEvent::MouseButtonRelease)
+		return false;
+	const auto *mouse = static_cast<const QMouseEvent *>(event);
+	return mouse->button() == Qt::LeftButton && label->rect().contains(mouse->position().toPoint());
+}
+
 bool isFileDrag(const QEvent *event)
 {
 	return event->type() == QEvent::DragEnter || event->type() == QEvent::DragMove || event->type() == QEvent::Drop;
@@ -98,12 +111,9 @@ bool Reelhouse::eventFilter(QObject *watched, QEvent *event)
 			return true;
 		}
 	}
-	if (watched == timeLabel && event->type() == QEvent::MouseButtonRelease) {
-		const auto *mouse = static_cast<QMouseEvent *>(event);
-		if (mouse->button() == Qt::LeftButton && timeLabel->rect().contains(mouse->position().toPoint())) {
-			toggleTimeDisplay();
-			return true;
-		}
+	if (watched == timeLabel && choosesTimeMode(timeLabel, event)) {
+		toggleTimeDisplay();
+		return true;
 	}
 	if (watched == viewport && isFileDrag(event)) {
 		auto *drag = static_cast<QDropEvent *>(event);
@@ -153,10 +163,10 @@ QRect Reelhouse::sizeColumnOf(const QListWidgetItem *row) const
 
 void Reelhouse::handleFileDrag(QDropEvent *event)
 {
-	OBSSourceAutoRelease source = lockSource();
+	OBSSourceAutoRelease source = lockActive();
 	const QList<QUrl> urls = event->mimeData()->urls();
 	event->ignore();
-	if (!source || suspended || shutDown || std::ranges::none_of(urls, &QUrl::isLocalFile) ||
+	if (!source || std::ranges::none_of(urls, &QUrl::isLocalFile) ||
 	    !event->possibleActions().testFlag(Qt::CopyAction))
 		return;
 	if (event->type() == QEvent::Drop) {

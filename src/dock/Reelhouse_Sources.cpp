@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "dock/paths.hpp"
+#include "dock/scenes.hpp"
 #include "dock/text.hpp"
 
 using namespace reelhouse;
@@ -72,12 +73,6 @@ std::vector<NamedScene> allScenes()
 	return scenes;
 }
 
-struct SceneWalk {
-	const QString &sceneName;
-	ScenesBySource &scenesBySource;
-	QSet<obs_source_t *> &visited;
-};
-
 } // namespace
 
 namespace reelhouse {
@@ -88,27 +83,15 @@ void collectSceneSources(obs_source_t *source, const QString &sceneName, ScenesB
 {
 	if (!source)
 		return;
-	const bool isVlc = isVlcSource(source);
-	obs_scene_t *scene = obs_scene_from_source(source);
-	if (!scene)
-		scene = obs_group_from_source(source);
-	// Most items are neither, and need no remembering.
-	if ((!isVlc && !scene) || visited.contains(source))
-		return;
-	visited.insert(source);
-	if (isVlc) {
-		scenesBySource[uuidOf(source)].append(sceneName);
-		return;
-	}
-	SceneWalk walk{sceneName, scenesBySource, visited};
-	obs_scene_enum_items(
-		scene,
-		[](obs_scene_t *, obs_sceneitem_t *item, void *data) {
-			const auto &[name, found, seen] = *static_cast<SceneWalk *>(data);
-			collectSceneSources(obs_sceneitem_get_source(item), name, found, seen);
+	if (!isVlcSource(source)) {
+		visitItems(source, visited, [&](obs_source_t *shown) {
+			collectSceneSources(shown, sceneName, scenesBySource, visited);
 			return true;
-		},
-		&walk);
+		});
+	} else if (!visited.contains(source)) {
+		visited.insert(source);
+		scenesBySource[uuidOf(source)].append(sceneName);
+	}
 }
 
 } // namespace reelhouse
@@ -146,8 +129,9 @@ bool showsExactly(const QComboBox *selector, const SourceListing &sources)
 
 void Reelhouse::refreshSources()
 {
-	if (suspended || shutDown)
+	if (!isActive())
 		return;
+	const Operation operation(this);
 	SourceListing sources = listVlcSources();
 	if (!sources.isEmpty())
 		labelWithScenes(sources);
@@ -160,6 +144,8 @@ void Reelhouse::refreshSources()
 	// The second case: the bound source is gone, and what it left behind has to go as well.
 	if (chosenUuid != boundUuid || (!bound && (weakSource || !tracks.isEmpty())))
 		bindSource(chosenUuid);
+	// A source may have come or gone beside the one that is bound.
+	explainEmptyList();
 }
 
 void Reelhouse::rebuildSelector(const QList<std::pair<QString, QString>> &sources)
@@ -197,6 +183,7 @@ bool Reelhouse::selectSource(const QString &uuid)
 // The user's own choice, which is remembered; a refresh that finds another source to bind is not.
 void Reelhouse::chooseSource()
 {
+	const Operation operation(this);
 	sourceUuid = sourceSelector->currentData().toString();
 	bindSource(sourceUuid);
 	saveSelection();
@@ -204,6 +191,7 @@ void Reelhouse::chooseSource()
 
 void Reelhouse::reloadSource()
 {
+	const Operation operation(this);
 	refreshSources();
 	OBSSourceAutoRelease source = lockSource();
 	if (!source)
@@ -214,6 +202,7 @@ void Reelhouse::reloadSource()
 
 void Reelhouse::bindSource(const QString &uuid)
 {
+	const Operation operation(this);
 	rememberView();
 	cancelSwitch();
 	disconnectSource();
@@ -252,4 +241,9 @@ OBSSourceAutoRelease Reelhouse::lockSource() const
 	if (source && obs_source_removed(source))
 		return nullptr;
 	return source;
+}
+
+OBSSourceAutoRelease Reelhouse::lockActive() const
+{
+	return isActive() ? lockSource() : nullptr;
 }

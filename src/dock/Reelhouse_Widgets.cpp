@@ -14,6 +14,8 @@
 #include "dock/widgets/KeyClaim.hpp"
 #include "dock/widgets/MessageLabel.hpp"
 #include "dock/widgets/SeekSlider.hpp"
+#include "dock/widgets/Selector.hpp"
+#include "dock/widgets/TimeLabel.hpp"
 #include "dock/widgets/TrackDelegate.hpp"
 #include "dock/widgets/TrackListWidget.hpp"
 #include "dock/widgets/themeIcon.hpp"
@@ -31,8 +33,8 @@ constexpr QSize transportButtonSize(22, 22);
 constexpr QSize transportIconSize(14, 14);
 
 // The themes give selectors and fields vertical margins of their own, which cut the text at this row height.
-const QString selectorStyle = u"QComboBox { margin-top: 0; margin-bottom: 0; }"_s;
-const QString fieldStyle = u"QLineEdit { margin-top: 0; margin-bottom: 0; }"_s;
+constexpr QLatin1String selectorStyle("QComboBox { margin-top: 0; margin-bottom: 0; }");
+constexpr QLatin1String fieldStyle("QLineEdit { margin-top: 0; margin-bottom: 0; }");
 
 QToolButton *makeToolButton(QWidget *parent, const QString &name, const char *textKey, const QString &iconClass)
 {
@@ -62,7 +64,13 @@ void addToList(QListWidget *list, QAction *action, const QKeySequence &key)
 	action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
 	action->setAutoRepeat(false);
 	list->addAction(action);
-	new KeyClaim(list, key, [action] { return action->isEnabled(); }, [action] { action->trigger(); });
+}
+
+// OBS binds these two itself, whatever the platform's own are.
+QList<QKeySequence> redoKeys()
+{
+	return QKeySequence::keyBindings(QKeySequence::Redo) +
+	       QList<QKeySequence>{{Qt::CTRL | Qt::SHIFT | Qt::Key_Z}, {Qt::CTRL | Qt::Key_Y}};
 }
 
 QShortcut *makeShortcut(QWidget *parent, const QKeySequence &key)
@@ -93,7 +101,7 @@ void Reelhouse::buildUi()
 	connectSignals();
 
 	setTabOrder({addFilesButton, sourceSelector, findChild<QToolButton *>(u"refresh"_s), searchEdit, playlistWidget,
-		     previousButton, playPauseButton, stopButton, nextButton, seekSlider, endModeSelector});
+		     previousButton, playPauseButton, stopButton, nextButton, seekSlider, timeLabel, endModeSelector});
 	// Tooltips come from the event filter alone.
 	for (QWidget *child : findChildren<QWidget *>())
 		child->setToolTip(QString());
@@ -125,9 +133,11 @@ void Reelhouse::buildTopGrid()
 
 	addFilesButton = makeToolButton(this, u"addFiles"_s, "AddFiles", u"icon-plus"_s);
 
-	sourceSelector = new QComboBox(this);
+	sourceSelector = new Selector(this);
 	sourceSelector->setObjectName(u"sourceSelector"_s);
 	sourceSelector->setAccessibleName(ui("SelectSource"));
+	// Their names are lost to assistive technology on Linux, where Qt tells their values instead.
+	sourceSelector->setAccessibleDescription(ui("SourceSelectorDescription"));
 	sourceSelector->addItem(ui("SelectSource"), QString());
 	sourceSelector->setMinimumContentsLength(8);
 	sourceSelector->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
@@ -197,19 +207,20 @@ QLayout *Reelhouse::buildTransportRow()
 	seekSlider->setPageStep(100);
 	seekSlider->setMinimumWidth(80);
 
-	timeLabel = new QLabel(u"0:00"_s, this);
+	timeLabel = new TimeLabel(u"0:00"_s, this);
 	timeLabel->setObjectName(u"playbackTime"_s);
 	timeLabel->setMinimumWidth(40);
 	timeLabel->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
 	timeLabel->setCursor(Qt::PointingHandCursor);
 	timeLabel->installEventFilter(this);
 
-	endModeSelector = new QComboBox(this);
+	endModeSelector = new Selector(this);
 	endModeSelector->setObjectName(u"endMode"_s);
 	endModeSelector->addItem(ui("EndStop"), EndStop);
 	endModeSelector->addItem(ui("EndNext"), EndNext);
 	endModeSelector->addItem(ui("EndRepeat"), EndRepeat);
 	endModeSelector->setAccessibleName(ui("EndMode"));
+	endModeSelector->setAccessibleDescription(ui("EndModeDescription"));
 	endModeSelector->setSizeAdjustPolicy(QComboBox::AdjustToContents);
 	endModeSelector->setFixedHeight(rowHeight);
 	endModeSelector->setStyleSheet(selectorStyle);
@@ -229,7 +240,15 @@ QLayout *Reelhouse::buildTransportRow()
 void Reelhouse::makeShortcuts()
 {
 	addToList(playlistWidget, removeAction, Qt::Key_Delete);
+	new KeyClaim(
+		playlistWidget, {Qt::Key_Delete}, [this] { return removeAction->isEnabled(); },
+		[this] { removeAction->trigger(); });
 	addToList(playlistWidget, undoRemoveAction, QKeySequence::Undo);
+	// Whether there is anything to undo here or not: OBS would undo what it did last, which may be on air.
+	new KeyClaim(
+		playlistWidget, QKeySequence::keyBindings(QKeySequence::Undo), [] { return true; },
+		[this] { undoRemoveAction->trigger(); });
+	new KeyClaim(playlistWidget, redoKeys(), [] { return true; }, [] {});
 
 	connect(makeShortcut(playlistWidget, Qt::Key_Return), &QShortcut::activated, this, &Reelhouse::playSelected);
 	connect(makeShortcut(playlistWidget, Qt::Key_Enter), &QShortcut::activated, this, &Reelhouse::playSelected);
@@ -239,7 +258,7 @@ void Reelhouse::makeShortcuts()
 		searchEdit->selectAll();
 	};
 	connect(makeShortcut(this, QKeySequence::Find), &QShortcut::activated, this, find);
-	new KeyClaim(this, QKeySequence::Find, [] { return true; }, find);
+	new KeyClaim(this, QKeySequence::keyBindings(QKeySequence::Find).first(1), [] { return true; }, find);
 }
 
 // What the user can do, in the order of the widgets.
@@ -262,11 +281,15 @@ void Reelhouse::connectSignals()
 	connect(previousButton, &QToolButton::clicked, this, [this] { playRelative(-1); });
 	connect(nextButton, &QToolButton::clicked, this, [this] { playRelative(1); });
 	connect(stopButton, &QToolButton::clicked, this, &Reelhouse::stopPlayback);
-	connect(seekSlider, &QSlider::sliderPressed, this, &Reelhouse::takeSlider);
+	connect(seekSlider, &QSlider::sliderPressed, this, &Reelhouse::beginSeek);
 	connect(seekSlider, &QSlider::sliderMoved, this, [this](int value) { updateTime(timeAtSlider(value)); });
-	connect(seekSlider, &QSlider::sliderReleased, this, &Reelhouse::seekToSlider);
-	connect(seekSlider, &QSlider::valueChanged, this, &Reelhouse::stepSlider);
-	connect(&seekRest, &QTimer::timeout, this, &Reelhouse::seekToSlider);
+	connect(seekSlider, &QSlider::sliderReleased, this, &Reelhouse::endSeek);
+	connect(seekSlider, &QSlider::valueChanged, this, &Reelhouse::stepSeek);
+	connect(seekSlider, &SeekSlider::keysReleased, this, [this] {
+		if (steppingSlider)
+			seekDebounce.start();
+	});
+	connect(&seekDebounce, &QTimer::timeout, this, &Reelhouse::endSeek);
 	connect(endModeSelector, &QComboBox::currentIndexChanged, this, &Reelhouse::setEndMode);
 }
 
@@ -277,6 +300,7 @@ void Reelhouse::chooseEndMode(EndMode mode)
 
 void Reelhouse::setEndMode()
 {
+	const Operation operation(this);
 	endMode = std::clamp<int>(endModeSelector->currentData().toInt(), EndStop, EndRepeat);
 	storeQueue();
 }

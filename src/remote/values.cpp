@@ -50,11 +50,6 @@ const char *mediaStateName(obs_media_state state)
 	}
 }
 
-void setText(obs_data_t *data, const char *key, const QString &text)
-{
-	obs_data_set_string(data, key, text.toUtf8().constData());
-}
-
 void setSource(obs_data_t *data, obs_source_t *source)
 {
 	obs_data_set_string(data, "sourceName", source ? obs_source_get_name(source) : "");
@@ -67,6 +62,16 @@ void setTrack(obs_data_t *data, qsizetype index, const Reelhouse::Track &track)
 	setText(data, "id", track.id);
 	setText(data, "path", track.path);
 	setText(data, "label", track.path.isEmpty() ? QString() : labelFor(track.path, false));
+}
+
+void setTags(obs_data_t *data, const Tags &tags)
+{
+	if (!tags.title.isEmpty())
+		setText(data, "title", tags.title);
+	if (!tags.artist.isEmpty())
+		setText(data, "artist", tags.artist);
+	if (tags.durationMs >= 0)
+		obs_data_set_int(data, "durationMs", tags.durationMs);
 }
 
 } // namespace reelhouse

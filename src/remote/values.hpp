@@ -6,6 +6,8 @@
 #include <optional>
 
 #include "dock/Reelhouse.hpp"
+#include "dock/paths.hpp"
+#include "media/tags.hpp"
 
 namespace reelhouse {
 
@@ -17,10 +19,11 @@ std::optional<Reelhouse::EndMode> endModeNamed(const QString &name);
 // As the WebSocket plug-in's own requests name the states.
 const char *mediaStateName(obs_media_state state);
 
-void setText(obs_data_t *data, const char *key, const QString &text);
 // sourceName and sourceUuid, both empty for a null source.
 void setSource(obs_data_t *data, obs_source_t *source);
 // index, id, path and label.
 void setTrack(obs_data_t *data, qsizetype index, const Reelhouse::Track &track);
+// title, artist and durationMs, each where it is known.
+void setTags(obs_data_t *data, const Tags &tags);
 
 } // namespace reelhouse

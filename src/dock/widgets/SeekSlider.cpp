@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+#include "dock/widgets/focusFrame.hpp"
+
 namespace reelhouse {
 
 QRect SeekSlider::part(QStyle::SubControl control) const
@@ -39,6 +41,41 @@ void SeekSlider::mousePressEvent(QMouseEvent *event)
 			  event->buttons(), event->modifiers(), event->pointingDevice());
 	QSlider::mousePressEvent(&press);
 	event->setAccepted(press.isAccepted());
+}
+
+// Before the base class moves the slider, which asks whether a key is down. X11 repeats a held key by pairs of release and
+// press, which Qt marks.
+void SeekSlider::keyPressEvent(QKeyEvent *event)
+{
+	if (!event->isAutoRepeat())
+		keysDown.insert(event->key());
+	QSlider::keyPressEvent(event);
+}
+
+void SeekSlider::keyReleaseEvent(QKeyEvent *event)
+{
+	QSlider::keyReleaseEvent(event);
+	if (!event->isAutoRepeat() && keysDown.remove(event->key()) && keysDown.isEmpty())
+		Q_EMIT keysReleased();
+}
+
+void SeekSlider::focusOutEvent(QFocusEvent *event)
+{
+	QSlider::focusOutEvent(event);
+	if (isKeyDown())
+		releaseKeys();
+}
+
+void SeekSlider::releaseKeys()
+{
+	keysDown.clear();
+	Q_EMIT keysReleased();
+}
+
+void SeekSlider::paintEvent(QPaintEvent *event)
+{
+	QSlider::paintEvent(event);
+	paintFocusFrame(this);
 }
 
 } // namespace reelhouse

@@ -2,14 +2,23 @@
 #include "dock/widgets/TrackListWidget.hpp"
 
 #include <QDropEvent>
+#include <QIcon>
+#include <QPainter>
 
 #include <algorithm>
 
 #include "dock/widgets/TrackRow.hpp"
 
+using namespace Qt::StringLiterals;
+
 namespace reelhouse {
 
 namespace {
+
+// As in OBS's list of sources, in device-independent pixels.
+constexpr QSize emptyIconSize(32, 32);
+constexpr int emptyIconGap = 16;
+constexpr int emptyMargin = 8;
 
 // Neighbouring rows.
 struct Run {
@@ -50,6 +59,53 @@ QRect TrackListWidget::visualRect(const QModelIndex &index) const
 	return rect;
 }
 
+void TrackListWidget::setEmptyText(const QString &text)
+{
+	if (text == emptyText)
+		return;
+	emptyText = text;
+	viewport()->update();
+}
+
+void TrackListWidget::paintEvent(QPaintEvent *event)
+{
+	QListWidget::paintEvent(event);
+	if (!emptyText.isEmpty())
+		paintEmptyText();
+}
+
+// The picture that OBS has for an empty list of sources, and the text below it. Where there is little room the picture
+// goes first, and then all but one line.
+void TrackListWidget::paintEmptyText()
+{
+	QPainter painter(viewport());
+	const QRect area = viewport()->rect().adjusted(emptyMargin, 0, -emptyMargin, 0);
+	constexpr int flags = Qt::AlignHCenter | Qt::TextWordWrap;
+	QRect textRect = fontMetrics().boundingRect(QRect(0, 0, area.width(), 0), flags, emptyText);
+	textRect.setWidth(area.width());
+	painter.setPen(palette().color(QPalette::Text));
+	if (textRect.height() > area.height()) {
+		const QString line = QString(emptyText).replace(u'\n', u' ');
+		painter.drawText(area, Qt::AlignCenter, fontMetrics().elidedText(line, Qt::ElideRight, area.width()));
+		return;
+	}
+
+	const bool dark = palette().color(QPalette::Text).lightness() > palette().color(QPalette::Base).lightness();
+	const QIcon icon(dark ? u"theme:Dark/no_sources.svg"_s : u":res/images/no_sources.svg"_s);
+	const int iconHeight = emptyIconSize.height() + emptyIconGap;
+	const bool withIcon = textRect.height() + iconHeight <= area.height() &&
+			      !icon.pixmap(emptyIconSize, devicePixelRatioF()).isNull();
+	const int height = textRect.height() + (withIcon ? iconHeight : 0);
+	textRect.moveTo(area.left(), area.center().y() - height / 2 + height - textRect.height());
+	if (withIcon) {
+		QRect iconRect(QPoint(), emptyIconSize);
+		iconRect.moveCenter(area.center());
+		iconRect.moveTop(textRect.top() - iconHeight);
+		icon.paint(&painter, iconRect);
+	}
+	painter.drawText(textRect, flags, emptyText);
+}
+
 TrackRow *TrackListWidget::trackRow(int row) const
 {
 	return static_cast<TrackRow *>(item(row));
@@ -74,14 +130,14 @@ QSet<QString> TrackListWidget::selectedIds() const
 	QSet<QString> ids;
 	ids.reserve(rows.size());
 	for (const int row : rows)
-		ids.insert(trackRow(row)->id);
+		ids.insert(trackRow(row)->id());
 	return ids;
 }
 
 bool TrackListWidget::showsAny(const QSet<QString> &ids) const
 {
 	for (int row = 0; row < count(); row++) {
-		if (ids.contains(trackRow(row)->id) && !isRowHidden(row))
+		if (ids.contains(trackRow(row)->id()) && !isRowHidden(row))
 			return true;
 	}
 	return false;
@@ -91,7 +147,7 @@ QList<int> TrackListWidget::shownRows(const QSet<QString> &ids) const
 {
 	QList<int> rows;
 	for (int row = 0; row < count(); row++) {
-		if (ids.contains(trackRow(row)->id) && !isRowHidden(row))
+		if (ids.contains(trackRow(row)->id()) && !isRowHidden(row))
 			rows.append(row);
 	}
 	return rows;
@@ -102,7 +158,7 @@ bool TrackListWidget::selectRows(const QSet<QString> &ids, const QString &curren
 	const QList<int> rows = shownRows(ids);
 	if (rows.isEmpty())
 		return false;
-	const auto current = std::ranges::find(rows, currentId, [this](int row) { return trackRow(row)->id; });
+	const auto current = std::ranges::find(rows, currentId, [this](int row) { return trackRow(row)->id(); });
 	QItemSelection selection;
 	for (const auto &[first, last] : runsOf(rows))
 		selection.append(QItemSelectionRange(model()->index(first, 0), model()->index(last, 0)));

@@ -22,6 +22,9 @@ public:
 
 	QRect visualRect(const QModelIndex &index) const override;
 
+	// What is painted while no row is shown; an empty text for nothing.
+	void setEmptyText(const QString &text);
+
 	// The selected rows, in ascending order. As in the next three, those that the search hides do not count.
 	QList<int> selectedRows() const;
 	QSet<QString> selectedIds() const;
@@ -37,12 +40,15 @@ Q_SIGNALS:
 protected:
 	void startDrag(Qt::DropActions actions) override;
 	void dropEvent(QDropEvent *event) override;
+	void paintEvent(QPaintEvent *event) override;
 
 private:
 	QList<int> shownRows(const QSet<QString> &ids) const;
 	void moveRowsTo(int target);
 	void rowsMoved();
+	void paintEmptyText();
 
+	QString emptyText;
 	QSet<QString> draggedIds; // while a drag of ours goes on
 	bool dropping = false;
 };

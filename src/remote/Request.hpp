@@ -9,6 +9,8 @@
 #include <optional>
 
 #include "dock/Reelhouse.hpp"
+#include "media/tags.hpp"
+#include "remote/MediaFollower.hpp"
 
 namespace reelhouse {
 
@@ -31,21 +33,28 @@ enum class Refusal {
 	NothingToUndo,
 	NothingToBringBack,
 	NothingToGiveBack,
+	OtherSource,
+	DifferentTracks,
+	PathTooLong,
+	TooManyTags,
+	GraphicsThread,
 };
 
-// Fills a response. It holds values of its own, so that any thread may run it.
-using Answer = std::function<void(obs_data_t *response)>;
+// Writes a response into the data that the WebSocket plug-in sends. It owns its values, so any thread may run it.
+using Response = std::function<void(obs_data_t *data)>;
 
-// The answer of a request that is refused; detail is what the sentence for it is about. User-interface thread.
-Answer refusalAnswer(Refusal refusal, const QString &detail = QString());
+// The response to a request that is refused; detail is what its sentence is about. User-interface thread.
+Response refusalResponse(Refusal refusal, const QString &detail = QString());
 
-// One request on the user-interface thread: its data, by name and type, and what becomes of it. What cannot be read as
-// it was asked for refuses the request and gives an empty value; the first refusal stands.
-class Call {
+// One request on the user-interface thread: its data, by name and type, and the response to it. A field that is absent or
+// has another type refuses the request and reads as an empty value; the first refusal stands.
+class Request {
 public:
-	Call(Reelhouse &dock, obs_data_t *data, qint64 revision);
+	Request(Reelhouse &dock, MediaFollower &media, TagReader &tagReader, obs_data_t *data, qint64 revision);
 
 	Reelhouse &dock;
+	MediaFollower &media;
+	TagReader &tagReader;
 	const qint64 revision;
 
 	bool has(const char *key) const;
@@ -60,9 +69,9 @@ public:
 
 	void refuse(Refusal refusal, const QString &detail = QString());
 	bool isRefused() const { return static_cast<bool>(refused); }
-	// What a response holds beside its success.
-	void succeed(Answer fill) { filled = std::move(fill); }
-	Answer answer() const;
+	// What the response holds beside its success.
+	void respond(Response fill) { filled = std::move(fill); }
+	Response response() const;
 
 private:
 	struct Release {
@@ -74,8 +83,8 @@ private:
 	QString text(obs_data_t *from, const char *key);
 
 	obs_data_t *const data;
-	Answer refused;
-	Answer filled;
+	Response refused;
+	Response filled;
 };
 
 } // namespace reelhouse

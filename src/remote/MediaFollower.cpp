@@ -1,0 +1,99 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "remote/MediaFollower.hpp"
+
+#include <utility>
+
+namespace reelhouse {
+
+namespace {
+
+// A state that was asked for has been reached by the second poll, or something else has come in between.
+constexpr int pollsToReach = 2;
+
+bool isLoading(obs_media_state state)
+{
+	return state == OBS_MEDIA_STATE_OPENING || state == OBS_MEDIA_STATE_BUFFERING;
+}
+
+bool isPlaying(obs_media_state state)
+{
+	return state == OBS_MEDIA_STATE_PLAYING || state == OBS_MEDIA_STATE_PAUSED;
+}
+
+// One of the four that clients are told.
+obs_media_state plain(obs_media_state state)
+{
+	if (isLoading(state))
+		return OBS_MEDIA_STATE_PLAYING;
+	return isPlaying(state) || state == OBS_MEDIA_STATE_ENDED ? state : OBS_MEDIA_STATE_STOPPED;
+}
+
+} // namespace
+
+obs_media_state MediaFollower::reported() const
+{
+	OBSSourceAutoRelease source = dock.lockSource();
+	if (!source || dock.isSwitching())
+		return source ? OBS_MEDIA_STATE_OPENING : OBS_MEDIA_STATE_NONE;
+	const obs_media_state state = obs_source_media_get_state(source);
+	return starting && !isPlaying(state) && state != OBS_MEDIA_STATE_ERROR ? OBS_MEDIA_STATE_OPENING : state;
+}
+
+obs_media_state MediaFollower::asked() const
+{
+	if (dock.isSwitching())
+		return OBS_MEDIA_STATE_PLAYING;
+	return pending.value_or(plain(reported()));
+}
+
+void MediaFollower::trackGiven()
+{
+	pending.reset();
+	starting = firstPoll = running = true;
+	known = false;
+}
+
+void MediaFollower::ask(obs_media_state state)
+{
+	pending = state;
+	pendingPolls = 0;
+}
+
+MediaFollower::Change MediaFollower::poll(obs_media_state state, qint64 positionMs, qint64 durationMs)
+{
+	if (pending && (state == *pending || ++pendingPolls >= pollsToReach))
+		pending.reset();
+	known = known || positionMs > 0 || durationMs > 0;
+	if (isLoading(state))
+		return {};
+	const bool plays = isPlaying(state);
+	// The source may not have come to the new track yet, and then still reports how the one before it was stopped.
+	if (std::exchange(firstPoll, false) && !plays)
+		return {};
+	starting = false;
+
+	Change change = tell(state);
+	if (running && state == OBS_MEDIA_STATE_ERROR)
+		change.failure = Failure::Error;
+	else if (running && state == OBS_MEDIA_STATE_ENDED && !known)
+		change.failure = Failure::NeverPlayed;
+	running = running && plays;
+	return change;
+}
+
+MediaFollower::Change MediaFollower::otherSource(bool bound)
+{
+	pending.reset();
+	starting = firstPoll = running = false;
+	return bound ? Change() : tell(OBS_MEDIA_STATE_STOPPED);
+}
+
+MediaFollower::Change MediaFollower::tell(obs_media_state state)
+{
+	Change change;
+	if (std::exchange(told, plain(state)) != told)
+		change.state = told;
+	return change;
+}
+
+} // namespace reelhouse

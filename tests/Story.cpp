@@ -67,6 +67,10 @@ void Story::begin(const QString &playlist)
 		HeldClock::pass(static_cast<int>(1000 - HeldClock::nowMs() % 1000));
 		show(sources[u"S"_s]);
 		obs_post_load_modules();
+		plugin.onEvent = [this] {
+			if (bound())
+				expectSameEverywhere();
+		};
 		sceneRequests = std::make_unique<QSignalSpy>(frontend->dock, SIGNAL(sceneSwitchRequested(QString)));
 	} else {
 		child<QComboBox>("endMode")->setCurrentIndex(0);
@@ -211,10 +215,10 @@ obs_source_t *Story::bound() const
 	return nullptr;
 }
 
-// Asked on the thread that serves, which it does at once. No media here is ever opening by itself.
+// There is a track to play, and yet the play button waits.
 bool Story::waits() const
 {
-	return plugin.request("GetQueue")["mediaState"_L1] == u"OBS_MEDIA_STATE_OPENING"_s;
+	return bound() && !recordOf(bound())["current"_L1].toString().isEmpty() && !child<QWidget>("playPause")->isEnabled();
 }
 
 QByteArray Story::json(QString text)

@@ -53,7 +53,7 @@ protected:
 	// With 'x' for "x", #X for the id of the row X and @X for the path of X.
 	QByteArray json(QString text);
 	QJsonObject request(const std::string &name, const QByteArray &data);
-	QAction *tool() const { return frontend->toolsMenu.findChild<QAction *>(); }
+	QAction *tool() const { return frontend->toolsMenu.findChild<QAction *>(QStringLiteral("bringBackReplacedQueue")); }
 
 	WebSocketPlugin plugin;
 	QMap<QString, OBSSource> sources;

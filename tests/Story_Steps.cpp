@@ -310,8 +310,13 @@ QString Story::focused() const
 QString Story::heard()
 {
 	QStringList lines;
-	for (const auto &[name, data] : std::exchange(told, {}))
-		lines += name.chopped(7) + u' ' + data["total"_L1].toVariant().toString() + data["label"_L1].toString() +
-			 data["endMode"_L1].toString();
+	for (const auto &[name, data] : std::exchange(told, {})) {
+		QString line = QString(name).remove(u"Changed"_s);
+		for (const char *key : {"total", "label", "endMode", "reason"})
+			line += u' ' + data[QLatin1String(key)].toVariant().toString();
+		if (name.startsWith(u"Media"))
+			line += data["mediaState"_L1].toString().section(u'_', -1).toLower();
+		lines += line.simplified();
+	}
 	return lines.isEmpty() ? u"nothing"_s : lines.join(u", "_s);
 }

@@ -72,4 +72,12 @@ TEST_F(Story, RemoteLeavesTheViewAlone)
 		{"media stopped; ask TogglePlay", "▶[P] Q R C | src P | managed | kept - | waits"},
 		{"ask TogglePlay", "▶[P] Q R C | src P | managed | kept - | waits | switching"},
 	});
+	tell("Play, Pause and Resume may be repeated", "P Q", {
+		{"ask Pause; ask Play; video", ""},
+		{"media playing 500 4000; poll; ask Play; ask Pause; ask Pause; video", ""},
+		{"media paused 500 4000; poll; ask Resume; ask Resume; video", ""},
+		{"media ended; poll; video; ask Resume; ask Play; ask Play", ""},
+		{"video; ask PlayTrack {'id': '#P', 'index': 1}", ""},
+		{"ask Stop {'sourceUuid': 'nobody'}", ""},
+	});
 }

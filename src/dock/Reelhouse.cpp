@@ -16,6 +16,7 @@
 #include "dock/paths.hpp"
 #include "dock/text.hpp"
 #include "dock/widgets/SeekSlider.hpp"
+#include "media/tags.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;
@@ -34,7 +35,8 @@ constexpr QLatin1String remainingTimeKey("remainingTime");
 
 } // namespace
 
-Reelhouse::Reelhouse(const QString &settingsPath_, QWidget *parent) : QWidget(parent), settingsPath(settingsPath_)
+Reelhouse::Reelhouse(const QString &settingsPath_, QWidget *parent)
+	: QWidget(parent), settingsPath(settingsPath_), tags(new TagReader(this))
 {
 	setObjectName(u"OBS-Reelhouse-content"_s);
 	buildUi();

@@ -32,6 +32,7 @@ class QToolButton;
 
 namespace reelhouse {
 class SeekSlider;
+class TagReader;
 class TrackListWidget;
 } // namespace reelhouse
 
@@ -131,6 +132,8 @@ public:
 	void moveTrack(const QString &id, int index);
 
 	// Reelhouse_PlaylistFiles.cpp
+	// What the files of the queue say about themselves. It lives as long as the dock.
+	reelhouse::TagReader *tagReader() const { return tags; }
 	// Ask for a playlist file, and append what it lists, or write the queue to it.
 	void chooseImport();
 	void chooseExport();
@@ -295,6 +298,7 @@ private:
 	void handleFileDrag(QDropEvent *event);
 
 	const QString settingsPath;
+	reelhouse::TagReader *const tags;
 
 	// The user's choice in the selector. It outlives its source's disappearance, so that the source is bound again
 	// when it comes back.

@@ -68,30 +68,30 @@ void addTextSourceMenu(QMenu *menu, TrackText *trackText)
 
 } // namespace
 
-void addToToolsMenu(Reelhouse *dock)
+void addToToolsMenu(Reelhouse *newDock)
 {
 	entry = static_cast<QAction *>(obs_frontend_add_tools_menu_qaction(obs_module_text("DockName")));
 	if (!entry)
 		return;
-	auto *menu = new QMenu(dock);
+	auto *menu = new QMenu(newDock);
 	menu->setObjectName(u"toolsMenu"_s);
 	entry->setMenu(menu);
 
 	QAction *importAction = addCommand(menu, u"importPlaylist"_s, "ImportPlaylist");
 	QAction *exportAction = addCommand(menu, u"exportPlaylist"_s, "ExportPlaylist");
-	addTextSourceMenu(menu, new TrackText(dock));
+	addTextSourceMenu(menu, new TrackText(newDock));
 	QAction *bringBackAction = addCommand(menu, u"bringBackReplacedQueue"_s, "BringBackReplacedQueue");
-	bringBackAction->setEnabled(dock->canBringBack());
+	bringBackAction->setEnabled(newDock->canBringBack());
 
-	QObject::connect(importAction, &QAction::triggered, dock, &Reelhouse::chooseImport);
-	QObject::connect(exportAction, &QAction::triggered, dock, &Reelhouse::chooseExport);
-	QObject::connect(bringBackAction, &QAction::triggered, dock, &Reelhouse::bringBackReplaced);
-	QObject::connect(dock, &Reelhouse::canBringBackChanged, bringBackAction, &QAction::setEnabled);
-	const auto offerFiles = [dock, importAction, exportAction] {
-		importAction->setEnabled(OBSSourceAutoRelease(dock->lockSource()) != nullptr);
-		exportAction->setEnabled(!dock->queue().isEmpty());
+	QObject::connect(importAction, &QAction::triggered, newDock, &Reelhouse::chooseImport);
+	QObject::connect(exportAction, &QAction::triggered, newDock, &Reelhouse::chooseExport);
+	QObject::connect(bringBackAction, &QAction::triggered, newDock, &Reelhouse::bringBackReplaced);
+	QObject::connect(newDock, &Reelhouse::canBringBackChanged, bringBackAction, &QAction::setEnabled);
+	const auto offerFiles = [newDock, importAction, exportAction] {
+		importAction->setEnabled(OBSSourceAutoRelease(newDock->lockSource()) != nullptr);
+		exportAction->setEnabled(!newDock->queue().isEmpty());
 	};
-	QObject::connect(dock, &Reelhouse::stateChanged, menu, offerFiles);
+	QObject::connect(newDock, &Reelhouse::stateChanged, menu, offerFiles);
 	offerFiles();
 }
 

@@ -31,11 +31,14 @@ public:
 	void choose(const QString &uuid);
 
 private:
+	void follow();
 	void update();
 	QString text() const;
 
-	Reelhouse *const dock; // the parent
-	QString shownIn;       // the text source that holds a text of ours; emptied when another takes its place
+	Reelhouse *const dock;     // the parent
+	QString path;              // of the current track; kept, since each poll would search a long queue for it
+	QString shownIn;           // the text source that holds a text of ours; emptied when another takes its place
+	bool justSwitched = false; // since the last poll
 };
 
 } // namespace reelhouse

@@ -147,7 +147,7 @@ void RemoteControl::close()
 }
 
 RemoteControl::RemoteControl(Reelhouse *dock_, void *vendor_)
-	: QObject(dock_), dock(dock_), vendor(vendor_), media(*dock_), tagReader(this), seen(stateOf(*dock_))
+	: QObject(dock_), dock(dock_), vendor(vendor_), media(*dock_), tagReader(*dock_->tagReader()), seen(stateOf(*dock_))
 {
 	queueTimer.setSingleShot(true);
 	connect(&queueTimer, &QTimer::timeout, this, &RemoteControl::announceQueue);

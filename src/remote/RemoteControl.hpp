@@ -84,7 +84,7 @@ private:
 	Reelhouse *const dock; // the parent
 	void *const vendor;    // the plug-in's
 	MediaFollower media;
-	TagReader tagReader;
+	TagReader &tagReader; // the dock's
 	Tags currentTags; // as last told
 	State seen;
 	qint64 revision = 0;      // counts every change of a part of the state

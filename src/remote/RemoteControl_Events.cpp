@@ -46,7 +46,8 @@ void RemoteControl::observe()
 	const bool otherQueue = otherSource || before.tracks != seen.tracks;
 	const bool otherCurrent = before.currentId != seen.currentId;
 	const bool otherEndMode = before.endMode != seen.endMode;
-	if (otherSource || before.sourceName != seen.sourceName)
+	// Another source is told by the queue that comes with it.
+	if (!otherSource && before.sourceName != seen.sourceName)
 		announceSource();
 	if (otherQueue) {
 		queueRevision = ++revision;

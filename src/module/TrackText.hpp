@@ -5,9 +5,9 @@
 #include <QObject>
 #include <QString>
 
-#include <obs.hpp>
-
 namespace reelhouse {
+
+class QueueControl;
 
 // Shows the current track in a text source while it is playing or paused. Which one is the choice of the VLC source that
 // the dock has bound, and is kept in its private settings. User-interface thread.

@@ -9,6 +9,7 @@ from gi.repository import Gio, GLib
 import faults
 import neighbours
 import obs_config
+import overlay
 import package
 import remote
 from obs_config import SOURCE, scene, vlc_source
@@ -248,7 +249,7 @@ def refusal(show):
 
 SCENARIOS = {"queue": queue, "stream": stream, "refusal": refusal, "neighbours": neighbours.run,
              "faults": faults.run, "package-deb": package.run_deb, "package-archive": package.run_archive,
-             "remote": remote.run}
+             "remote": remote.run, "overlay": overlay.run}
 
 
 if __name__ == "__main__":

@@ -48,12 +48,13 @@ class Show:
         obs_config.write_config(self.home, arguments.layout, self.port, preview=False)
         self.obs = None
 
-    def clip(self, name, seconds=3):
+    def clip(self, name, seconds=3, **tags):
         path = self.folder / name
+        metadata = [word for tag in tags.items() for word in ("-metadata", "=".join(tag))]
         subprocess.run(["ffmpeg", "-nostdin", "-v", "error", "-f", "lavfi", "-i",
                         f"testsrc=size=320x180:rate=15:duration={seconds}", "-f", "lavfi", "-i",
                         f"sine=frequency=330:duration={seconds}", "-c:v", "libx264", "-g", "15", "-pix_fmt", "yuv420p",
-                        "-c:a", "aac", "-f", "mp4", path], check=True)
+                        "-c:a", "aac", *metadata, "-f", "mp4", path], check=True)
         return path
 
     def start(self):

@@ -30,6 +30,8 @@ def soon(what, look, wanted, timeout=10):
     try:
         wait_for(what, matches, timeout)
     except HostError:
+        if not last:
+            raise
         expect(f"{what}, after {timeout} s", last[0], wanted)
 
 

@@ -1,21 +1,22 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 
-// Prints the state of a main window with OBS's docks along the bottom and ours above them, as OBS keeps it in its
-// configuration. Without one, OBS opens a new dock floating and hidden.
+// Prints the state of a main window with OBS's docks along the bottom and ours above them or, with the word "side", at
+// the right of the picture, as OBS keeps it in its configuration. Without one, OBS opens a new dock floating and hidden.
 
 #include <QApplication>
 #include <QDockWidget>
 #include <QMainWindow>
 
 #include <cstdio>
+#include <cstring>
 
 namespace {
 
-QDockWidget *addDock(QMainWindow &window, const QString &name)
+QDockWidget *addDock(QMainWindow &window, const QString &name, Qt::DockWidgetArea area = Qt::BottomDockWidgetArea)
 {
 	auto *dock = new QDockWidget(name, &window);
 	dock->setObjectName(name);
-	window.addDockWidget(Qt::BottomDockWidgetArea, dock);
+	window.addDockWidget(area, dock);
 	return dock;
 }
 
@@ -29,9 +30,12 @@ int main(int argc, char **argv)
 	window.setCentralWidget(new QWidget);
 	window.setDockNestingEnabled(true);
 
-	QDockWidget *reelhouse = addDock(window, QStringLiteral("OBS-Reelhouse"));
+	const bool side = argc > 1 && std::strcmp(argv[1], "side") == 0;
+	QDockWidget *reelhouse = addDock(window, QStringLiteral("OBS-Reelhouse"),
+					 side ? Qt::RightDockWidgetArea : Qt::BottomDockWidgetArea);
 	QDockWidget *scenes = addDock(window, QStringLiteral("scenesDock"));
-	window.splitDockWidget(reelhouse, scenes, Qt::Vertical);
+	if (!side)
+		window.splitDockWidget(reelhouse, scenes, Qt::Vertical);
 	QDockWidget *left = scenes;
 	for (const char *name : {"sourcesDock", "mixerDock", "transitionsDock", "controlsDock"}) {
 		QDockWidget *dock = addDock(window, QString::fromLatin1(name));
@@ -40,6 +44,8 @@ int main(int argc, char **argv)
 	}
 	window.show();
 	window.resizeDocks({reelhouse, scenes}, {300, 220}, Qt::Vertical);
+	if (side)
+		window.resizeDocks({reelhouse}, {380}, Qt::Horizontal);
 	QCoreApplication::processEvents();
 	std::puts(window.saveState().toBase64().constData());
 	return 0;

@@ -12,15 +12,16 @@ MODULE = "obs-reelhouse"
 
 
 def write_config(home: Path, dock_layout: Path | None, websocket_port: int, password: str = "",
-                 preview: bool = True) -> None:
+                 preview: bool = True, side: bool = False, theme: str = "") -> None:
     """Prepares a home folder for OBS, whose WebSocket server asks for the password if there is one. Without the program
-    that prints a dock layout, OBS keeps its own, with our dock closed.
+    that prints a dock layout, OBS keeps its own, with our dock closed. side puts it at the right of the picture.
 
     Whoever sends OBS clicks and keys goes without the preview: before each frame of it OBS takes whatever has come over
     the X connection, which it shares with Qt, and throws it away, so that one event in some thousands is lost."""
     config = home / ".config/obs-studio"
     config.mkdir(parents=True, exist_ok=True)
-    dock_state = dock_layout and subprocess.run([dock_layout], check=True, capture_output=True, text=True,
+    print_layout = [dock_layout, "side" if side else "below"]
+    dock_state = dock_layout and subprocess.run(print_layout, check=True, capture_output=True, text=True,
                                                 env={**os.environ, "QT_QPA_PLATFORM": "offscreen"}).stdout.strip()
     settings = """[General]
 FirstRun=true
@@ -41,6 +42,8 @@ SceneCollectionFile=Reelhouse
     settings += f"\n[BasicWindow]\nPreviewEnabled={str(preview).lower()}\n"
     if dock_state:
         settings += f"DockState={dock_state}\n"
+    if theme:
+        settings += f"\n[Appearance]\nTheme={theme}\n"
     for name in ("global.ini", "user.ini"):
         (config / name).write_text(settings)
     profile = config / "basic/profiles/Reelhouse"

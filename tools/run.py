@@ -2,26 +2,44 @@
 """Opens OBS with our dock on a queue of the given media; without a display it plays the queue and reports."""
 
 import argparse
-import contextlib
 import os
 import secrets
 import shutil
+import subprocess
 import sys
 from pathlib import Path
 
 import obs_config
 from obs_config import SOURCE
-from obs_host import CONTENT, Desktop, HostError, Obs, free_port, press_key, wait_for
+from obs_host import CONTENT, Desktop, HostError, Obs, free_port, press_key, wait_for, xdotool
 
 # How far a track has to play before it counts as playing, in milliseconds.
 PLAYED_MS = 1000
+# The show of the README's pictures: each track's name, its length in seconds and its size in MiB.
+PICTURED = (("Countdown.mp4", 120, 31.4), ("Opening titles.mp4", 45, 22.8), ("Harbour at dawn.mp4", 260, 148.6),
+            ("Interview, part 1.mp4", 640, 402.3), ("Sponsors.mp4", 30, 12.1), ("Interview, part 2.mp4", 580, 377.9),
+            ("Nina Vale – Northern Lights.mp4", 245, 96.5), ("Viewers' questions.mp4", 410, 251.0),
+            ("Rain on the window (loop).mp4", 90, 40.2), ("Closing credits.mp4", 75, 28.7))
 
 
-def prepare(home, layout, media, port, **options):
+def prepare(home, layout, media, port, other_scenes=(), **options):
     obs_config.write_config(home, layout, port, **options)
     source = obs_config.vlc_source(media)
-    obs_config.write_collection(home, [obs_config.scene(obs_config.SCENE, source)], [source])
+    scenes = [*map(obs_config.scene, other_scenes), obs_config.scene(obs_config.SCENE, source)]
+    obs_config.write_collection(home, scenes, [source])
     obs_config.remember_source(home, source)
+
+
+def make_pictured(folder):
+    """The media of the pictures: one slow film, as long and, with nothing behind it, as large as each track says."""
+    folder.mkdir()
+    for number, (name, seconds, mebibytes) in enumerate(PICTURED):
+        path = folder / name
+        subprocess.run(["ffmpeg", "-nostdin", "-v", "error", "-f", "lavfi", "-i",
+                        f"gradients=size=640x360:rate=2:duration={seconds}:seed={number}:speed=0.02:n=3",
+                        "-c:v", "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p", path], check=True)
+        os.truncate(path, int(mebibytes * 2**20))
+        yield path
 
 
 def open_on_display(arguments):
@@ -56,10 +74,10 @@ def play_track(obs, label):
     return furthest[1], furthest[0]
 
 
-def show_search(obs, label):
+def show_search(obs, words, label):
     """Finds a track by typing, plays it and lets the search go, for the film."""
     obs.widget("search").click()
-    press_key(*label.split(".")[0])
+    xdotool("type", "--delay", 150, words)
     wait_for("the search shows the track", lambda: " of " in obs.widget("trackCount").name, 5)
     press_key("Return")
     wait_for(f"{label} plays", lambda: obs.row(label).name.startswith("▶") and obs.media(SOURCE)[1] > PLAYED_MS, 20)
@@ -77,27 +95,20 @@ def enable_preview(obs):
     wait_for("the track plays on under the preview", played_on, 10)
 
 
-def play_through(arguments):
+def watch(arguments, media, use, size="1280x800", **options):
+    """Opens OBS on a queue of these media, without a display, and has use(obs, desktop) make something of it. Returns
+    the exit code."""
     port = free_port()
-    prepare(arguments.home, arguments.layout, arguments.media, port, preview=bool(arguments.film))
-    desktop = Desktop("1280x800")
+    prepare(arguments.home, arguments.layout, media, port, **options)
+    desktop = Desktop(size)
     obs = None
     try:
         obs = Obs(arguments.home, arguments.module, arguments.data, port)
         obs.connect()
         wait_for("the dock is on screen", lambda: obs.widget(CONTENT).showing, 30)
         obs.fill_screen()
-        labels = wait_for("the dock lists the queue", obs.labels, 10)
-        with desktop.film(arguments.film) if arguments.film else contextlib.nullcontext():
-            for label in labels:
-                state, position = play_track(obs, label)
-                print(f"{label}: {state}, {position / 1000:.1f} s", flush=True)
-            if arguments.film:
-                show_search(obs, labels[1])
-        if not arguments.film:
-            enable_preview(obs)
-        desktop.screenshot(arguments.screenshot)
-        print(f"screenshot: {arguments.screenshot}", flush=True)
+        wait_for("the dock lists the queue", obs.labels, 10)
+        use(obs, desktop)
         obs.quit()
         if obs.complaints():
             raise HostError("OBS did not end cleanly: " + "; ".join(obs.complaints()))
@@ -112,19 +123,54 @@ def play_through(arguments):
     return 0
 
 
+def play_through(arguments):
+    def use(obs, desktop):
+        for label in obs.labels():
+            state, position = play_track(obs, label)
+            print(f"{label}: {state}, {position / 1000:.1f} s", flush=True)
+        enable_preview(obs)
+        desktop.screenshot(arguments.screenshot)
+        print(f"screenshot: {arguments.screenshot}", flush=True)
+    return watch(arguments, arguments.media, use, preview=False)
+
+
+def take_pictures(arguments):
+    """The README's pictures: the dock below in the dark and at the side in the light, and a film of it."""
+    media = list(make_pictured(arguments.home / "Show"))
+    labels = [path.name for path in media]
+
+    def below(obs, desktop):
+        with desktop.film(arguments.pictures / "tour.gif"):
+            for label in labels[:2]:
+                play_track(obs, label)
+            show_search(obs, "north", labels[6])
+        play_track(obs, labels[2])
+        obs.row(labels[3]).click(across=0.3)
+        desktop.screenshot(arguments.pictures / "screenshot.png")
+
+    def side(obs, desktop):
+        play_track(obs, labels[6])
+        desktop.screenshot(arguments.pictures / "screenshot-side.png")
+    code = watch(arguments, media, below, size="1440x900", other_scenes=["Welcome"])
+    return code or watch(arguments, media, side, size="1440x900", other_scenes=["Welcome"], side=True,
+                         theme="com.obsproject.Yami.Light")
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--home", type=Path, required=True, help="home folder for OBS, made anew")
     parser.add_argument("--module", type=Path, required=True, help="the built module")
     parser.add_argument("--data", type=Path, required=True, help="the module's data folder")
     parser.add_argument("--layout", type=Path, required=True, help="the program that prints the dock layout")
-    parser.add_argument("--screenshot", type=Path, required=True, help="where the screenshot goes, without a display")
-    parser.add_argument("--film", type=Path, help="where an animated picture of it goes")
-    parser.add_argument("media", nargs="+", type=Path)
+    parser.add_argument("--screenshot", type=Path, help="where the screenshot goes, without a display")
+    parser.add_argument("--pictures", type=Path, help="the folder for the README's pictures, which this makes instead")
+    parser.add_argument("media", nargs="*", type=Path)
     arguments = parser.parse_args()
     arguments.media = [path.absolute() for path in arguments.media]
     shutil.rmtree(arguments.home, ignore_errors=True)
     arguments.home.mkdir(parents=True)
+    if arguments.pictures:
+        return take_pictures(arguments)
     if os.environ.get("DISPLAY") or os.environ.get("WAYLAND_DISPLAY"):
         return open_on_display(arguments)
     return play_through(arguments)

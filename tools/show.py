@@ -30,6 +30,8 @@ def soon(what, look, wanted, timeout=10):
     try:
         wait_for(what, matches, timeout)
     except HostError:
+        if not last:
+            raise
         expect(f"{what}, after {timeout} s", last[0], wanted)
 
 
@@ -65,8 +67,9 @@ class Show:
         self.ended()
 
     def ended(self):
-        """After OBS has ended, by whatever hand."""
-        expect("exit code", self.obs.process.wait(), 0)
+        """When OBS ends, by whatever hand."""
+        wait_for("OBS ends", lambda: self.obs.process.poll() is not None, 60)
+        expect("exit code", self.obs.process.returncode, 0)
         self.obs.kill()
         expect("complaints in the log", self.obs.complaints(), [])
 

@@ -13,9 +13,11 @@
 
 #include <utility>
 
+#include "dock/QueueControl.hpp"
 #include "dock/paths.hpp"
 #include "dock/text.hpp"
 #include "dock/widgets/SeekSlider.hpp"
+#include "media/tags.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;
@@ -34,7 +36,8 @@ constexpr QLatin1String remainingTimeKey("remainingTime");
 
 } // namespace
 
-Reelhouse::Reelhouse(const QString &settingsPath_, QWidget *parent) : QWidget(parent), settingsPath(settingsPath_)
+Reelhouse::Reelhouse(const QString &settingsPath_, QWidget *parent)
+	: QWidget(parent), settingsPath(settingsPath_), control(new QueueControl(this)), tagReader(new TagReader(this))
 {
 	setObjectName(u"OBS-Reelhouse-content"_s);
 	buildUi();
@@ -136,7 +139,7 @@ Reelhouse::Operation::Operation(Reelhouse *dock_) : dock(dock_)
 Reelhouse::Operation::~Operation()
 {
 	if (--dock->operations == 0 && std::exchange(dock->stateTouched, false))
-		Q_EMIT dock->stateChanged();
+		Q_EMIT dock->control->changed();
 }
 
 // Final once it returns: either the libobs thread applied the settings before, and its continuation finds a newer

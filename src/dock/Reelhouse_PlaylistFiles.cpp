@@ -7,6 +7,7 @@
 #include "dock/paths.hpp"
 #include "dock/text.hpp"
 #include "media/PlaylistFile.hpp"
+#include "media/tags.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;
@@ -73,7 +74,7 @@ void Reelhouse::exportPlaylist(const QString &file)
 	QList<PlaylistEntry> entries;
 	entries.reserve(tracks.size());
 	for (const Track &track : tracks)
-		entries.append({track.path, labelFor(track.path, false)});
+		entries.append({track.path, labelFor(track.path, false), tagReader->known(track.path).durationMs});
 	const QString error = writePlaylist(file, entries);
 	if (error.isEmpty())
 		clearError();

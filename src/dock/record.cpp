@@ -181,16 +181,12 @@ void ReplacedQueue::write(obs_data_t *privateSettings) const
 {
 	if (!record)
 		return;
-	OBSDataAutoRelease stored = obs_data_get_obj(privateSettings, replacedKey);
-	// A record of the queue keeps its own keys only, so what comes from there is copied.
-	if (stored.Get() != record.Get()) {
-		stored = obs_data_create();
-		obs_data_apply(stored, record);
-		obs_data_set_obj(privateSettings, replacedKey, stored);
-	}
-	obs_data_set_bool(stored, untouchedKey, isUntouched);
-	obs_data_set_bool(stored, presentUntouchedKey, presentUntouched);
-	setText(stored, leftoverKey, leftoverId);
+	// Not a copy, which would take long for a long queue: the queue that is now in the source has or gets a record of
+	// its own.
+	obs_data_set_obj(privateSettings, replacedKey, record);
+	obs_data_set_bool(record, untouchedKey, isUntouched);
+	obs_data_set_bool(record, presentUntouchedKey, presentUntouched);
+	setText(record, leftoverKey, leftoverId);
 }
 
 ReplacedQueue replaceQueue(obs_data_t *stored, const QList<Track> &rebuilt, const ReplacedQueue &replaced)

@@ -193,7 +193,8 @@ PlaylistContent readXspf(const QByteArray &bytes, const QString &file)
 				// The first of a track's locations is the one to play.
 				QString location;
 				eachElement(reader, "location"_L1, [&] {
-					const QString text = reader.readElementText(QXmlStreamReader::SkipChildElements);
+					const QString text =
+						reader.readElementText(QXmlStreamReader::SkipChildElements);
 					if (location.isEmpty())
 						location = text.trimmed();
 				});

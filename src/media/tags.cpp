@@ -102,7 +102,7 @@ std::optional<TagReader::Known> TagReader::Worker::look(const Request &request) 
 	return Known{stamp, readFile(file, stopped)};
 }
 
-TagReader::TagReader(QObject *parent) : QObject(parent), known(mostKnown), worker(std::make_shared<Worker>(this)) {}
+TagReader::TagReader(QObject *parent) : QObject(parent), cache(mostKnown), worker(std::make_shared<Worker>(this)) {}
 
 TagReader::~TagReader()
 {
@@ -118,10 +118,16 @@ std::optional<Tags> TagReader::cached(const QString &path)
 {
 	if (!canReadTags || localFilePath(path).isEmpty())
 		return Tags();
-	const Known *entry = known.object(path);
+	const Known *entry = cache.object(path);
 	if (!asked.contains(path))
 		ask({path, entry ? std::optional(entry->stamp) : std::nullopt});
 	return entry ? std::optional(entry->tags) : std::nullopt;
+}
+
+Tags TagReader::known(const QString &path) const
+{
+	const Known *entry = cache.object(path);
+	return entry ? entry->tags : Tags();
 }
 
 void TagReader::ask(const Request &request)
@@ -141,9 +147,9 @@ void TagReader::take(const QString &path, const std::optional<Known> &read)
 	asked.remove(path);
 	if (!read)
 		return;
-	const Known *before = known.object(path);
+	const Known *before = cache.object(path);
 	const bool same = before && before->tags == read->tags;
-	known.insert(path, std::make_unique<Known>(*read).release());
+	cache.insert(path, std::make_unique<Known>(*read).release());
 	if (!same)
 		Q_EMIT tagsRead(path);
 }

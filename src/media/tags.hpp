@@ -44,6 +44,9 @@ public:
 	// background, and read if it is new or has another size or time of change. Empty tags for a URL.
 	std::optional<Tags> cached(const QString &path);
 
+	// What is known of this entry already, without a look at its file. Empty if that is nothing.
+	Tags known(const QString &path) const;
+
 Q_SIGNALS:
 	// cached() has tags for this path where it had none, or others.
 	void tagsRead(const QString &path);
@@ -68,7 +71,7 @@ private:
 	void ask(const Request &request);
 	void take(const QString &path, const std::optional<Known> &read);
 
-	QCache<QString, Known> known;
+	QCache<QString, Known> cache;
 	QSet<QString> asked; // the paths that the worker has yet to answer for
 	// Shared with the worker's thread, which may outlive this object.
 	std::shared_ptr<Worker> worker;

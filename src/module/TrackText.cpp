@@ -2,11 +2,13 @@
 #include "module/TrackText.hpp"
 
 #include <algorithm>
+#include <utility>
 
 #include <obs-frontend-api.h>
 
-#include "dock/Reelhouse.hpp"
-#include "dock/record.hpp"
+#include "dock/QueueControl.hpp"
+#include "dock/paths.hpp"
+#include "media/tags.hpp"
 
 namespace reelhouse {
 
@@ -26,12 +28,19 @@ constexpr TextKind textKinds[] = {{"text_ft2_source", "from_file"}, {"text_gdipl
 bool showsItsText(obs_source_t *source)
 {
 	const char *id = obs_source_get_unversioned_id(source);
-	const auto *kind = std::ranges::find_if(
-		textKinds, [id](const TextKind &one) { return id && strcmp(id, one.id) == 0; });
+	const auto *kind =
+		std::ranges::find_if(textKinds, [id](const TextKind &one) { return id && strcmp(id, one.id) == 0; });
 	if (kind == std::end(textKinds) || obs_source_removed(source))
 		return false;
 	OBSDataAutoRelease settings = obs_source_get_settings(source);
 	return !obs_data_get_bool(settings, kind->fileKey);
+}
+
+// Or is about to, as soon as the media has been opened.
+bool isPlaying(obs_media_state state)
+{
+	return state == OBS_MEDIA_STATE_PLAYING || state == OBS_MEDIA_STATE_PAUSED ||
+	       state == OBS_MEDIA_STATE_OPENING || state == OBS_MEDIA_STATE_BUFFERING;
 }
 
 // Does nothing where the text source is gone or has the text already.
@@ -41,7 +50,7 @@ void setText(const QString &uuid, const QString &text)
 	if (!source || !showsItsText(source))
 		return;
 	OBSDataAutoRelease settings = obs_source_get_settings(source);
-	if (stringIn(settings, textKey) == text)
+	if (textIn(settings, textKey) == text)
 		return;
 	OBSDataAutoRelease change = obs_data_create();
 	obs_data_set_string(change, textKey, text.toUtf8().constData());
@@ -50,9 +59,16 @@ void setText(const QString &uuid, const QString &text)
 
 } // namespace
 
-TrackText::TrackText(Reelhouse *dock_) : QObject(dock_), dock(dock_)
+TrackText::TrackText(QueueControl *queue_) : QObject(queue_), queue(queue_)
 {
-	connect(dock, &Reelhouse::stateChanged, this, &TrackText::update);
+	connect(queue, &QueueControl::changed, this, &TrackText::follow);
+	connect(queue, &QueueControl::switchFinished, this, [this] { justSwitched = true; });
+	connect(queue, &QueueControl::mediaPolled, this, [this](obs_media_state state) {
+		// The source may not have come to the new track yet, and then still tells how the one before ended.
+		if (!std::exchange(justSwitched, false) || isPlaying(state))
+			update();
+	});
+	connect(&queue->tagReader(), &TagReader::tagsRead, this, &TrackText::update);
 }
 
 QList<TrackText::TextSource> TrackText::textSources()
@@ -75,17 +91,17 @@ QList<TrackText::TextSource> TrackText::textSources()
 
 QString TrackText::chosen() const
 {
-	OBSSourceAutoRelease source = dock->lockSource();
-	if (!source || !dock->isActive())
+	OBSSourceAutoRelease source = queue->lockSource();
+	if (!source || !queue->isActive())
 		return {};
 	OBSDataAutoRelease settings = obs_source_get_private_settings(source);
-	return stringIn(settings, textSourceKey);
+	return textIn(settings, textSourceKey);
 }
 
 void TrackText::choose(const QString &uuid)
 {
-	OBSSourceAutoRelease source = dock->lockSource();
-	if (!source || !dock->isActive())
+	OBSSourceAutoRelease source = queue->lockSource();
+	if (!source || !queue->isActive())
 		return;
 	OBSDataAutoRelease settings = obs_source_get_private_settings(source);
 	if (uuid.isEmpty())
@@ -96,6 +112,13 @@ void TrackText::choose(const QString &uuid)
 	obs_frontend_save();
 }
 
+void TrackText::follow()
+{
+	const int index = queue->currentIndex();
+	path = index < 0 ? QString() : queue->tracks().at(index).path;
+	update();
+}
+
 // Compares with what the text source holds, since others may set that: a Properties dialog that is cancelled puts an old
 // text back.
 void TrackText::update()
@@ -104,8 +127,17 @@ void TrackText::update()
 	if (!shownIn.isEmpty() && shownIn != target)
 		setText(shownIn, QString());
 	shownIn = target;
-	if (!target.isEmpty())
+	// Until the source has stopped, its state still means the previous track.
+	if (!target.isEmpty() && !queue->isSwitching())
 		setText(target, text());
+}
+
+QString TrackText::text() const
+{
+	OBSSourceAutoRelease source = queue->lockSource();
+	if (path.isEmpty() || !isPlaying(obs_source_media_get_state(source)))
+		return {};
+	return artistAndTitle(path, queue->tagReader().cached(path).value_or(Tags()));
 }
 
 } // namespace reelhouse

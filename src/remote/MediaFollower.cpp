@@ -32,8 +32,8 @@ obs_media_state plain(obs_media_state state)
 
 obs_media_state MediaFollower::reported() const
 {
-	OBSSourceAutoRelease source = dock.lockSource();
-	if (!source || dock.isSwitching())
+	OBSSourceAutoRelease source = queue.lockSource();
+	if (!source || queue.isSwitching())
 		return source ? OBS_MEDIA_STATE_OPENING : OBS_MEDIA_STATE_NONE;
 	const obs_media_state state = obs_source_media_get_state(source);
 	return starting && !isPlaying(state) && state != OBS_MEDIA_STATE_ERROR ? OBS_MEDIA_STATE_OPENING : state;
@@ -41,7 +41,7 @@ obs_media_state MediaFollower::reported() const
 
 obs_media_state MediaFollower::asked() const
 {
-	if (dock.isSwitching())
+	if (queue.isSwitching())
 		return OBS_MEDIA_STATE_PLAYING;
 	return pending.value_or(plain(reported()));
 }

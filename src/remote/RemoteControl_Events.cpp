@@ -31,22 +31,23 @@ std::span<const char *const> RemoteControl::events()
 	return names;
 }
 
-RemoteControl::State RemoteControl::stateOf(const Reelhouse &dock)
+RemoteControl::State RemoteControl::stateOf(const QueueControl &queue)
 {
-	OBSSourceAutoRelease source = dock.lockSource();
+	OBSSourceAutoRelease source = queue.lockSource();
 	return {source ? QString::fromUtf8(obs_source_get_uuid(source)) : QString(),
-		source ? QString::fromUtf8(obs_source_get_name(source)) : QString(), dock.queue(),
-		dock.currentTrackId(), dock.endModeNumber()};
+		source ? QString::fromUtf8(obs_source_get_name(source)) : QString(), queue.tracks(), queue.currentId(),
+		queue.endMode()};
 }
 
 void RemoteControl::observe()
 {
-	State before = std::exchange(seen, stateOf(*dock));
+	State before = std::exchange(seen, stateOf(*queue));
 	const bool otherSource = before.sourceUuid != seen.sourceUuid;
 	const bool otherQueue = otherSource || before.tracks != seen.tracks;
 	const bool otherCurrent = before.currentId != seen.currentId;
 	const bool otherEndMode = before.endMode != seen.endMode;
-	if (otherSource || before.sourceName != seen.sourceName)
+	// Another source is told by the queue that comes with it.
+	if (!otherSource && before.sourceName != seen.sourceName)
 		announceSource();
 	if (otherQueue) {
 		queueRevision = ++revision;
@@ -80,7 +81,7 @@ void RemoteControl::startQueueTimer()
 
 OBSDataAutoRelease RemoteControl::sourceData() const
 {
-	OBSSourceAutoRelease source = dock->lockSource();
+	OBSSourceAutoRelease source = queue->lockSource();
 	OBSDataAutoRelease data = obs_data_create();
 	setSource(data, source);
 	return data;
@@ -89,8 +90,8 @@ OBSDataAutoRelease RemoteControl::sourceData() const
 OBSDataAutoRelease RemoteControl::currentData() const
 {
 	OBSDataAutoRelease data = sourceData();
-	const int index = dock->currentIndex();
-	setTrack(data, index, index < 0 ? Reelhouse::Track() : seen.tracks.at(index));
+	const int index = queue->currentIndex();
+	setTrack(data, index, index < 0 ? Track() : seen.tracks.at(index));
 	return data;
 }
 
@@ -113,7 +114,7 @@ void RemoteControl::announceQueue()
 void RemoteControl::announceCurrent()
 {
 	OBSDataAutoRelease data = currentData();
-	const int index = dock->currentIndex();
+	const int index = queue->currentIndex();
 	currentTags = index < 0 ? Tags() : tagReader.cached(seen.tracks.at(index).path).value_or(Tags());
 	setTags(data, currentTags);
 	media.toldWithTrack(media.asked());
@@ -125,7 +126,7 @@ void RemoteControl::announceCurrent()
 // The event of the current track is sent again once its file has been read.
 void RemoteControl::announceTags(const QString &path)
 {
-	const int index = dock->currentIndex();
+	const int index = queue->currentIndex();
 	if (index >= 0 && seen.tracks.at(index).path == path && tagReader.cached(path) != currentTags)
 		announceCurrent();
 }

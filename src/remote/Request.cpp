@@ -57,8 +57,9 @@ Response refusalResponse(Refusal refusal, const QString &detail)
 	};
 }
 
-Request::Request(Reelhouse &dock_, MediaFollower &media_, obs_data_t *data_, qint64 revision_)
-	: dock(dock_), media(media_), revision(revision_), data(data_)
+Request::Request(QueueControl &queue_, MediaFollower &media_, TagReader &tagReader_, obs_data_t *data_,
+		 qint64 revision_)
+	: queue(queue_), media(media_), tagReader(tagReader_), revision(revision_), data(data_)
 {}
 
 bool Request::has(const char *key) const
@@ -127,10 +128,10 @@ Response Request::response() const
 {
 	if (refused)
 		return refused;
-	return [fill = filled](obs_data_t *data) {
-		obs_data_set_bool(data, "success", true);
+	return [fill = filled](obs_data_t *response) {
+		obs_data_set_bool(response, "success", true);
 		if (fill)
-			fill(data);
+			fill(response);
 	};
 }
 

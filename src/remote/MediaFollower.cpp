@@ -61,7 +61,7 @@ void MediaFollower::ask(obs_media_state state)
 
 MediaFollower::Change MediaFollower::poll(obs_media_state state, qint64 positionMs, qint64 durationMs)
 {
-	if (pending && (state == *pending || ++pendingPolls >= pollsToReach))
+	if (pending && (plain(state) == *pending || ++pendingPolls >= pollsToReach))
 		pending.reset();
 	known = known || positionMs > 0 || durationMs > 0;
 	if (isLoading(state))

@@ -1,6 +1,10 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "Host.hpp"
 
+#include <QAbstractItemView>
+#include <QAccessible>
+#include <QScreen>
+
 using namespace Qt::StringLiterals;
 
 class Sources : public Host {
@@ -65,4 +69,40 @@ TEST_F(Sources, EachKeepsItsView)
 	search(u"0.mp3"_s);
 	choose(a);
 	EXPECT_EQ(list()->currentItem()->text(), u"0.mp3"_s);
+}
+
+TEST_F(Sources, ALongNameStaysWholeAndItsListOnTheScreen)
+{
+	const QString name(500, u'W');
+	show(makeSource(name, {}));
+	EXPECT_EQ(chosen(), name);
+	auto *selector = child<QComboBox>("sourceSelector");
+	selector->showPopup();
+	const QRect popup = selector->view()->window()->geometry(), screen = selector->screen()->availableGeometry();
+	EXPECT_GT(popup.width(), selector->width());
+	EXPECT_TRUE(screen.contains(popup));
+	selector->hidePopup();
+}
+
+// The words are what assistive technology is told of the list, and what is painted in it.
+TEST_F(Sources, AnEmptyListSaysWhatToDo)
+{
+	const auto says = [this](const char *words) {
+		EXPECT_TRUE(waitFor([&] { return list()->accessibleDescription().startsWith(QLatin1String(words)); }))
+			<< words;
+		return list()->viewport()->grab().toImage();
+	};
+	ASSERT_TRUE(loadModule());
+	const QImage nothing = says("The tracks of the queue");
+	frontend->send(OBS_FRONTEND_EVENT_FINISHED_LOADING);
+	EXPECT_NE(says("This scene collection has no VLC Video Source"), nothing);
+	const OBSSource empty = makeSource(u"A"_s, {}), full = makeSource(u"B"_s, {makeFile(u"a.mp3"_s)});
+	says("No source is chosen");
+	choose(empty);
+	says("The queue is empty");
+	choose(full);
+	says("The tracks of the queue");
+	search(u"#2"_s);
+	says("No track matches the search");
+	EXPECT_TRUE(QAccessible::queryAccessibleInterface(list())->child(0)->state().invisible);
 }

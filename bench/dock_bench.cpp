@@ -166,12 +166,14 @@ void drag100(benchmark::State &state)
 	auto *drag = new QDrag(queue.list());
 	drag->setMimeData(model->mimeData({model->index(0, 0)}));
 	const auto prepare = [&] {
-		QItemSelection rows;
-		for (int i = 1; i <= 100; i++)
-			rows.append(QItemSelectionRange(model->index(i * step, 0)));
-		queue.list()->setCurrentRow(step);
-		queue.list()->selectionModel()->select(rows, QItemSelectionModel::ClearAndSelect);
-		queue.list()->scrollToTop();
+		for (QListWidget *list : {queue.list(), &queue.bareList}) {
+			QItemSelection rows;
+			for (int i = 1; i <= 100; i++)
+				rows.append(QItemSelectionRange(list->model()->index(i * step, 0)));
+			list->setCurrentRow(step);
+			list->selectionModel()->select(rows, QItemSelectionModel::ClearAndSelect);
+			list->scrollToTop();
+		}
 		Fixture::settle();
 	};
 	const auto floor = [&] {

@@ -259,7 +259,7 @@ void Reelhouse::makeShortcuts()
 		searchEdit->selectAll();
 	};
 	connect(makeShortcut(this, QKeySequence::Find), &QShortcut::activated, this, find);
-	new KeyClaim(this, QKeySequence::keyBindings(QKeySequence::Find).first(1), [] { return true; }, find);
+	new KeyClaim(this, {QKeySequence::Find}, [] { return true; }, find);
 }
 
 // What the user can do, in the order of the widgets.

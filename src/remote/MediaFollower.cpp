@@ -7,8 +7,8 @@ namespace reelhouse {
 
 namespace {
 
-// A state that was asked for has been reached by the second poll, or something else has come in between.
-constexpr int pollsToReach = 2;
+// A state that was asked for and is not seen after this many polls, two seconds, will not come. A busy OBS takes its time.
+constexpr int pollsToReach = 8;
 
 bool isLoading(obs_media_state state)
 {
@@ -61,7 +61,7 @@ void MediaFollower::ask(obs_media_state state)
 
 MediaFollower::Change MediaFollower::poll(obs_media_state state, qint64 positionMs, qint64 durationMs)
 {
-	if (pending && (state == *pending || ++pendingPolls >= pollsToReach))
+	if (pending && (plain(state) == *pending || ++pendingPolls >= pollsToReach))
 		pending.reset();
 	known = known || positionMs > 0 || durationMs > 0;
 	if (isLoading(state))
@@ -91,8 +91,9 @@ MediaFollower::Change MediaFollower::otherSource(bool bound)
 MediaFollower::Change MediaFollower::tell(obs_media_state state)
 {
 	Change change;
-	if (std::exchange(told, plain(state)) != told)
-		change.state = told;
+	const obs_media_state next = plain(state);
+	if (next != told || next != shown)
+		change.state = told = shown = next;
 	return change;
 }
 

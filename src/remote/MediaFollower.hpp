@@ -32,6 +32,8 @@ public:
 	void ask(obs_media_state state);
 	// The source was given a track.
 	void trackGiven();
+	// Clients were told this state together with a track.
+	void toldWithTrack(obs_media_state state) { shown = state; }
 	Change poll(obs_media_state state, qint64 positionMs, qint64 durationMs);
 	// The dock has another source, or none.
 	Change otherSource(bool bound);
@@ -40,8 +42,9 @@ private:
 	Change tell(obs_media_state state);
 
 	const QueueControl &queue;
-	obs_media_state told = OBS_MEDIA_STATE_STOPPED;
-	std::optional<obs_media_state> pending; // asked for
+	obs_media_state told = OBS_MEDIA_STATE_STOPPED;  // as a change
+	obs_media_state shown = OBS_MEDIA_STATE_STOPPED; // as a change or with a track
+	std::optional<obs_media_state> pending;          // asked for
 	int pendingPolls = 0;
 	bool starting = false;
 	bool firstPoll = false; // the next poll is the first of the given track

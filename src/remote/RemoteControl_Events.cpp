@@ -117,6 +117,7 @@ void RemoteControl::announceCurrent()
 	const int index = queue->currentIndex();
 	currentTags = index < 0 ? Tags() : tagReader.cached(seen.tracks.at(index).path).value_or(Tags());
 	setTags(data, currentTags);
+	media.toldWithTrack(media.asked());
 	obs_data_set_string(data, "mediaState", mediaStateName(media.asked()));
 	obs_data_set_int(data, "revision", ++revision);
 	emitEvent(currentTrackChanged, data);

@@ -65,7 +65,7 @@ def open_page(show, **options):
     query = urlencode({"address": f"localhost:{show.port}", **options})
     browser = Browser(show.folder / "browser", f"{PAGE.as_uri()}?{query}")
     try:
-        wait_for("the page is loaded", lambda: browser.look("document.readyState") == "complete")
+        wait_for("the page is loaded", lambda: browser.look("document.readyState == 'complete' && !!window.panel"))
         browser.add_style(OBS_STYLE)
         yield browser
     finally:
@@ -85,7 +85,7 @@ def run(show):
         expect("a queue that does not play", page.lines(), [])
         done(client, "Play")
         soon("a tagged track", page.lines, ["Ann", "One & <b>only</b>", "NEXT", hebrew.stem])
-        done(client, "Pause")
+        wait_for("it is paused", lambda: client.dock("Pause")["success"], 10)
         soon("the pause", page.lines, ["Ann", "One & <b>only</b>"])
         expect("it is quiet", page.look("panel.matches('.paused')"), True)
         done(client, "PlayNext")

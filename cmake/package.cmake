@@ -3,9 +3,14 @@ set(CPACK_GENERATOR DEB TXZ)
 set(CPACK_PROJECT_CONFIG_FILE "${PROJECT_SOURCE_DIR}/cmake/package/generator.cmake")
 set(CPACK_BUILD_DIRECTORY "${PROJECT_BINARY_DIR}")
 set(CPACK_PACKAGE_DIRECTORY "${PROJECT_BINARY_DIR}/packages")
-set(CPACK_PACKAGE_FILE_NAME
-    "${PROJECT_NAME}-${PROJECT_VERSION}-obs${host_obs_version}-qt${host_qt_version}-${CMAKE_SYSTEM_PROCESSOR}")
-set(CPACK_PACKAGE_CONTACT "The Reelhouse developers <developers@obs-reelhouse.example>")
+# Raised when the same version is packed anew, for whatever reason; 1 with a new version. Both are in the names of the
+# files, so that the packages for several hosts stay beside each other.
+set(package_revision 2)
+set(package_file_name "${PROJECT_NAME}-${PROJECT_VERSION}-${package_revision}-obs${host_obs_version}\
+-qt${host_qt_version}-${CMAKE_SYSTEM_PROCESSOR}")
+set(CPACK_PACKAGE_FILE_NAME "${package_file_name}")
+set(CPACK_DEBIAN_PACKAGE_RELEASE "${package_revision}+obs${host_obs_version}")
+set(CPACK_PACKAGE_CONTACT "${project_contact}")
 set(CPACK_INCLUDE_TOPLEVEL_DIRECTORY OFF)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_VERBATIM_VARIABLES ON)
@@ -36,10 +41,10 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
 # SOURCE_DATE_EPOCH sets it, where the same sources are to give the same package.
 string(TIMESTAMP package_date "%a, %d %b %Y %H:%M:%S +0000" UTC)
-configure_file(cmake/package/debian-changelog.in package/changelog @ONLY)
+configure_file(cmake/package/debian-changelog.in package/changelog.Debian @ONLY)
 configure_file(cmake/package/debian-copyright.in package/copyright @ONLY)
-execute_process(COMMAND gzip -9nf changelog WORKING_DIRECTORY "${PROJECT_BINARY_DIR}/package" COMMAND_ERROR_IS_FATAL ANY)
-install(FILES "${PROJECT_BINARY_DIR}/package/changelog.gz" "${PROJECT_BINARY_DIR}/package/copyright"
+execute_process(COMMAND gzip -9nf changelog.Debian WORKING_DIRECTORY "${PROJECT_BINARY_DIR}/package" COMMAND_ERROR_IS_FATAL ANY)
+install(FILES "${PROJECT_BINARY_DIR}/package/changelog.Debian.gz" "${PROJECT_BINARY_DIR}/package/copyright"
         DESTINATION "${CMAKE_INSTALL_DOCDIR}")
 
 include(CPack)

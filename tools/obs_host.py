@@ -70,8 +70,10 @@ class Desktop:
             number = pipe.readline().strip()
         if not number:
             raise HostError(f"Xvfb did not start (exit code {xvfb.wait()}).")
-        os.environ.update(DISPLAY=f":{number}", LIBGL_ALWAYS_SOFTWARE="1", QT_QPA_PLATFORM="xcb",
-                          QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1", NO_AT_BRIDGE="1")
+        # The accessibility bus has its socket there: two desktops that shared it would see each other's windows.
+        self.runtime = tempfile.mkdtemp(prefix="obs-run-")
+        os.environ.update(DISPLAY=f":{number}", XDG_RUNTIME_DIR=self.runtime, LIBGL_ALWAYS_SOFTWARE="1",
+                          QT_QPA_PLATFORM="xcb", QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1", NO_AT_BRIDGE="1")
         os.environ.pop("WAYLAND_DISPLAY", None)
         os.environ.pop("XAUTHORITY", None)
         self._start(["openbox"])
@@ -102,6 +104,7 @@ class Desktop:
         for child in reversed(self.children):
             child.terminate()
             child.wait()
+        shutil.rmtree(self.runtime, ignore_errors=True)
 
 
 class Widget:
@@ -229,10 +232,8 @@ class Obs:
         self.home = Path(home)
         self.port = port
         self.nodes = {}
-        self.runtime = tempfile.mkdtemp(prefix="obs-run-")
         self.output = open(self.home / "obs-output.txt", "ab")
-        environment = {**os.environ, "HOME": str(home), "XDG_CONFIG_HOME": str(home / ".config"),
-                       "XDG_RUNTIME_DIR": self.runtime}
+        environment = {**os.environ, "HOME": str(home), "XDG_CONFIG_HOME": str(home / ".config")}
         if module:
             environment.update(OBS_PLUGINS_PATH=str(module.parent), OBS_PLUGINS_DATA_PATH=str(data))
         self.process = subprocess.Popen(
@@ -393,18 +394,14 @@ class Obs:
             code = self.process.wait(timeout)
         except subprocess.TimeoutExpired:
             raise HostError(f"OBS did not end within {timeout} s.") from None
-        self._cleanup()
+        self.output.close()
         return code
 
     def kill(self):
         if self.process.poll() is None:
             self.process.send_signal(signal.SIGKILL)
             self.process.wait()
-        self._cleanup()
-
-    def _cleanup(self):
         self.output.close()
-        shutil.rmtree(self.runtime, ignore_errors=True)
 
     def complaints(self):
         """What OBS's log says against a clean run, line by line."""

@@ -30,6 +30,8 @@ def soon(what, look, wanted, timeout=10):
     try:
         wait_for(what, matches, timeout)
     except HostError:
+        if not last:
+            raise
         expect(f"{what}, after {timeout} s", last[0], wanted)
 
 
@@ -46,12 +48,13 @@ class Show:
         obs_config.write_config(self.home, arguments.layout, self.port, preview=False)
         self.obs = None
 
-    def clip(self, name, seconds=3):
+    def clip(self, name, seconds=3, **tags):
         path = self.folder / name
+        metadata = [word for tag in tags.items() for word in ("-metadata", "=".join(tag))]
         subprocess.run(["ffmpeg", "-nostdin", "-v", "error", "-f", "lavfi", "-i",
                         f"testsrc=size=320x180:rate=15:duration={seconds}", "-f", "lavfi", "-i",
                         f"sine=frequency=330:duration={seconds}", "-c:v", "libx264", "-g", "15", "-pix_fmt", "yuv420p",
-                        "-c:a", "aac", "-f", "mp4", path], check=True)
+                        "-c:a", "aac", *metadata, "-f", "mp4", path], check=True)
         return path
 
     def start(self):
@@ -64,8 +67,9 @@ class Show:
         self.ended()
 
     def ended(self):
-        """After OBS has ended, by whatever hand."""
-        expect("exit code", self.obs.process.wait(), 0)
+        """When OBS ends, by whatever hand."""
+        wait_for("OBS ends", lambda: self.obs.process.poll() is not None, 60)
+        expect("exit code", self.obs.process.returncode, 0)
         self.obs.kill()
         expect("complaints in the log", self.obs.complaints(), [])
 
@@ -188,7 +192,7 @@ def main(scenarios, description):
     parser.add_argument("--data", type=Path)
     parser.add_argument("--layout", type=Path)
     parser.add_argument("--drag-source", type=Path)
-    parser.add_argument("--packages", type=Path, help="the folder that ./dev package fills")
+    parser.add_argument("--package", help="what ./dev package has made; may be a pattern")
     parser.add_argument("--minutes", type=float, default=60, help="how long the long run goes on")
     arguments = parser.parse_args()
     desktop = Desktop()
@@ -196,9 +200,10 @@ def main(scenarios, description):
     try:
         scenarios[arguments.scenario](show)
     except HostError as error:
-        desktop.screenshot("host-failure.png")
-        log = shutil.copy(show.obs.log_path, "host-failure.log") if show.obs else "none"
-        print(f"FAILED: {error}\nscreenshot: {Path.cwd() / 'host-failure.png'}\nOBS log: {log}")
+        picture = Path(f"{arguments.scenario}-failure.png").absolute()
+        desktop.screenshot(picture)
+        log = shutil.copy(show.obs.log_path, picture.with_suffix(".log")) if show.obs else "none"
+        print(f"FAILED: {error}\nscreenshot: {picture}\nOBS log: {log}")
         return 1
     finally:
         show.remove()

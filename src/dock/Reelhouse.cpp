@@ -2,12 +2,22 @@
 #include "dock/Reelhouse.hpp"
 
 #include <QComboBox>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QLabel>
+#include <QSaveFile>
 #include <QSignalBlocker>
 
+#include <utility>
+
+#include "dock/QueueControl.hpp"
 #include "dock/paths.hpp"
 #include "dock/text.hpp"
 #include "dock/widgets/SeekSlider.hpp"
+#include "media/tags.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;
@@ -16,12 +26,18 @@ namespace {
 
 constexpr int pollIntervalMs = 250;
 constexpr int saveDelayMs = 500;
+// Changes that do not come to rest are saved this often.
+constexpr int saveDeadlineMs = 5000;
 // How long keys and wheel have to rest on the seek slider.
-constexpr int seekRestMs = 300;
+constexpr int seekDebounceMs = 300;
+
+constexpr QLatin1String sourceUuidKey("sourceUuid");
+constexpr QLatin1String remainingTimeKey("remainingTime");
 
 } // namespace
 
-Reelhouse::Reelhouse(const QString &settingsPath_, QWidget *parent) : QWidget(parent), settingsPath(settingsPath_)
+Reelhouse::Reelhouse(const QString &settingsPath_, QWidget *parent)
+	: QWidget(parent), settingsPath(settingsPath_), control(new QueueControl(this)), tagReader(new TagReader(this))
 {
 	setObjectName(u"OBS-Reelhouse-content"_s);
 	buildUi();
@@ -34,10 +50,18 @@ Reelhouse::Reelhouse(const QString &settingsPath_, QWidget *parent) : QWidget(pa
 
 	saveTimer.setSingleShot(true);
 	saveTimer.setInterval(saveDelayMs);
-	connect(&saveTimer, &QTimer::timeout, this, &Reelhouse::configurationChanged);
+	saveDeadline.setSingleShot(true);
+	saveDeadline.setInterval(saveDeadlineMs);
+	for (QTimer *timer : {&saveTimer, &saveDeadline}) {
+		connect(timer, &QTimer::timeout, this, [this] {
+			saveTimer.stop();
+			saveDeadline.stop();
+			Q_EMIT configurationChanged();
+		});
+	}
 
-	seekRest.setSingleShot(true);
-	seekRest.setInterval(seekRestMs);
+	seekDebounce.setSingleShot(true);
+	seekDebounce.setInterval(seekDebounceMs);
 
 	updateButtons();
 }
@@ -58,11 +82,13 @@ void Reelhouse::resume()
 
 void Reelhouse::suspend()
 {
+	const Operation operation(this);
 	rememberView();
 	suspended = true;
 	cancelSwitch();
 	disconnectSource();
 	saveTimer.stop();
+	saveDeadline.stop();
 	messageLabel->hide();
 	playbackArmed = false;
 	weakSource = nullptr;
@@ -88,7 +114,8 @@ void Reelhouse::clearQueue()
 {
 	tracks.clear();
 	removed.clear();
-	observed = {};
+	refusedIds.clear();
+	observed.clear();
 	currentId.clear();
 	managed = false;
 	durationMs = 0;
@@ -101,15 +128,27 @@ void Reelhouse::showUnbound()
 	const QSignalBlocker blocker(seekSlider);
 	seekSlider->setValue(0);
 	timeLabel->setAccessibleDescription(QString());
-	Q_EMIT stateChanged();
+	stateTouched = true;
+}
+
+Reelhouse::Operation::Operation(Reelhouse *dock_) : dock(dock_)
+{
+	dock->operations++;
+}
+
+Reelhouse::Operation::~Operation()
+{
+	if (--dock->operations == 0 && std::exchange(dock->stateTouched, false))
+		Q_EMIT dock->control->changed();
 }
 
 // Final once it returns: either the libobs thread applied the settings before, and its continuation finds a newer
 // serial, or it finds no settings at all.
 void Reelhouse::cancelSwitch()
 {
+	const Operation operation(this);
 	seekTargetMs = -1;
-	seekRest.stop();
+	endStepping();
 	const bool wasPending = switchPending;
 	{
 		const std::lock_guard lock(switchMutex);
@@ -127,8 +166,40 @@ void Reelhouse::cancelSwitch()
 	// The settings may or may not have reached the source; what it holds now decides which track is current.
 	OBSDataAutoRelease settings = obs_source_get_settings(source);
 	const QList<QString> paths = pathsIn(settings, playlistKey);
-	if (paths != observed.paths)
+	if (paths != observed)
 		currentId.clear();
-	observed = {paths};
+	observed = paths;
 	storeQueue();
+}
+
+void Reelhouse::loadSelection()
+{
+	if (settingsPath.isEmpty())
+		return;
+	QFile file(settingsPath);
+	if (!file.open(QIODevice::ReadOnly))
+		return;
+	const QJsonObject settings = QJsonDocument::fromJson(file.readAll()).object();
+	sourceUuid = settings.value(sourceUuidKey).toString();
+	remainingTime = settings.value(remainingTimeKey).toBool();
+}
+
+void Reelhouse::saveSelection()
+{
+	if (settingsPath.isEmpty())
+		return;
+	if (!QDir().mkpath(QFileInfo(settingsPath).absolutePath())) {
+		showError(ui("CreateSettingsError"));
+		return;
+	}
+	// Written beside the file and renamed over it: a failed save leaves the previous one whole.
+	QSaveFile file(settingsPath);
+	if (!file.open(QIODevice::WriteOnly)) {
+		showError(ui("SaveSettingsError").arg(file.errorString()));
+		return;
+	}
+	const QJsonObject settings{{remainingTimeKey, remainingTime}, {sourceUuidKey, sourceUuid}};
+	const QByteArray text = QJsonDocument(settings).toJson(QJsonDocument::Compact);
+	if (file.write(text) != text.size() || !file.commit())
+		showError(ui("SaveSettingsError").arg(file.errorString()));
 }

@@ -10,11 +10,15 @@
 #include <QWidget>
 
 #include <atomic>
+#include <functional>
 #include <mutex>
 #include <optional>
 
 // After Qt's headers: libobs's SIMD shim redefines compiler intrinsics that those pull in.
 #include <obs.hpp>
+
+#include "dock/Track.hpp"
+#include "dock/record.hpp"
 
 class QAction;
 class QComboBox;
@@ -27,7 +31,9 @@ class QListWidgetItem;
 class QToolButton;
 
 namespace reelhouse {
+class QueueControl;
 class SeekSlider;
+class TagReader;
 class TrackListWidget;
 } // namespace reelhouse
 
@@ -39,62 +45,14 @@ class Reelhouse : public QWidget {
 	Q_OBJECT
 
 public:
-	// Values of Track::size that are no size in bytes.
-	static constexpr qint64 SizeNotLocal = -1; // the path names no local file
-	static constexpr qint64 SizeUnknown = -2;  // not measured yet; never stored
-	static constexpr qint64 SizeMissing = -3;  // the local path names no regular file
-
-	// Data of a list row beside its text.
-	enum Role { IdRole = Qt::UserRole, PathRole, SizeRole };
-
-	enum EndMode { EndStop, EndNext, EndRepeat };
-
-	// One queue entry. The id, not the path, is its identity: the same file may be queued more than once.
-	struct Track {
-		QString id;
-		QString path; // as the source's playlist item holds it: a local path or a URL
-		qint64 size = SizeUnknown;
-
-		Track() = default;
-		Track(const QString &id_, const QString &path_) : id(id_), path(path_) {}
-		// A track with an id of its own.
-		static Track fromPath(const QString &path);
-		// Id and path as a record holds them: made for the first record, and shared by all that follow. Nobody
-		// changes it, and nobody changes id or path. User-interface thread, unlike all else here, of which another
-		// may read a copy of the queue.
-		obs_data_t *recordItem() const;
-
-		bool operator==(const Track &other) const
-		{
-			return id == other.id && path == other.path && size == other.size;
-		}
-
-	private:
-		mutable OBSData item;
-	};
-
-	struct RemovedTrack {
-		Track track;
-		int index = 0; // in the queue just before the removal
-	};
-
-	// The source's playlist as last seen or written here; a difference is somebody's edit.
-	struct ObservedPlaylist {
-		QList<QString> paths;
-		OBSDataArray items = {}; // of these paths, shared by the records that name them; null until one does
-	};
+	using Track = reelhouse::Track;
+	using RemovedTrack = reelhouse::RemovedTrack;
 
 	// What the list showed of one source when the dock let go of it.
 	struct ViewState {
 		QString selectedTrackId;
 		QString searchText;
 		int scrollValue = 0;
-	};
-
-	// One entry of the selector.
-	struct ListedSource {
-		QString label; // with the scenes that show the source
-		QString uuid;
 	};
 
 	// Rows of the list by the ids of their tracks.
@@ -115,64 +73,14 @@ public:
 	// Suspends for good. From here on the dock binds nothing and writes no record.
 	void shutdown();
 
-	// Whether the bound source has a queue put aside that an edit made elsewhere has replaced.
-	bool canBringBack() const;
-	// Makes that queue the source's again and puts the present one aside in its place. The source plays on. Does
-	// nothing when there is none.
-	void bringBackReplaced();
-
-	// For a remote control, from here to the signals: what the user sees, and can do by hand. Operations that have
-	// nothing to act on do nothing.
-
-	// Whether a scene collection is there to work on.
-	bool isActive() const { return !suspended && !shutDown; }
-	// The bound source, or null when none is bound or it has been deleted or removed. The caller owns the reference.
-	OBSSourceAutoRelease lockSource() const;
-	// What the selector offers, brought up to date, without its entry for no source.
-	QList<ListedSource> listSources();
-	// Chooses in the selector; an empty UUID is its entry for no source. False when it has no such entry.
-	bool selectSource(const QString &uuid);
-
-	const QList<Track> &queue() const { return tracks; }
-	const QString &currentTrackId() const { return currentId; }
-	// The position of the current track in the queue, -1 for none.
-	int currentIndex() const;
-	int endModeNumber() const { return endMode; }
-	void chooseEndMode(EndMode mode);
-
-	// A track is on its way to the source, whose media state still means the previous one.
-	bool isSwitching() const { return switchPending; }
-	// Whether a row is selected or a track current, for the play button to act on.
-	bool canPlay() const { return !selectedId().isEmpty() || !currentId.isEmpty(); }
-	// The first three return false when they could not start a track, which the message line explains if its file is
-	// missing.
-	bool playTrack(const QString &id, bool withSceneSwitch);
-	bool playRelative(int delta);
-	bool togglePlay();
-	void stopPlayback();
-
-	// Puts new tracks before the one at this position, or at the end where there is none. Returns their ids.
-	QList<QString> insertFiles(const QList<QString> &paths, qsizetype position);
-	// Returns how many tracks it has removed, of which the next undo brings back as many.
-	qsizetype removeTracks(const QSet<QString> &ids);
-	bool canUndoRemove() const { return !removed.isEmpty(); }
-	// Returns how many tracks have come back.
-	qsizetype undoRemove();
-	// Makes index the position of the track with this id, whether the search shows it or not. The selection stays.
-	void moveTrack(const QString &id, int index);
-
-	bool canGiveBack() const { return managed || !tracks.isEmpty(); }
-	// Gives the source the whole queue as its own playlist, and its own settings.
-	void restoreSource();
+	// For everybody but the user. It lives as long as the dock.
+	reelhouse::QueueControl &queueControl() const { return *control; }
 
 Q_SIGNALS:
-	// The source, the queue, the current track or the end mode may be another than before.
-	void stateChanged();
 	// Half a second after the last write to a source's private settings: the scene collection wants saving.
 	void configurationChanged();
 	// The source with this UUID has switched to a track that the user started from the list.
 	void sceneSwitchRequested(const QString &uuid);
-	void canBringBackChanged(bool canBringBack);
 
 protected:
 	// Reelhouse_Input.cpp
@@ -180,10 +88,27 @@ protected:
 	void resizeEvent(QResizeEvent *event) override;
 
 private:
+	friend class reelhouse::QueueControl;
+
 	// Reelhouse.cpp
+	// Whether a scene collection is there to work on.
+	bool isActive() const { return !suspended && !shutDown; }
+	// One operation, which may be part of another one. When the outermost ends, it tells of the change, if there was
+	// one: a listener that calls back finds nothing half done.
+	class Operation {
+	public:
+		explicit Operation(Reelhouse *dock);
+		Operation(const Operation &) = delete;
+		~Operation();
+
+	private:
+		Reelhouse *const dock;
+	};
 	void cancelSwitch();
 	void clearQueue();
 	void showUnbound();
+	void loadSelection();
+	void saveSelection();
 
 	// Reelhouse_Widgets.cpp
 	void buildUi();
@@ -202,6 +127,8 @@ private:
 	QPoint prepareMenu(QPoint position);
 	bool selectMenuRows();
 	void forgetMenuRows();
+	void locateCurrent();
+	void openFolder();
 	void showAbout();
 
 	// Reelhouse_Sources.cpp
@@ -211,34 +138,46 @@ private:
 	void reloadSource();
 	void bindSource(const QString &uuid);
 	void disconnectSource();
+	// The bound source, or null when none is bound or it has been deleted or removed.
+	OBSSourceAutoRelease lockSource() const;
+	// As lockSource(), and null while no scene collection is active.
+	OBSSourceAutoRelease lockActive() const;
 
 	// Reelhouse_Record.cpp
 	void loadQueue(obs_source_t *source, bool force);
-	void readEndMode(obs_data_t *record);
-	void readTakeover(obs_data_t *record);
+	void rebuildQueue(obs_source_t *source, const QList<QString> &paths);
+	void takeRecord(const reelhouse::Record &record);
 	void showLoaded(const QString &selectId);
 	void storeQueue();
-
-	// Reelhouse_Replaced.cpp
-	void keepReplacedQueue(obs_source_t *source, obs_data_t *record);
+	bool canRestore() const { return managed || !tracks.isEmpty(); }
+	void restoreSource();
+	bool takeOutsideEdit(obs_source_t *source);
+	void keepReplacedQueue(obs_source_t *source);
+	void markTouched();
+	bool canBringBack() const;
+	void bringBackReplaced();
 	QString idHeldBySource(const QString &preferredId) const;
 
-	// Reelhouse_ViewState.cpp
-	void rememberView();
-	void restoreView(const QString &uuid);
-
 	// Reelhouse_Playback.cpp
+	// The first three return false when they could not start a track, which the message line explains if its file is
+	// missing.
+	bool playTrack(const QString &id, bool withSceneSwitch);
+	bool playRelative(int delta);
+	bool togglePlay();
+	void stopPlayback();
 	void issueSwitch(obs_source_t *source);
 	void markCurrentRow(const QString &previousId);
 	void playSelected();
 	// The id of the list's current row; empty when there is none or the search hides it.
 	QString selectedId() const;
+	// The position of the current track in the queue, -1 for none.
+	int currentIndex() const;
 
 	// Reelhouse_Poll.cpp
 	void tick();
 	void followSeek(qint64 positionMs);
 	void describePlayback(obs_media_state state, qint64 positionMs);
-	void followEnd(obs_media_state state);
+	void applyEndMode(obs_media_state state);
 	// These three are called by libobs on a thread of its own.
 	static void mediaStopped(void *data, calldata_t *params);
 	static void mediaNext(void *data, calldata_t *params);
@@ -250,8 +189,10 @@ private:
 	// Reelhouse_Transport.cpp
 	void updateTime(qint64 positionMs);
 	void toggleTimeDisplay();
-	void takeSlider();
-	void stepSlider(int value);
+	void beginSeek();
+	void stepSeek(int value);
+	void endStepping();
+	void endSeek();
 	void seekToSlider();
 	bool isSliderHeld() const;
 	qint64 timeAtSlider(int value) const;
@@ -259,16 +200,22 @@ private:
 	void holdFocus();
 	void giveFocusBack();
 	void updatePlayPauseButton(obs_media_state state, const QString &selected);
-
-	// Reelhouse_Settings.cpp
-	void loadSelection();
-	void saveSelection();
+	void showError(const QString &message);
+	void clearError();
 
 	// Reelhouse_TrackList.cpp
 	void rebuildList(const QString &selectId);
+	void updateRows();
+	bool hasRowOf(const Track &track, int row) const;
 	void filterList();
+	void filterRows();
+	void showCount();
+	void showQuietly();
+	QStringList idsByNearness() const;
+	void rememberView();
+	void restoreView(const QString &uuid);
 	QListWidgetItem *findRow(const QString &id, bool shownOnly) const;
-	QString needle() const;
+	QString searchText() const;
 	void explainEmptyList();
 	// 0, 1, or 2 for any larger number of selected rows that the search does not hide.
 	int visibleSelectionCount() const;
@@ -277,24 +224,29 @@ private:
 	void addFiles();
 	void appendFiles(const QList<QString> &paths);
 	void clearSearchSilently();
+	QList<QString> insertTracks(const QList<QString> &paths, qsizetype position);
 	void removeSelected();
-	// Of rows in ascending order.
-	qsizetype removeRows(const QList<int> &rows);
+	qsizetype takeTracks(const QSet<QString> &ids, const std::function<void()> &showRows);
+	void undoRemove();
+	QString putTracksBack();
 	void moveSelected(int delta);
 	void orderChanged();
+
+	// Reelhouse_PlaylistFiles.cpp
+	// Ask for a playlist file, and append what it lists, or write the queue to it.
+	void chooseImport();
+	void chooseExport();
+	void importPlaylist(const QString &file);
+	void exportPlaylist(const QString &file);
 
 	// Reelhouse_Input.cpp
 	bool showFolderTip(const QHelpEvent *event);
 	QRect sizeColumnOf(const QListWidgetItem *row) const;
 	void handleFileDrag(QDropEvent *event);
 
-	// Reelhouse_Messages.cpp
-	void locateCurrent();
-	void openFolder();
-	void showError(const QString &message);
-	void clearError();
-
 	const QString settingsPath;
+	reelhouse::QueueControl *const control;
+	reelhouse::TagReader *const tagReader; // what the files of the queue say about themselves
 
 	// The user's choice in the selector. It outlives its source's disappearance, so that the source is bound again
 	// when it comes back.
@@ -318,13 +270,17 @@ private:
 	QList<Track> tracks;
 	QList<RemovedTrack> removed;     // the last removal, ascending by index; one undo consumes it
 	QHash<QString, ViewState> views; // by source UUID
-	ObservedPlaylist observed;
-	QString currentId;    // empty, or the id of the current track
-	bool managed = false; // the source holds a playlist and settings of the dock's making
+	QList<QString> observed; // the source's playlist as last seen or written here; a difference is somebody's edit
+	QString currentId;       // empty, or the id of the current track
+	bool managed = false;    // the source holds a playlist and settings of the dock's making
 	bool originalLoop = false;
 	bool originalShuffle = false;
 	QString originalBehavior;
+	reelhouse::RecordWriter recordWriter;
+	QSet<QString> refusedIds; // of the tracks whose file was missing when they were to be played
 
+	int operations = 0;                   // that are going on, one within the other
+	bool stateTouched = false;            // the outermost of them has a change to tell
 	std::optional<RowSelection> menuRows; // what the open context menu acts on
 	bool bringBackOffered = false;        // as last told by canBringBackChanged()
 	int shownCount = 0;                   // rows that the search shows
@@ -335,16 +291,18 @@ private:
 	bool remainingTime = false;
 	bool narrowLayout = false;
 	bool playbackArmed = false; // the current track was seen playing: its end counts
-	int endMode = EndStop;
+	int endMode = reelhouse::EndStop;
 	quint32 tickCount = 0;
 	qint64 durationMs = 0;
-	qint64 seekTargetMs = -1; // -1: no seek in flight
-	quint64 seekSerial = 0;   // the switch serial that the slider was taken under
+	qint64 seekTargetMs = -1;          // -1: no seek in flight
+	std::optional<quint64> seekSerial; // the switch serial that the slider was taken under, until it is released
+	bool steppingSlider = false; // keys, the wheel or assistive technology move it, and no seek has followed yet
 	QElapsedTimer switchClock;
 	QElapsedTimer seekClock;
 	QTimer pollTimer;
-	QTimer saveTimer;
-	QTimer seekRest;                     // runs while keys or the wheel move the slider
+	QTimer saveTimer;                    // runs while changes come close upon each other
+	QTimer saveDeadline;                 // runs from the first change that is not saved yet
+	QTimer seekDebounce;                 // runs while the wheel or a key that was let go may go on
 	QWidget *focusAfterSwitch = nullptr; // the control that a switch took the keyboard focus from
 
 	// Owned by Qt's parent-child tree.

@@ -36,13 +36,21 @@ void Reelhouse::addFiles()
 
 void Reelhouse::appendFiles(const QList<QString> &paths)
 {
-	insertFiles(paths, tracks.size());
+	const Operation operation(this);
+	const QList<QString> ids = insertTracks(paths, tracks.size());
+	if (ids.isEmpty())
+		return;
+	clearSearchSilently();
+	rebuildList(ids.constLast());
+	playlistWidget->scrollToItem(playlistWidget->currentItem(), QAbstractItemView::EnsureVisible);
+	storeQueue();
+	clearError();
 }
 
-QList<QString> Reelhouse::insertFiles(const QList<QString> &paths, qsizetype position)
+QList<QString> Reelhouse::insertTracks(const QList<QString> &paths, qsizetype position)
 {
-	OBSSourceAutoRelease source = lockSource();
-	if (!source || suspended || shutDown || paths.isEmpty())
+	OBSSourceAutoRelease source = lockActive();
+	if (!source || paths.isEmpty())
 		return {};
 	position = std::clamp<qsizetype>(position, 0, tracks.size());
 	QList<QString> ids;
@@ -52,12 +60,8 @@ QList<QString> Reelhouse::insertFiles(const QList<QString> &paths, qsizetype pos
 		ids.append(merged.constLast().id);
 	}
 	merged.append(tracks.sliced(position));
-	tracks = merged;
-	clearSearchSilently();
-	rebuildList(ids.constLast());
-	playlistWidget->scrollToItem(playlistWidget->currentItem(), QAbstractItemView::EnsureVisible);
-	storeQueue();
-	clearError();
+	tracks = std::move(merged);
+	markTouched();
 	return ids;
 }
 
@@ -74,42 +78,36 @@ void Reelhouse::clearSearchSilently()
 
 void Reelhouse::removeSelected()
 {
-	removeRows(playlistWidget->selectedRows());
+	takeTracks(playlistWidget->selectedIds(), [this] {
+		QString next;
+		if (!tracks.isEmpty())
+			next = tracks.at(std::min<qsizetype>(tracks.size() - 1, removed.constFirst().index)).id;
+		rebuildList(next);
+	});
 }
 
-qsizetype Reelhouse::removeTracks(const QSet<QString> &ids)
+// Out of the queue, for the next undo. Stops the current track if it goes.
+qsizetype Reelhouse::takeTracks(const QSet<QString> &ids, const std::function<void()> &showRows)
 {
-	QList<int> rows;
-	for (int i = 0; i < tracks.size(); i++) {
-		if (ids.contains(tracks.at(i).id))
-			rows.append(i);
-	}
-	return removeRows(rows);
-}
-
-qsizetype Reelhouse::removeRows(const QList<int> &rows)
-{
-	OBSSourceAutoRelease source = lockSource();
-	if (!source || suspended || shutDown || rows.isEmpty())
+	const Operation operation(this);
+	OBSSourceAutoRelease source = lockActive();
+	if (!source || ids.isEmpty())
 		return 0;
-
 	removed.clear();
 	QList<Track> kept;
-	kept.reserve(tracks.size() - rows.size());
-	bool stops = rows.size() == tracks.size();
-	auto row = rows.cbegin();
+	kept.reserve(tracks.size());
 	for (int i = 0; i < tracks.size(); i++) {
 		Track &track = tracks[i];
-		if (row == rows.cend() || *row != i) {
+		if (ids.contains(track.id))
+			removed.append({std::move(track), i});
+		else
 			kept.append(std::move(track));
-			continue;
-		}
-		row++;
-		stops = stops || track.id == currentId;
-		removed.append({std::move(track), i});
 	}
 	tracks = std::move(kept);
-
+	if (removed.isEmpty())
+		return 0;
+	markTouched();
+	const bool stops = tracks.isEmpty() || ids.contains(currentId);
 	if (stops) {
 		// Managed, so that the stop empties the source's playlist, which may still hold what was removed, and
 		// stores the queue.
@@ -117,21 +115,30 @@ qsizetype Reelhouse::removeRows(const QList<int> &rows)
 		currentId.clear();
 		stopPlayback();
 	}
-	QString next;
-	if (!tracks.isEmpty())
-		next = tracks.at(std::min<qsizetype>(tracks.size() - 1, removed.constFirst().index)).id;
-	rebuildList(next);
+	showRows();
 	if (!stops)
 		storeQueue();
 	clearError();
 	return removed.size();
 }
 
-qsizetype Reelhouse::undoRemove()
+void Reelhouse::undoRemove()
 {
-	OBSSourceAutoRelease source = lockSource();
-	if (!source || suspended || shutDown || removed.isEmpty())
-		return 0;
+	const Operation operation(this);
+	const QString firstId = putTracksBack();
+	if (firstId.isEmpty())
+		return;
+	rebuildList(firstId);
+	storeQueue();
+	clearError();
+}
+
+// Returns the id of the first track that the last removal took, or an empty string when there is nothing to undo.
+QString Reelhouse::putTracksBack()
+{
+	OBSSourceAutoRelease source = lockActive();
+	if (!source || removed.isEmpty())
+		return {};
 	QList<Track> merged;
 	merged.reserve(tracks.size() + removed.size());
 	const QString firstId = removed.constFirst().track.id;
@@ -142,23 +149,20 @@ qsizetype Reelhouse::undoRemove()
 		merged.append(std::move(entry.track));
 	}
 	std::move(rest, tracks.end(), std::back_inserter(merged));
-
-	const qsizetype count = removed.size();
 	removed.clear();
 	tracks = std::move(merged);
-	rebuildList(firstId);
-	storeQueue();
-	clearError();
-	return count;
+	markTouched();
+	return firstId;
 }
 
 void Reelhouse::moveSelected(int delta)
 {
-	if (!OBSSourceAutoRelease(lockSource()) || suspended || shutDown)
+	if (!OBSSourceAutoRelease(lockActive()))
 		return;
 	const int from = playlistWidget->currentRow();
 	const int to = from + delta;
-	if (visibleSelectionCount() != 1 || !needle().isEmpty() || from < 0 || to < 0 || to >= playlistWidget->count())
+	if (visibleSelectionCount() != 1 || !searchText().isEmpty() || from < 0 || to < 0 ||
+	    to >= playlistWidget->count())
 		return;
 	reordering = true;
 	QListWidgetItem *row = playlistWidget->takeItem(from);
@@ -168,37 +172,23 @@ void Reelhouse::moveSelected(int delta)
 	orderChanged();
 }
 
-void Reelhouse::moveTrack(const QString &id, int index)
-{
-	const QListWidgetItem *row = findRow(id, false);
-	if (!OBSSourceAutoRelease(lockSource()) || suspended || shutDown || !row || index < 0 ||
-	    index >= playlistWidget->count())
-		return;
-	reordering = true;
-	const int from = playlistWidget->row(row);
-	playlistWidget->model()->moveRow({}, from, {}, index > from ? index + 1 : index);
-	reordering = false;
-	orderChanged();
-	// Another row has the number that is looked for.
-	if (needle().startsWith(u'#'))
-		filterList();
-}
-
 void Reelhouse::orderChanged()
 {
 	if (reordering)
 		return;
-	OBSSourceAutoRelease source = lockSource();
-	if (!source || suspended || shutDown) {
+	const Operation operation(this);
+	OBSSourceAutoRelease source = lockActive();
+	if (!source) {
 		// The drag has moved rows of a queue that is no longer anybody's.
 		rebuildList(selectedId());
 		return;
 	}
 	QList<Track> ordered;
-	ordered.reserve(tracks.size());
+	ordered.reserve(playlistWidget->count());
 	for (int i = 0; i < playlistWidget->count(); i++)
-		ordered.append(std::move(tracks[std::exchange(playlistWidget->trackRow(i)->place, i)]));
+		ordered.append(playlistWidget->trackRow(i)->track());
 	tracks = std::move(ordered);
+	markTouched();
 	storeQueue();
 	updateButtons();
 	clearError();

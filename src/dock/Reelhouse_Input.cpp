@@ -163,10 +163,10 @@ QRect Reelhouse::sizeColumnOf(const QListWidgetItem *row) const
 
 void Reelhouse::handleFileDrag(QDropEvent *event)
 {
-	OBSSourceAutoRelease source = lockSource();
+	OBSSourceAutoRelease source = lockActive();
 	const QList<QUrl> urls = event->mimeData()->urls();
 	event->ignore();
-	if (!source || suspended || shutDown || std::ranges::none_of(urls, &QUrl::isLocalFile) ||
+	if (!source || std::ranges::none_of(urls, &QUrl::isLocalFile) ||
 	    !event->possibleActions().testFlag(Qt::CopyAction))
 		return;
 	if (event->type() == QEvent::Drop) {

@@ -2,12 +2,18 @@
 #include "dock/Reelhouse.hpp"
 
 #include <QAction>
+#include <QDesktopServices>
+#include <QDir>
+#include <QFileInfo>
+#include <QLineEdit>
 #include <QMenu>
 #include <QMessageBox>
+#include <QUrl>
 
 #include "dock/paths.hpp"
 #include "dock/text.hpp"
 #include "dock/widgets/TrackListWidget.hpp"
+#include "platform/reveal.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;
@@ -76,9 +82,9 @@ void Reelhouse::connectMenu()
 
 void Reelhouse::updateMenuActions(bool active, const QString &selected)
 {
-	undoRemoveAction->setEnabled(active && canUndoRemove());
+	undoRemoveAction->setEnabled(active && !removed.isEmpty());
 	locateCurrentAction->setEnabled(active && currentIndex() >= 0);
-	restorePlaylistAction->setEnabled(active && canGiveBack());
+	restorePlaylistAction->setEnabled(active && canRestore());
 	// An open menu keeps to the rows that it was opened on, and offers nothing for them once they are gone.
 	if (menuRows) {
 		if (!active || !playlistWidget->showsAny(menuRows->selected)) {
@@ -95,7 +101,7 @@ void Reelhouse::updateMenuActions(bool active, const QString &selected)
 	openFolderAction->setEnabled(active && !selected.isEmpty() && selectionCount == 1 && row->isSelected() &&
 				     !localFilePath(row->data(PathRole).toString()).isEmpty());
 
-	const bool movable = active && selectionCount == 1 && needle().isEmpty();
+	const bool movable = active && selectionCount == 1 && searchText().isEmpty();
 	const int current = playlistWidget->currentRow();
 	moveUpAction->setEnabled(movable && current > 0);
 	moveDownAction->setEnabled(movable && current + 1 < playlistWidget->count());
@@ -134,6 +140,43 @@ void Reelhouse::forgetMenuRows()
 {
 	menuRows.reset();
 	updateButtons();
+}
+
+void Reelhouse::locateCurrent()
+{
+	if (currentIndex() < 0)
+		return;
+	searchEdit->clear();
+	if (QListWidgetItem *row = findRow(currentId, false)) {
+		playlistWidget->setCurrentItem(row, QItemSelectionModel::ClearAndSelect);
+		playlistWidget->scrollToItem(row, QAbstractItemView::PositionAtCenter);
+		playlistWidget->setFocus(Qt::OtherFocusReason);
+	}
+	clearError();
+}
+
+void Reelhouse::openFolder()
+{
+	OBSSourceAutoRelease source = lockActive();
+	const QListWidgetItem *row = playlistWidget->currentItem();
+	if (!source || selectedId().isEmpty() || !row->isSelected() || playlistWidget->selectedItems().size() != 1)
+		return;
+	const QString local = localFilePath(row->data(PathRole).toString());
+	if (local.isEmpty())
+		return;
+
+	const QFileInfo file(local);
+	const QString folder = file.absolutePath();
+	const auto showFolder = [this, folder] {
+		if (QDir(folder).exists() && canOpenFolders() && QDesktopServices::openUrl(QUrl::fromLocalFile(folder)))
+			clearError();
+		else
+			showError(ui("OpenFolderError").arg(folder));
+	};
+	if (file.isFile() && revealFile(file.absoluteFilePath(), this, showFolder))
+		clearError();
+	else
+		showFolder();
 }
 
 void Reelhouse::showAbout()

@@ -17,6 +17,7 @@ using namespace reelhouse;
 // mediaStopped() gives it the new settings, so that the old media is never seen under them.
 bool Reelhouse::playTrack(const QString &id, bool withSceneSwitch)
 {
+	const Operation operation(this);
 	OBSSourceAutoRelease source = lockSource();
 	const auto track = std::ranges::find(std::as_const(tracks), id, &Track::id);
 	if (!source || track == tracks.cend())
@@ -24,19 +25,24 @@ bool Reelhouse::playTrack(const QString &id, bool withSceneSwitch)
 	const QString local = localFilePath(track->path);
 	if (!local.isEmpty() && !QFileInfo(local).isFile()) {
 		playbackArmed = false;
+		refusedIds.insert(id);
 		showError(ui("FileMissing").arg(track->path));
 		return false;
 	}
 
 	playbackArmed = false;
+	refusedIds.remove(id);
 	seekTargetMs = -1;
-	seekRest.stop();
+	endStepping();
 	sceneSwitchWanted = withSceneSwitch;
 	const QString previousId = currentId;
 	currentId = track->id;
 	managed = true;
-	observed = {{track->path}};
+	observed = {track->path};
 	switchClock.start();
+	// One entry may be all that is left of a queue that an edit made elsewhere has replaced.
+	if (tracks.size() > 1)
+		markTouched();
 	// Stored before the media is stopped: whatever happens next, the record already names the new track.
 	storeQueue();
 	issueSwitch(source);
@@ -50,7 +56,7 @@ bool Reelhouse::playTrack(const QString &id, bool withSceneSwitch)
 void Reelhouse::issueSwitch(obs_source_t *source)
 {
 	OBSDataAutoRelease settings = obs_data_create();
-	OBSDataArrayAutoRelease playlist = pathArray(observed.paths);
+	OBSDataArrayAutoRelease playlist = pathArray(observed);
 	obs_data_set_array(settings, playlistKey, playlist);
 	obs_data_set_bool(settings, loopKey, false);
 	obs_data_set_bool(settings, shuffleKey, false);
@@ -67,13 +73,12 @@ void Reelhouse::issueSwitch(obs_source_t *source)
 
 void Reelhouse::markCurrentRow(const QString &previousId)
 {
-	for (int i = 0; i < tracks.size(); i++) {
-		const QString &id = tracks.at(i).id;
-		if (id != currentId && id != previousId)
-			continue;
+	for (int i = 0; i < playlistWidget->count(); i++) {
 		TrackRow *row = playlistWidget->trackRow(i);
-		row->mark(id == currentId);
-		if (id == currentId)
+		if (row->id() != currentId && row->id() != previousId)
+			continue;
+		row->mark(row->id() == currentId);
+		if (row->id() == currentId)
 			playlistWidget->setCurrentItem(row, QItemSelectionModel::ClearAndSelect);
 	}
 }
@@ -123,6 +128,7 @@ bool Reelhouse::togglePlay()
 
 void Reelhouse::stopPlayback()
 {
+	const Operation operation(this);
 	const QString previousId = currentId;
 	cancelSwitch();
 	// A track whose switch never reached the source is not the current one after all.
@@ -133,7 +139,7 @@ void Reelhouse::stopPlayback()
 	if (source) {
 		obs_source_media_stop(source);
 		if (managed) {
-			observed = {};
+			observed.clear();
 			storeQueue();
 			OBSDataAutoRelease settings = obs_data_create();
 			OBSDataArrayAutoRelease playlist = pathArray({});

@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <utility>
 
-#include "dock/paths.hpp"
+#include "dock/QueueControl.hpp"
 #include "dock/text.hpp"
 #include "dock/widgets/SeekSlider.hpp"
 
@@ -48,8 +48,9 @@ const char *statusKey(obs_media_state state)
 
 void Reelhouse::tick()
 {
-	if (suspended || shutDown)
+	if (!isActive())
 		return;
+	const Operation operation(this);
 	tickCount++;
 	const bool refreshing = tickCount % ticksPerRefresh == 0;
 	if (refreshing)
@@ -63,13 +64,8 @@ void Reelhouse::tick()
 		updateButtons();
 		return;
 	}
-	if (refreshing) {
-		OBSDataAutoRelease settings = obs_source_get_settings(source);
-		if (!holdsPaths(settings, playlistKey, observed.paths)) {
-			loadQueue(source, true);
-			clearError();
-		}
-	}
+	if (refreshing)
+		takeOutsideEdit(source);
 
 	const obs_media_state state = obs_source_media_get_state(source);
 	durationMs = std::max<qint64>(obs_source_media_get_duration(source), 0);
@@ -77,7 +73,8 @@ void Reelhouse::tick()
 	followSeek(positionMs);
 	describePlayback(state, positionMs);
 	updateButtons();
-	followEnd(state);
+	Q_EMIT control->mediaPolled(state, positionMs, durationMs);
+	applyEndMode(state);
 }
 
 void Reelhouse::followSeek(qint64 positionMs)
@@ -105,7 +102,7 @@ void Reelhouse::describePlayback(obs_media_state state, qint64 positionMs)
 		timeLabel->setAccessibleDescription(description);
 }
 
-void Reelhouse::followEnd(obs_media_state state)
+void Reelhouse::applyEndMode(obs_media_state state)
 {
 	// Most polls bring nothing new and need not search the queue: the track plays on, or none is to end.
 	if (!managed || (state == OBS_MEDIA_STATE_PLAYING) == playbackArmed)
@@ -192,6 +189,7 @@ void Reelhouse::finishSwitch(quint64 serial)
 	switchPending = false;
 	switchClock.start();
 	updateButtons();
+	Q_EMIT control->switchFinished();
 	if (sceneSwitchWanted)
 		Q_EMIT sceneSwitchRequested(sourceUuid);
 }

@@ -6,10 +6,9 @@
 #include <QFileInfo>
 #include <QSignalBlocker>
 
-#include <algorithm>
-
 #include "dock/paths.hpp"
 #include "dock/record.hpp"
+#include "dock/text.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;
@@ -41,57 +40,72 @@ QList<QString> expandFolders(const QList<QString> &paths)
 	return expanded;
 }
 
+QList<QString> pathsOf(const QList<Track> &tracks)
+{
+	QList<QString> paths;
+	paths.reserve(tracks.size());
+	for (const Track &track : tracks)
+		paths.append(track.path);
+	return paths;
+}
+
 } // namespace
 
-// The stored queue holds only while the source's playlist is what the dock last saw or wrote; otherwise somebody edited
+// The stored queue holds only while the source's playlist is what the dock last saw or wrote. Otherwise somebody edited
 // it elsewhere, and the playlist wins.
 void Reelhouse::loadQueue(obs_source_t *source, bool force)
 {
+	const Operation operation(this);
 	cancelSwitch();
 	const QString selected = selectedId();
 	OBSDataAutoRelease settings = obs_source_get_settings(source);
-	const QList<QString> sourcePaths = pathsIn(settings, playlistKey);
+	const QList<QString> paths = pathsIn(settings, playlistKey);
 	OBSDataAutoRelease privateSettings = obs_source_get_private_settings(source);
-	OBSDataAutoRelease stored = obs_data_get_obj(privateSettings, recordKey);
-	obs_data_t *record = isReadable(stored) ? stored.Get() : nullptr;
+	OBSDataAutoRelease stored = storedRecord(privateSettings);
+	const bool readable = isReadable(stored);
+	bool usable = false;
+	Record record;
+	if (readable)
+		record = readRecord(stored, &usable);
 
-	readEndMode(record);
-	tracks.clear();
 	removed.clear();
-	currentId.clear();
+	refusedIds.clear();
 	playbackArmed = false;
-
-	if (record && !force && holdsPaths(record, observedKey, sourcePaths) && readTracks(record, tracks)) {
-		readTakeover(record);
-		currentId = stringIn(record, currentKey);
+	if (usable && !force && recordObserves(stored, paths)) {
+		takeRecord(record);
 	} else {
-		tracks.clear();
-		for (const QString &path : expandFolders(sourcePaths))
-			tracks.append(Track::fromPath(path));
-		managed = false;
-		originalLoop = obs_data_get_bool(settings, loopKey);
-		originalShuffle = obs_data_get_bool(settings, shuffleKey);
-		originalBehavior = stringIn(settings, behaviorKey);
-		keepReplacedQueue(source, stored);
+		endMode = record.endMode;
+		rebuildQueue(source, paths);
 	}
-	observed = {sourcePaths};
+	observed = paths;
 	if (currentIndex() < 0)
 		currentId.clear();
 	showLoaded(selected);
 }
 
-// What a record says beside its tracks. Of a null record the end mode reads 0, to stop.
-void Reelhouse::readEndMode(obs_data_t *record)
+void Reelhouse::takeRecord(const Record &record)
 {
-	endMode = static_cast<int>(std::clamp<long long>(obs_data_get_int(record, endModeKey), EndStop, EndRepeat));
+	tracks = record.tracks;
+	currentId = record.currentId;
+	managed = record.managed;
+	originalLoop = record.originalLoop;
+	originalShuffle = record.originalShuffle;
+	originalBehavior = record.originalBehavior;
+	endMode = record.endMode;
 }
 
-void Reelhouse::readTakeover(obs_data_t *record)
+void Reelhouse::rebuildQueue(obs_source_t *source, const QList<QString> &paths)
 {
-	managed = obs_data_get_bool(record, managedKey);
-	originalLoop = obs_data_get_bool(record, originalLoopKey);
-	originalShuffle = obs_data_get_bool(record, originalShuffleKey);
-	originalBehavior = stringIn(record, originalBehaviorKey);
+	tracks.clear();
+	for (const QString &path : expandFolders(paths))
+		tracks.append(Track::fromPath(path));
+	currentId.clear();
+	managed = false;
+	OBSDataAutoRelease settings = obs_source_get_settings(source);
+	originalLoop = obs_data_get_bool(settings, loopKey);
+	originalShuffle = obs_data_get_bool(settings, shuffleKey);
+	originalBehavior = textIn(settings, behaviorKey);
+	keepReplacedQueue(source);
 }
 
 // What every queue ends with that comes from a record or a playlist.
@@ -110,30 +124,19 @@ void Reelhouse::storeQueue()
 	OBSSourceAutoRelease source = lockSource();
 	if (!source || shutDown)
 		return;
-	OBSDataAutoRelease record = obs_data_create();
-	OBSDataArrayAutoRelease trackItems = trackArray(tracks);
-	OBSDataArrayAutoRelease observedItems = obs_data_array_create();
-	if (!observed.items)
-		observed.items = pathArray(observed.paths).Get();
-	obs_data_array_push_back_array(observedItems, observed.items);
-	obs_data_set_int(record, versionKey, recordVersion);
-	obs_data_set_array(record, tracksKey, trackItems);
-	obs_data_set_array(record, observedKey, observedItems);
-	obs_data_set_string(record, currentKey, currentId.toUtf8().constData());
-	obs_data_set_bool(record, managedKey, managed);
-	obs_data_set_bool(record, originalLoopKey, originalLoop);
-	obs_data_set_bool(record, originalShuffleKey, originalShuffle);
-	obs_data_set_string(record, originalBehaviorKey, originalBehavior.toUtf8().constData());
-	obs_data_set_int(record, endModeKey, endMode);
-
+	const Operation operation(this);
 	OBSDataAutoRelease privateSettings = obs_source_get_private_settings(source);
-	obs_data_set_obj(privateSettings, recordKey, record);
+	recordWriter.write(privateSettings, {tracks, observed, currentId, managed, originalLoop, originalShuffle,
+					     originalBehavior, endMode});
 	saveTimer.start();
-	Q_EMIT stateChanged();
+	if (!saveDeadline.isActive())
+		saveDeadline.start();
+	stateTouched = true;
 }
 
 void Reelhouse::restoreSource()
 {
+	const Operation operation(this);
 	cancelSwitch();
 	OBSSourceAutoRelease source = lockSource();
 	if (!source)
@@ -141,20 +144,123 @@ void Reelhouse::restoreSource()
 	playbackArmed = false;
 	managed = false;
 	currentId.clear();
-	observed = {};
-	observed.paths.reserve(tracks.size());
-	for (const Track &track : std::as_const(tracks))
-		observed.paths.append(track.path);
+	observed = pathsOf(tracks);
 	storeQueue();
 
 	OBSDataAutoRelease settings = obs_source_get_settings(source);
-	OBSDataArrayAutoRelease playlist = pathArray(observed.paths);
+	OBSDataArrayAutoRelease playlist = pathArray(observed);
 	obs_data_set_array(settings, playlistKey, playlist);
 	obs_data_set_bool(settings, loopKey, originalLoop);
 	obs_data_set_bool(settings, shuffleKey, originalShuffle);
-	obs_data_set_string(settings, behaviorKey, originalBehavior.toUtf8().constData());
+	setText(settings, behaviorKey, originalBehavior);
 	obs_source_update(source, settings);
 
 	rebuildList(selectedId());
 	clearError();
+}
+
+// Takes over a playlist that somebody edited elsewhere. Returns whether there was such an edit.
+bool Reelhouse::takeOutsideEdit(obs_source_t *source)
+{
+	OBSDataAutoRelease settings = obs_source_get_settings(source);
+	if (holdsPaths(settings, playlistKey, observed))
+		return false;
+	loadQueue(source, true);
+	clearError();
+	return true;
+}
+
+// An edit made elsewhere wins over the queue, but whoever made it may not have meant it: OBS's Properties dialog puts
+// an old playlist back when it is cancelled.
+void Reelhouse::keepReplacedQueue(obs_source_t *source)
+{
+	OBSDataAutoRelease privateSettings = obs_source_get_private_settings(source);
+	const ReplacedQueue before = ReplacedQueue::read(privateSettings);
+	const ReplacedQueue after = replaceQueue(OBSDataAutoRelease(storedRecord(privateSettings)), tracks, before);
+	after.write(privateSettings);
+	if (after.record == before.record)
+		return;
+	const qsizetype count = readRecord(after.record).tracks.size();
+	if (count == 0)
+		return;
+	blog(LOG_INFO,
+	     "[OBS-Reelhouse] The playlist of \"%s\" was changed elsewhere and has replaced a queue of %lld tracks. "
+	     "To have that queue back, choose \"%s\" in the Tools menu.",
+	     obs_source_get_name(source), static_cast<long long>(count),
+	     ui("BringBackReplacedQueue").toUtf8().constData());
+}
+
+// From here on the queue is the user's own, also if an edit made elsewhere has made it.
+void Reelhouse::markTouched()
+{
+	OBSSourceAutoRelease source = lockSource();
+	OBSDataAutoRelease privateSettings = obs_source_get_private_settings(source);
+	ReplacedQueue replaced = ReplacedQueue::read(privateSettings);
+	if (!replaced.presentUntouched)
+		return;
+	replaced.presentUntouched = false;
+	replaced.write(privateSettings);
+}
+
+bool Reelhouse::canBringBack() const
+{
+	OBSSourceAutoRelease source = lockActive();
+	if (!source)
+		return false;
+	OBSDataAutoRelease privateSettings = obs_source_get_private_settings(source);
+	return ReplacedQueue::read(privateSettings).record != nullptr;
+}
+
+// What the source plays goes on: its playlist stays, and is no edit made elsewhere from here on.
+void Reelhouse::bringBackReplaced()
+{
+	const Operation operation(this);
+	OBSSourceAutoRelease source = lockActive();
+	if (!source)
+		return;
+	OBSDataAutoRelease privateSettings = obs_source_get_private_settings(source);
+	const ReplacedQueue asked = ReplacedQueue::read(privateSettings);
+	if (!asked.record)
+		return;
+	// While a switch waits, its playlist is not an edit made elsewhere.
+	if (!switchPending)
+		takeOutsideEdit(source);
+	cancelSwitch();
+	ReplacedQueue next = ReplacedQueue::read(privateSettings);
+	// A queue of the user's own that only now was found replaced stays to be brought back.
+	if (next.record == asked.record) {
+		next.record = OBSDataAutoRelease(storedRecord(privateSettings));
+		next.isUntouched = next.presentUntouched;
+	}
+	next.presentUntouched = asked.isUntouched;
+
+	OBSDataAutoRelease settings = obs_source_get_settings(source);
+	const Record record = readRecord(asked.record);
+	takeRecord(record);
+	removed.clear();
+	refusedIds.clear();
+	observed = pathsIn(settings, playlistKey);
+	currentId = idHeldBySource(record.currentId);
+	playbackArmed = false;
+	showLoaded(currentId);
+	next.write(privateSettings);
+	updateButtons();
+	clearError();
+}
+
+// The track that a source with a playlist of one entry holds. The same file may be queued more than once.
+QString Reelhouse::idHeldBySource(const QString &preferredId) const
+{
+	if (observed.size() != 1)
+		return {};
+	QString held;
+	for (const Track &track : tracks) {
+		if (track.path != observed.constFirst())
+			continue;
+		if (track.id == preferredId)
+			return preferredId;
+		if (held.isEmpty())
+			held = track.id;
+	}
+	return held;
 }

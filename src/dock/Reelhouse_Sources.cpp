@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "dock/paths.hpp"
+#include "dock/scenes.hpp"
 #include "dock/text.hpp"
 
 using namespace reelhouse;
@@ -72,12 +73,6 @@ std::vector<NamedScene> allScenes()
 	return scenes;
 }
 
-struct SceneWalk {
-	const QString &sceneName;
-	ScenesBySource &scenesBySource;
-	QSet<obs_source_t *> &visited;
-};
-
 } // namespace
 
 namespace reelhouse {
@@ -88,27 +83,15 @@ void collectSceneSources(obs_source_t *source, const QString &sceneName, ScenesB
 {
 	if (!source)
 		return;
-	const bool isVlc = isVlcSource(source);
-	obs_scene_t *scene = obs_scene_from_source(source);
-	if (!scene)
-		scene = obs_group_from_source(source);
-	// Most items are neither, and need no remembering.
-	if ((!isVlc && !scene) || visited.contains(source))
-		return;
-	visited.insert(source);
-	if (isVlc) {
-		scenesBySource[uuidOf(source)].append(sceneName);
-		return;
-	}
-	SceneWalk walk{sceneName, scenesBySource, visited};
-	obs_scene_enum_items(
-		scene,
-		[](obs_scene_t *, obs_sceneitem_t *item, void *data) {
-			const auto &[name, found, seen] = *static_cast<SceneWalk *>(data);
-			collectSceneSources(obs_sceneitem_get_source(item), name, found, seen);
+	if (!isVlcSource(source)) {
+		visitItems(source, visited, [&](obs_source_t *shown) {
+			collectSceneSources(shown, sceneName, scenesBySource, visited);
 			return true;
-		},
-		&walk);
+		});
+	} else if (!visited.contains(source)) {
+		visited.insert(source);
+		scenesBySource[uuidOf(source)].append(sceneName);
+	}
 }
 
 } // namespace reelhouse
@@ -146,8 +129,9 @@ bool showsExactly(const QComboBox *selector, const SourceListing &sources)
 
 void Reelhouse::refreshSources()
 {
-	if (suspended || shutDown)
+	if (!isActive())
 		return;
+	const Operation operation(this);
 	SourceListing sources = listVlcSources();
 	if (!sources.isEmpty())
 		labelWithScenes(sources);
@@ -178,27 +162,10 @@ void Reelhouse::rebuildSelector(const QList<std::pair<QString, QString>> &source
 	sourceSelector->setCurrentIndex(std::max(sourceSelector->findData(sourceUuid), 0));
 }
 
-QList<Reelhouse::ListedSource> Reelhouse::listSources()
-{
-	refreshSources();
-	QList<ListedSource> listed;
-	for (int i = 1; i < sourceSelector->count(); i++)
-		listed.append({sourceSelector->itemText(i), sourceSelector->itemData(i).toString()});
-	return listed;
-}
-
-bool Reelhouse::selectSource(const QString &uuid)
-{
-	refreshSources();
-	const int index = sourceSelector->findData(uuid);
-	if (index >= 0)
-		sourceSelector->setCurrentIndex(index);
-	return index >= 0;
-}
-
 // The user's own choice, which is remembered; a refresh that finds another source to bind is not.
 void Reelhouse::chooseSource()
 {
+	const Operation operation(this);
 	sourceUuid = sourceSelector->currentData().toString();
 	bindSource(sourceUuid);
 	saveSelection();
@@ -206,6 +173,7 @@ void Reelhouse::chooseSource()
 
 void Reelhouse::reloadSource()
 {
+	const Operation operation(this);
 	refreshSources();
 	OBSSourceAutoRelease source = lockSource();
 	if (!source)
@@ -216,6 +184,7 @@ void Reelhouse::reloadSource()
 
 void Reelhouse::bindSource(const QString &uuid)
 {
+	const Operation operation(this);
 	rememberView();
 	cancelSwitch();
 	disconnectSource();
@@ -254,4 +223,9 @@ OBSSourceAutoRelease Reelhouse::lockSource() const
 	if (source && obs_source_removed(source))
 		return nullptr;
 	return source;
+}
+
+OBSSourceAutoRelease Reelhouse::lockActive() const
+{
+	return isActive() ? lockSource() : nullptr;
 }

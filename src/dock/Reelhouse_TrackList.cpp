@@ -6,6 +6,7 @@
 #include <QHash>
 #include <QLabel>
 #include <QLineEdit>
+#include <QScrollBar>
 #include <QSignalBlocker>
 #include <QToolTip>
 
@@ -25,51 +26,53 @@ qint64 measure(const QString &path)
 {
 	const QString local = localFilePath(path);
 	if (local.isEmpty())
-		return Reelhouse::SizeNotLocal;
+		return SizeNotLocal;
 	const QFileInfo file(local);
-	return file.isFile() ? file.size() : Reelhouse::SizeMissing;
+	return file.isFile() ? file.size() : SizeMissing;
 }
 
-// Measures the tracks that have no size yet, each path once.
-void measureTracks(QList<Reelhouse::Track> &tracks)
+// Measures the tracks that have no size yet, each path once. What is known of a path counts for all its tracks.
+void measureTracks(QList<Track> &tracks)
 {
-	const auto isUnknown = [](const Reelhouse::Track &track) {
-		return track.size == Reelhouse::SizeUnknown;
-	};
-	if (std::ranges::none_of(std::as_const(tracks), isUnknown))
-		return;
 	QHash<QString, qint64> sizes;
-	for (const Reelhouse::Track &track : std::as_const(tracks)) {
-		if (!isUnknown(track))
-			sizes.insert(track.path, track.size);
+	for (const Track &track : std::as_const(tracks)) {
+		if (track.size == SizeUnknown)
+			sizes.insert(track.path, SizeUnknown);
 	}
-	for (Reelhouse::Track &track : tracks) {
-		if (!isUnknown(track))
+	if (sizes.isEmpty())
+		return;
+	for (const Track &track : std::as_const(tracks)) {
+		const auto size = track.size == SizeUnknown ? sizes.end() : sizes.find(track.path);
+		if (size != sizes.end())
+			*size = track.size;
+	}
+	for (Track &track : tracks) {
+		if (track.size != SizeUnknown)
 			continue;
-		auto size = sizes.constFind(track.path);
-		if (size == sizes.cend())
-			size = sizes.insert(track.path, measure(track.path));
-		track.size = *size;
+		qint64 &size = sizes[track.path];
+		if (size == SizeUnknown)
+			size = measure(track.path);
+		track.size = size;
 	}
 }
 
 // Which rows a search text shows: the row of a number after "#", else every row whose path contains the text.
 class RowFilter {
 public:
-	explicit RowFilter(const QString &needle_) : needle(needle_), byNumber(needle.startsWith(u'#'))
+	explicit RowFilter(const QString &text_) : text(text_), byNumber(text.startsWith(u'#'))
 	{
 		// What is no number reads 0, which is no row's.
 		if (byNumber)
-			numberedRow = qint64(QStringView(needle).mid(1).toInt()) - 1;
+			numberedRow = qint64(QStringView(text).mid(1).toInt()) - 1;
 	}
 
 	bool shows(int row, const QString &path) const
 	{
-		return byNumber ? row == numberedRow : path.contains(needle, Qt::CaseInsensitive);
+		return byNumber ? row == numberedRow : path.contains(text, Qt::CaseInsensitive);
 	}
 
 private:
-	const QString needle;
+	const QString text;
 	const bool byNumber;
 	qint64 numberedRow = -1;
 };
@@ -78,85 +81,181 @@ private:
 
 void Reelhouse::rebuildList(const QString &selectId)
 {
+	const QSignalBlocker blocker(playlistWidget);
+	updateRows();
+	QListWidgetItem *selected = nullptr;
+	for (int i = 0; i < playlistWidget->count() && !selectId.isEmpty(); i++) {
+		if (playlistWidget->trackRow(i)->id() == selectId)
+			selected = playlistWidget->trackRow(i);
+	}
+	playlistWidget->setCurrentItem(selected, QItemSelectionModel::ClearAndSelect);
+	filterList();
+}
+
+bool Reelhouse::hasRowOf(const Track &track, int row) const
+{
+	return playlistWidget->trackRow(row)->track() == track;
+}
+
+// Makes the rows those of the tracks. The rows at the list's start and end that are right already stay as they are.
+void Reelhouse::updateRows()
+{
 	reordering = true;
 	const QSignalBlocker blocker(playlistWidget);
 	playlistWidget->setUpdatesEnabled(false);
-	playlistWidget->clear();
 	measureTracks(tracks);
-	QListWidgetItem *selected = nullptr;
-	for (int i = 0; i < tracks.size(); i++) {
-		const Track &track = tracks.at(i);
-		auto *row = new TrackRow(track, i, track.id == currentId);
-		playlistWidget->addItem(row);
-		if (track.id == selectId)
-			selected = row;
+	const int count = static_cast<int>(tracks.size());
+	const int shorter = std::min(count, playlistWidget->count());
+	int start = 0;
+	while (start < shorter && hasRowOf(tracks.at(start), start))
+		start++;
+	int end = 0;
+	while (start + end < shorter && hasRowOf(tracks.at(count - 1 - end), playlistWidget->count() - 1 - end))
+		end++;
+
+	// Each new row shifts those behind it, and each row that is hidden is told of it. Where that takes longer than
+	// making all rows anew, they are made anew.
+	const qint64 added = count - start - end;
+	if (added * (1 + (end + playlistWidget->count() - shownCount) / 1000) > count - added) {
+		playlistWidget->clear();
+		start = end = 0;
 	}
-	playlistWidget->setCurrentItem(selected, QItemSelectionModel::ClearAndSelect);
+	playlistWidget->model()->removeRows(start, playlistWidget->count() - start - end);
+	for (int i = start; i < count - end; i++)
+		playlistWidget->insertItem(i, new TrackRow(tracks.at(i), false));
+	for (int i = 0; i < count; i++) {
+		TrackRow *row = playlistWidget->trackRow(i);
+		if (row->isMarked() != (row->id() == currentId))
+			row->mark(!row->isMarked());
+	}
 	playlistWidget->setUpdatesEnabled(true);
 	reordering = false;
-	filterList();
+}
+
+// After an edit that is not the user's own: his selection, search and scroll position stay.
+void Reelhouse::showQuietly()
+{
+	const QSignalBlocker blocker(playlistWidget);
+	const QSet<QString> selected = playlistWidget->selectedIds();
+	const QStringList nearest = idsByNearness();
+	const bool wasEmpty = playlistWidget->count() == 0;
+	const int scrolled = playlistWidget->verticalScrollBar()->value();
+	updateRows();
+	filterRows();
+	QSet<QString> present;
+	for (const Track &track : std::as_const(tracks))
+		present.insert(track.id);
+	const auto current =
+		std::ranges::find_if(nearest, [&present](const QString &id) { return present.contains(id); });
+	if (current != nearest.cend()) {
+		const bool staysSelected = playlistWidget->selectRows(selected, *current);
+		if (selected.isEmpty())
+			playlistWidget->clearSelection();
+		playlistWidget->setCurrentItem(findRow(*current, true), staysSelected || selected.isEmpty()
+										? QItemSelectionModel::NoUpdate
+										: QItemSelectionModel::ClearAndSelect);
+	}
+	// Another row has the number that is looked for.
+	if (wasEmpty || searchText().startsWith(u'#'))
+		filterList();
+	// At once, so that the scroll bar's range fits the rows before its value is set.
+	playlistWidget->doItemsLayout();
+	playlistWidget->verticalScrollBar()->setValue(scrolled);
+	showCount();
+	updateButtons();
+}
+
+// The current row's id, then those of the rows that the search shows behind it, then of those before it. Empty when no row
+// is current.
+QStringList Reelhouse::idsByNearness() const
+{
+	QStringList ids;
+	const int current = playlistWidget->currentRow();
+	if (current < 0)
+		return ids;
+	for (int i = current; i < playlistWidget->count(); i++) {
+		if (!playlistWidget->isRowHidden(i))
+			ids.append(playlistWidget->trackRow(i)->id());
+	}
+	for (int i = current - 1; i >= 0; i--) {
+		if (!playlistWidget->isRowHidden(i))
+			ids.append(playlistWidget->trackRow(i)->id());
+	}
+	return ids;
 }
 
 void Reelhouse::filterList()
 {
 	QToolTip::showText(QPoint(), QString());
 	const QSignalBlocker blocker(playlistWidget);
-	const QString text = needle();
-	const RowFilter filter(text);
+	filterRows();
+	// Without a filter the user's own row stays.
+	if (!searchText().isEmpty() || !playlistWidget->currentItem()) {
+		QListWidgetItem *first = nullptr;
+		for (int i = 0; i < playlistWidget->count() && !first; i++) {
+			if (!playlistWidget->isRowHidden(i))
+				first = playlistWidget->item(i);
+		}
+		playlistWidget->setCurrentItem(first, QItemSelectionModel::ClearAndSelect);
+		if (first)
+			playlistWidget->scrollToItem(first, QAbstractItemView::EnsureVisible);
+	}
+	playlistWidget->setDragEnabled(searchText().isEmpty());
+	showCount();
+	updateButtons();
+}
+
+void Reelhouse::filterRows()
+{
+	const RowFilter filter(searchText());
 	shownCount = 0;
-	QListWidgetItem *firstShown = nullptr;
 	for (int i = 0; i < playlistWidget->count(); i++) {
-		TrackRow *row = playlistWidget->trackRow(i);
-		const bool shown = filter.shows(i, row->path);
+		const bool shown = filter.shows(i, playlistWidget->trackRow(i)->path());
 		// Qt puts off a layout and a repaint for each row that it is told about, changed or not.
 		if (playlistWidget->isRowHidden(i) == shown)
 			playlistWidget->setRowHidden(i, !shown);
 		shownCount += shown;
-		if (shown && !firstShown)
-			firstShown = row;
 	}
+}
 
-	// Without a filter the user's own row stays.
-	if (!text.isEmpty() || !playlistWidget->currentItem()) {
-		playlistWidget->setCurrentItem(firstShown, QItemSelectionModel::ClearAndSelect);
-		if (firstShown)
-			playlistWidget->scrollToItem(firstShown, QAbstractItemView::EnsureVisible);
-	}
-	playlistWidget->setDragEnabled(text.isEmpty());
-	trackCountLabel->setText(text.isEmpty() ? ui("TrackCount").arg(tracks.size())
-						: ui("FilteredCount").arg(shownCount).arg(tracks.size()));
+void Reelhouse::showCount()
+{
+	trackCountLabel->setText(searchText().isEmpty() ? ui("TrackCount").arg(tracks.size())
+							: ui("FilteredCount").arg(shownCount).arg(tracks.size()));
 	explainEmptyList();
-	updateButtons();
 }
 
 // While no scene collection is there to work on, there is nothing to say.
 void Reelhouse::explainEmptyList()
 {
 	const char *key = nullptr;
-	if (suspended || shownCount > 0)
-		key = nullptr;
-	else if (sourceSelector->count() == 1)
-		key = "ListNoSources";
-	else if (!weakSource)
-		key = "ListNoSourceChosen";
-	else
-		key = tracks.isEmpty() ? "ListEmptyQueue" : "ListNothingFound";
+	if (isActive() && shownCount == 0) {
+		if (sourceSelector->count() == 1)
+			key = "ListNoSources";
+		else if (!weakSource)
+			key = "ListNoSourceChosen";
+		else
+			key = tracks.isEmpty() ? "ListEmptyQueue" : "ListNothingFound";
+	}
 	playlistWidget->setEmptyText(key ? ui(key) : QString());
-	// For the ear, in words that a look at the list tells.
-	playlistWidget->setAccessibleDescription(ui(key ? key : "PlaylistDescription"));
+	// What a look at the list tells, for the ear.
+	const QString description = ui(key ? key : "PlaylistDescription");
+	// Qt announces a description that is set again, too.
+	if (playlistWidget->accessibleDescription() != description)
+		playlistWidget->setAccessibleDescription(description);
 }
 
 QListWidgetItem *Reelhouse::findRow(const QString &id, bool shownOnly) const
 {
 	for (int i = 0; i < playlistWidget->count(); i++) {
 		TrackRow *row = playlistWidget->trackRow(i);
-		if (row->id == id && !(shownOnly && playlistWidget->isRowHidden(i)))
+		if (row->id() == id && !(shownOnly && playlistWidget->isRowHidden(i)))
 			return row;
 	}
 	return nullptr;
 }
 
-QString Reelhouse::needle() const
+QString Reelhouse::searchText() const
 {
 	return searchEdit->text().trimmed();
 }
@@ -172,4 +271,34 @@ int Reelhouse::visibleSelectionCount() const
 			count += !playlistWidget->isRowHidden(row);
 	}
 	return count;
+}
+
+void Reelhouse::rememberView()
+{
+	OBSSourceAutoRelease source = lockSource();
+	if (!source)
+		return;
+	views.insert(QString::fromUtf8(obs_source_get_uuid(source)),
+		     ViewState{selectedId(), searchText(), playlistWidget->verticalScrollBar()->value()});
+}
+
+void Reelhouse::restoreView(const QString &uuid)
+{
+	const auto view = views.constFind(uuid);
+	// Switching sources leaves the search text alone, and a view only fits the filter that it was remembered with.
+	if (view == views.cend() || searchText() != view->searchText)
+		return;
+
+	QListWidgetItem *row = nullptr;
+	if (!view->selectedTrackId.isEmpty()) {
+		row = findRow(view->selectedTrackId, true);
+		if (!row)
+			return;
+	}
+	const QSignalBlocker blocker(playlistWidget);
+	playlistWidget->setCurrentItem(row, QItemSelectionModel::ClearAndSelect);
+	// At once, so that the scroll bar's range fits the rows before its value is set.
+	playlistWidget->doItemsLayout();
+	playlistWidget->verticalScrollBar()->setValue(view->scrollValue);
+	updateButtons();
 }

@@ -1,12 +1,14 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "dock/Reelhouse.hpp"
 
+#include <QAccessible>
 #include <QComboBox>
 #include <QLabel>
 
 #include <algorithm>
 #include <utility>
 
+#include "dock/QueueControl.hpp"
 #include "dock/text.hpp"
 #include "dock/widgets/SeekSlider.hpp"
 #include "dock/widgets/themeIcon.hpp"
@@ -51,9 +53,10 @@ void Reelhouse::toggleTimeDisplay()
 	saveSelection();
 }
 
+// The poll leaves the slider alone meanwhile.
 bool Reelhouse::isSliderHeld() const
 {
-	return seekSlider->isSliderDown() || seekRest.isActive();
+	return seekSlider->isSliderDown() || steppingSlider;
 }
 
 qint64 Reelhouse::timeAtSlider(int value) const
@@ -61,31 +64,48 @@ qint64 Reelhouse::timeAtSlider(int value) const
 	return durationMs * value / 1000;
 }
 
-// A seek is meant for the media that the hand went down on. Every switch, stop, bind, reload and suspend takes a serial
-// of its own, and each disables the slider or lets go of it: what is released after one seeks nothing.
-void Reelhouse::takeSlider()
+// A seek is meant for the media that the user saw when he took the slider. Every switch, stop, bind, reload and suspend
+// has a serial of its own, and what is released after one seeks nothing.
+void Reelhouse::beginSeek()
 {
-	seekRest.stop();
+	endStepping();
 	seekSerial = switchSerial;
 	seekTargetMs = -1;
 	updateTime(timeAtSlider(seekSlider->value()));
 }
 
-// By key, by wheel or by assistive technology, which say no more than the new value: the seek follows when they rest.
-void Reelhouse::stepSlider(int value)
+// Keys, the wheel and assistive technology say no more than the new value: the seek follows when they rest.
+void Reelhouse::stepSeek(int value)
 {
 	if (seekSlider->isSliderDown())
 		return;
-	if (!seekRest.isActive())
-		takeSlider();
-	seekRest.start();
+	if (!steppingSlider)
+		beginSeek();
+	steppingSlider = true;
+	if (!seekSlider->isKeyDown())
+		seekDebounce.start();
 	updateTime(timeAtSlider(value));
+}
+
+// Ends stepping without a seek.
+void Reelhouse::endStepping()
+{
+	steppingSlider = false;
+	seekDebounce.stop();
+}
+
+// Assistive technology and some styles release a slider that they never pressed.
+void Reelhouse::endSeek()
+{
+	endStepping();
+	if (std::exchange(seekSerial, std::nullopt).value_or(switchSerial) == switchSerial)
+		seekToSlider();
 }
 
 void Reelhouse::seekToSlider()
 {
 	OBSSourceAutoRelease source = lockSource();
-	if (!source || switchPending || seekSerial != switchSerial)
+	if (!source || switchPending)
 		return;
 	// Read anew: just after a switch the poll's duration is still the previous track's.
 	durationMs = std::max<qint64>(obs_source_media_get_duration(source), 0);
@@ -99,14 +119,14 @@ void Reelhouse::seekToSlider()
 
 void Reelhouse::updateButtons()
 {
-	OBSSourceAutoRelease source = lockSource();
-	const bool active = source && !suspended && !shutDown;
+	OBSSourceAutoRelease source = lockActive();
+	const bool active = source != nullptr;
 	const obs_media_state state = active ? obs_source_media_get_state(source) : OBS_MEDIA_STATE_NONE;
 	const QString selected = selectedId();
 
 	if (switchPending)
 		holdFocus();
-	playPauseButton->setEnabled(active && !switchPending && canPlay());
+	playPauseButton->setEnabled(active && !switchPending && (!selected.isEmpty() || !currentId.isEmpty()));
 	stopButton->setEnabled(active);
 	previousButton->setEnabled(active && !tracks.isEmpty());
 	nextButton->setEnabled(active && !tracks.isEmpty());
@@ -119,7 +139,7 @@ void Reelhouse::updateButtons()
 	updatePlayPauseButton(state, selected);
 	const bool bringsBack = canBringBack();
 	if (std::exchange(bringBackOffered, bringsBack) != bringsBack)
-		Q_EMIT canBringBackChanged(bringsBack);
+		Q_EMIT control->canBringBackChanged(bringsBack);
 }
 
 // A switch disables two controls for a moment. Qt would hand the keyboard focus on to the next one, stop or the end
@@ -135,9 +155,9 @@ void Reelhouse::holdFocus()
 
 void Reelhouse::giveFocusBack()
 {
-	QWidget *control = std::exchange(focusAfterSwitch, nullptr);
-	if (control && !window()->focusWidget())
-		control->setFocus(Qt::OtherFocusReason);
+	QWidget *focused = std::exchange(focusAfterSwitch, nullptr);
+	if (focused && !window()->focusWidget())
+		focused->setFocus(Qt::OtherFocusReason);
 }
 
 void Reelhouse::updatePlayPauseButton(obs_media_state state, const QString &selected)
@@ -152,4 +172,20 @@ void Reelhouse::updatePlayPauseButton(obs_media_state state, const QString &sele
 	setNameIfChanged(playPauseButton, ui(label));
 	const bool pauses = qstrcmp(label, "Pause") == 0;
 	changeIconClass(playPauseButton, pauses ? u"icon-media-pause"_s : u"icon-media-play"_s);
+}
+
+void Reelhouse::showError(const QString &message)
+{
+	messageLabel->setText(u"⚠ "_s + message);
+	messageLabel->show();
+	// Nobody who cannot see the label would hear of it otherwise.
+	QAccessibleAnnouncementEvent announcement(messageLabel, message);
+	QAccessible::updateAccessibility(&announcement);
+	blog(LOG_WARNING, "[OBS-Reelhouse] %s", message.toUtf8().constData());
+}
+
+void Reelhouse::clearError()
+{
+	messageLabel->clear();
+	messageLabel->hide();
 }

@@ -33,8 +33,8 @@ constexpr QSize transportButtonSize(22, 22);
 constexpr QSize transportIconSize(14, 14);
 
 // The themes give selectors and fields vertical margins of their own, which cut the text at this row height.
-const QString selectorStyle = u"QComboBox { margin-top: 0; margin-bottom: 0; }"_s;
-const QString fieldStyle = u"QLineEdit { margin-top: 0; margin-bottom: 0; }"_s;
+constexpr QLatin1String selectorStyle("QComboBox { margin-top: 0; margin-bottom: 0; }");
+constexpr QLatin1String fieldStyle("QLineEdit { margin-top: 0; margin-bottom: 0; }");
 
 QToolButton *makeToolButton(QWidget *parent, const QString &name, const char *textKey, const QString &iconClass)
 {
@@ -64,7 +64,13 @@ void addToList(QListWidget *list, QAction *action, const QKeySequence &key)
 	action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
 	action->setAutoRepeat(false);
 	list->addAction(action);
-	new KeyClaim(list, key, [action] { return action->isEnabled(); }, [action] { action->trigger(); });
+}
+
+// OBS binds these two itself, whatever the platform's own are.
+QList<QKeySequence> redoKeys()
+{
+	return QKeySequence::keyBindings(QKeySequence::Redo) +
+	       QList<QKeySequence>{{Qt::CTRL | Qt::SHIFT | Qt::Key_Z}, {Qt::CTRL | Qt::Key_Y}};
 }
 
 QShortcut *makeShortcut(QWidget *parent, const QKeySequence &key)
@@ -235,7 +241,15 @@ QLayout *Reelhouse::buildTransportRow()
 void Reelhouse::makeShortcuts()
 {
 	addToList(playlistWidget, removeAction, Qt::Key_Delete);
+	new KeyClaim(
+		playlistWidget, {Qt::Key_Delete}, [this] { return removeAction->isEnabled(); },
+		[this] { removeAction->trigger(); });
 	addToList(playlistWidget, undoRemoveAction, QKeySequence::Undo);
+	// Whether there is anything to undo here or not: OBS would undo what it did last, which may be on air.
+	new KeyClaim(
+		playlistWidget, QKeySequence::keyBindings(QKeySequence::Undo), [] { return true; },
+		[this] { undoRemoveAction->trigger(); });
+	new KeyClaim(playlistWidget, redoKeys(), [] { return true; }, [] {});
 
 	connect(makeShortcut(playlistWidget, Qt::Key_Return), &QShortcut::activated, this, &Reelhouse::playSelected);
 	connect(makeShortcut(playlistWidget, Qt::Key_Enter), &QShortcut::activated, this, &Reelhouse::playSelected);
@@ -245,7 +259,7 @@ void Reelhouse::makeShortcuts()
 		searchEdit->selectAll();
 	};
 	connect(makeShortcut(this, QKeySequence::Find), &QShortcut::activated, this, find);
-	new KeyClaim(this, QKeySequence::Find, [] { return true; }, find);
+	new KeyClaim(this, {QKeySequence::Find}, [] { return true; }, find);
 }
 
 // What the user can do, in the order of the widgets.
@@ -268,21 +282,21 @@ void Reelhouse::connectSignals()
 	connect(previousButton, &QToolButton::clicked, this, [this] { playRelative(-1); });
 	connect(nextButton, &QToolButton::clicked, this, [this] { playRelative(1); });
 	connect(stopButton, &QToolButton::clicked, this, &Reelhouse::stopPlayback);
-	connect(seekSlider, &QSlider::sliderPressed, this, &Reelhouse::takeSlider);
+	connect(seekSlider, &QSlider::sliderPressed, this, &Reelhouse::beginSeek);
 	connect(seekSlider, &QSlider::sliderMoved, this, [this](int value) { updateTime(timeAtSlider(value)); });
-	connect(seekSlider, &QSlider::sliderReleased, this, &Reelhouse::seekToSlider);
-	connect(seekSlider, &QSlider::valueChanged, this, &Reelhouse::stepSlider);
-	connect(&seekRest, &QTimer::timeout, this, &Reelhouse::seekToSlider);
+	connect(seekSlider, &QSlider::sliderReleased, this, &Reelhouse::endSeek);
+	connect(seekSlider, &QSlider::valueChanged, this, &Reelhouse::stepSeek);
+	connect(seekSlider, &SeekSlider::keysReleased, this, [this] {
+		if (steppingSlider)
+			seekDebounce.start();
+	});
+	connect(&seekDebounce, &QTimer::timeout, this, &Reelhouse::endSeek);
 	connect(endModeSelector, &QComboBox::currentIndexChanged, this, &Reelhouse::setEndMode);
-}
-
-void Reelhouse::chooseEndMode(EndMode mode)
-{
-	endModeSelector->setCurrentIndex(endModeSelector->findData(mode));
 }
 
 void Reelhouse::setEndMode()
 {
+	const Operation operation(this);
 	endMode = std::clamp<int>(endModeSelector->currentData().toInt(), EndStop, EndRepeat);
 	storeQueue();
 }

@@ -23,6 +23,16 @@ std::optional<QString> fileUrlPath(const QString &path)
 
 } // namespace
 
+QString textIn(obs_data_t *data, const char *key)
+{
+	return QString::fromUtf8(obs_data_get_string(data, key));
+}
+
+void setText(obs_data_t *data, const char *key, const QString &text)
+{
+	obs_data_set_string(data, key, text.toUtf8().constData());
+}
+
 QList<QString> pathsIn(obs_data_t *settings, const char *key)
 {
 	QList<QString> paths;
@@ -31,7 +41,7 @@ QList<QString> pathsIn(obs_data_t *settings, const char *key)
 	paths.reserve(static_cast<qsizetype>(count));
 	for (size_t i = 0; i < count; i++) {
 		OBSDataAutoRelease item = obs_data_array_item(array, i);
-		QString path = QString::fromUtf8(obs_data_get_string(item, valueKey));
+		QString path = textIn(item, valueKey);
 		if (!path.isEmpty())
 			paths.append(std::move(path));
 	}
@@ -60,7 +70,7 @@ OBSDataArrayAutoRelease pathArray(const QList<QString> &paths)
 	OBSDataArrayAutoRelease array = obs_data_array_create();
 	for (const QString &path : paths) {
 		OBSDataAutoRelease item = obs_data_create();
-		obs_data_set_string(item, valueKey, path.toUtf8().constData());
+		setText(item, valueKey, path);
 		obs_data_array_push_back(array, item);
 	}
 	return array;

@@ -17,6 +17,10 @@ inline constexpr char behaviorKey[] = "playback_behavior";
 // The path or URL inside one object of a playlist array.
 inline constexpr char valueKey[] = "value";
 
+// A text in the settings, empty when it is absent.
+QString textIn(obs_data_t *data, const char *key);
+void setText(obs_data_t *data, const char *key, const QString &text);
+
 // The "value" strings of the array under key, in array order, empty ones left out; an empty list for an absent array.
 QList<QString> pathsIn(obs_data_t *settings, const char *key);
 

@@ -1,36 +1,72 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "dock/record.hpp"
 
+#include <QHash>
 #include <QUuid>
 
 #include <algorithm>
 
 #include "dock/paths.hpp"
 
-Reelhouse::Track Reelhouse::Track::fromPath(const QString &path)
-{
-	return {QUuid::createUuid().toString(QUuid::WithoutBraces), path};
-}
-
-obs_data_t *Reelhouse::Track::recordItem() const
-{
-	if (!item) {
-		OBSDataAutoRelease made = obs_data_create();
-		obs_data_set_string(made, reelhouse::valueKey, path.toUtf8().constData());
-		obs_data_set_string(made, reelhouse::idKey, id.toUtf8().constData());
-		item = made.Get();
-	}
-	return item;
-}
-
 namespace reelhouse {
 
 namespace {
 
-using Track = Reelhouse::Track;
+constexpr char recordKey[] = "OBS-Reelhouse";
+constexpr int recordVersion = 1;
+constexpr char versionKey[] = "version";
+constexpr char tracksKey[] = "tracks";
+constexpr char idKey[] = "id";
+constexpr char observedKey[] = "observed";
+constexpr char currentKey[] = "current";
+constexpr char managedKey[] = "managed";
+constexpr char originalLoopKey[] = "originalLoop";
+constexpr char originalShuffleKey[] = "originalShuffle";
+constexpr char originalBehaviorKey[] = "originalBehavior";
+constexpr char endModeKey[] = "endMode";
+constexpr long long lastEndMode = 2;
 
-// In a record put aside: the id of a queue's only track where that queue is nothing but what such a rebuild left.
+// A replaced queue is its record with these keys beside the record's own.
+constexpr char replacedKey[] = "OBS-Reelhouse-replaced";
+constexpr char untouchedKey[] = "untouched";
+constexpr char presentUntouchedKey[] = "presentUntouched";
 constexpr char leftoverKey[] = "leftover";
+
+QList<Track> readTracks(obs_data_t *record, bool &isWhole)
+{
+	QList<Track> tracks;
+	OBSDataArrayAutoRelease array = obs_data_get_array(record, tracksKey);
+	const size_t count = obs_data_array_count(array);
+	tracks.reserve(static_cast<qsizetype>(count));
+	for (size_t i = 0; i < count; i++) {
+		OBSDataAutoRelease item = obs_data_array_item(array, i);
+		const QString id = textIn(item, idKey);
+		const QString path = textIn(item, valueKey);
+		isWhole = isWhole && !id.isEmpty() && !path.isEmpty();
+		if (!path.isEmpty())
+			tracks.append(id.isEmpty() ? Track::fromPath(path) : Track{id, path});
+	}
+	return tracks;
+}
+
+OBSData makeItem(const Track &track)
+{
+	OBSDataAutoRelease item = obs_data_create();
+	setText(item, valueKey, track.path);
+	setText(item, idKey, track.id);
+	return item.Get();
+}
+
+// Copies of a track share their texts, which tells most of them without a look at the texts.
+bool isSameText(const QString &a, const QString &b)
+{
+	return a.constData() == b.constData() || a == b;
+}
+
+bool hasSameItem(const Track &a, const Track &b)
+{
+	return isSameText(a.id, b.id) && isSameText(a.path, b.path);
+}
 
 QString onlyId(const QList<Track> &tracks)
 {
@@ -39,9 +75,14 @@ QString onlyId(const QList<Track> &tracks)
 
 } // namespace
 
-QString stringIn(obs_data_t *data, const char *key)
+Track Track::fromPath(const QString &path)
 {
-	return QString::fromUtf8(obs_data_get_string(data, key));
+	return {QUuid::createUuid().toString(QUuid::WithoutBraces), path};
+}
+
+OBSDataAutoRelease storedRecord(obs_data_t *privateSettings)
+{
+	return obs_data_get_obj(privateSettings, recordKey);
 }
 
 bool isReadable(obs_data_t *record)
@@ -49,70 +90,129 @@ bool isReadable(obs_data_t *record)
 	return obs_data_get_int(record, versionKey) == recordVersion;
 }
 
-bool readTracks(obs_data_t *record, QList<Track> &tracks)
+bool recordObserves(obs_data_t *record, const QList<QString> &paths)
 {
-	OBSDataArrayAutoRelease array = obs_data_get_array(record, tracksKey);
-	const size_t count = obs_data_array_count(array);
-	tracks.reserve(static_cast<qsizetype>(count));
+	return holdsPaths(record, observedKey, paths);
+}
+
+Record readRecord(obs_data_t *data, bool *isWhole)
+{
 	bool whole = true;
-	for (size_t i = 0; i < count; i++) {
-		OBSDataAutoRelease item = obs_data_array_item(array, i);
-		const QString id = stringIn(item, idKey);
-		const QString path = stringIn(item, valueKey);
-		whole = whole && !id.isEmpty() && !path.isEmpty();
-		if (!path.isEmpty())
-			tracks.append(id.isEmpty() ? Track::fromPath(path) : Track(id, path));
-	}
-	return whole;
+	Record record;
+	record.tracks = readTracks(data, whole);
+	record.currentId = textIn(data, currentKey);
+	record.managed = obs_data_get_bool(data, managedKey);
+	record.originalLoop = obs_data_get_bool(data, originalLoopKey);
+	record.originalShuffle = obs_data_get_bool(data, originalShuffleKey);
+	record.originalBehavior = textIn(data, originalBehaviorKey);
+	record.endMode = static_cast<int>(std::clamp<long long>(obs_data_get_int(data, endModeKey), 0, lastEndMode));
+	if (isWhole)
+		*isWhole = whole;
+	return record;
 }
 
-OBSDataArrayAutoRelease trackArray(const QList<Track> &tracks)
+void RecordWriter::write(obs_data_t *privateSettings, const Record &record)
 {
-	OBSDataArrayAutoRelease array = obs_data_array_create();
-	for (const Track &track : tracks)
-		obs_data_array_push_back(array, track.recordItem());
-	return array;
-}
-
-qsizetype keepReplaced(obs_data_t *privateSettings, obs_data_t *record, const QList<Track> &rebuilt)
-{
-	if (!record)
-		return 0;
-	OBSDataAutoRelease kept = replacedRecord(privateSettings);
-	const QString leftover = stringIn(kept, leftoverKey);
-	QList<Track> before;
-	const bool usable = readTracks(record, before) && isReadable(record);
-
-	// What an earlier rebuild left is worth less than the queue that it replaced, and so is a record in which
-	// nothing can be read.
-	const bool isLeftover = before.isEmpty() || (!leftover.isEmpty() && onlyId(before) == leftover);
-	const bool keeps = usable ? !isLeftover && !std::ranges::equal(before, rebuilt, {}, &Track::path, &Track::path)
-				  : !before.isEmpty() || !kept;
-	if (keeps) {
-		obs_data_set_obj(privateSettings, replacedKey, record);
-		obs_data_addref(record);
-		kept = record;
+	updateItems(record.tracks);
+	if (!observedItems || observed != record.observed) {
+		observed = record.observed;
+		observedItems = pathArray(observed).Get();
 	}
-	if (kept && (keeps || isLeftover))
-		obs_data_set_string(kept, leftoverKey, onlyId(rebuilt).toUtf8().constData());
-	return keeps ? before.size() : 0;
+	// New arrays each time: the ones of the previous record may be in other hands.
+	OBSDataArrayAutoRelease trackArray = obs_data_array_create();
+	for (const OBSData &item : items)
+		obs_data_array_push_back(trackArray, item);
+	OBSDataArrayAutoRelease observedArray = obs_data_array_create();
+	obs_data_array_push_back_array(observedArray, observedItems);
+
+	OBSDataAutoRelease data = obs_data_create();
+	obs_data_set_int(data, versionKey, recordVersion);
+	obs_data_set_array(data, tracksKey, trackArray);
+	obs_data_set_array(data, observedKey, observedArray);
+	setText(data, currentKey, record.currentId);
+	obs_data_set_bool(data, managedKey, record.managed);
+	obs_data_set_bool(data, originalLoopKey, record.originalLoop);
+	obs_data_set_bool(data, originalShuffleKey, record.originalShuffle);
+	setText(data, originalBehaviorKey, record.originalBehavior);
+	obs_data_set_int(data, endModeKey, record.endMode);
+	obs_data_set_obj(privateSettings, recordKey, data);
 }
 
-OBSDataAutoRelease replacedRecord(obs_data_t *privateSettings)
+// Most changes leave the queue's start and end alone: only between them an object is looked for.
+void RecordWriter::updateItems(const QList<Track> &next)
+{
+	const auto [oldFirst, newFirst] = std::ranges::mismatch(tracks, next, hasSameItem);
+	const auto start = newFirst - next.begin();
+	const auto shorter = std::min(tracks.size(), next.size());
+	qsizetype end = 0;
+	while (start + end < shorter && hasSameItem(tracks.at(tracks.size() - 1 - end), next.at(next.size() - 1 - end)))
+		end++;
+
+	QHash<QString, OBSData> known;
+	for (auto i = start; i < tracks.size() - end; i++)
+		known.insert(tracks.at(i).id, items[i]);
+	std::vector<OBSData> middle;
+	for (auto i = start; i < next.size() - end; i++) {
+		const Track &track = next.at(i);
+		OBSData item = known.value(track.id);
+		// Ids need not be unique, nor stay with one path, in a record that somebody made by hand.
+		if (!item || textIn(item, valueKey) != track.path)
+			item = makeItem(track);
+		middle.push_back(std::move(item));
+	}
+	items.erase(items.begin() + start, items.end() - end);
+	items.insert(items.begin() + start, std::make_move_iterator(middle.begin()),
+		     std::make_move_iterator(middle.end()));
+	tracks = next;
+}
+
+ReplacedQueue ReplacedQueue::read(obs_data_t *privateSettings)
 {
 	OBSDataAutoRelease record = obs_data_get_obj(privateSettings, replacedKey);
 	OBSDataArrayAutoRelease tracks = obs_data_get_array(record, tracksKey);
 	// An empty queue comes back only if it was one.
 	if (!isReadable(record) && obs_data_array_count(tracks) == 0)
-		return nullptr;
-	return record;
+		return {};
+	return {record.Get(), obs_data_get_bool(record, untouchedKey), obs_data_get_bool(record, presentUntouchedKey),
+		textIn(record, leftoverKey)};
 }
 
-void exchangeReplaced(obs_data_t *privateSettings, obs_data_t *record)
+void ReplacedQueue::write(obs_data_t *privateSettings) const
 {
-	OBSDataAutoRelease kept = replacedRecord(privateSettings);
-	obs_data_set_string(record, leftoverKey, obs_data_get_string(kept, leftoverKey));
+	if (!record)
+		return;
+	// Not a copy, which would take long for a long queue: the queue that is now in the source has or gets a record of
+	// its own.
 	obs_data_set_obj(privateSettings, replacedKey, record);
+	obs_data_set_bool(record, untouchedKey, isUntouched);
+	obs_data_set_bool(record, presentUntouchedKey, presentUntouched);
+	setText(record, leftoverKey, leftoverId);
+}
+
+ReplacedQueue replaceQueue(obs_data_t *stored, const QList<Track> &rebuilt, const ReplacedQueue &replaced)
+{
+	if (!stored)
+		return replaced;
+	bool isWhole = false;
+	const QList<Track> before = readRecord(stored, &isWhole).tracks;
+	const bool isUsable = isWhole && isReadable(stored);
+	const bool isLeftover = before.size() == 1 && before.constFirst().id == replaced.leftoverId;
+	ReplacedQueue next = replaced;
+	if (isUsable && std::ranges::equal(before, rebuilt, {}, &Track::path, &Track::path)) {
+		// Nothing is lost. The entries have new ids.
+		if (isLeftover)
+			next.leftoverId = onlyId(rebuilt);
+		return next;
+	}
+	// What nothing can be read of still beats having nothing to bring back.
+	const bool isWorthKeeping = before.isEmpty() ? !isUsable && !replaced.record : !isLeftover;
+	if (isWorthKeeping && (!replaced.record || !replaced.presentUntouched)) {
+		next.record = stored;
+		next.isUntouched = false;
+	}
+	next.presentUntouched = true;
+	next.leftoverId = onlyId(rebuilt);
+	return next;
 }
 
 } // namespace reelhouse

@@ -6,15 +6,11 @@
 #include <obs-frontend-api.h>
 #include <obs.hpp>
 
+#include "dock/scenes.hpp"
+
 namespace reelhouse {
 
 namespace {
-
-struct SourceSearch {
-	obs_source_t *target = nullptr;
-	QSet<obs_source_t *> &visited;
-	bool found = false;
-};
 
 bool holds(obs_source_t *scene, obs_source_t *target)
 {
@@ -61,22 +57,12 @@ bool containsSource(obs_source_t *parent, obs_source_t *target, QSet<obs_source_
 {
 	if (parent == target)
 		return true;
-	obs_scene_t *scene = obs_scene_from_source(parent);
-	if (!scene)
-		scene = obs_group_from_source(parent);
-	if (!scene || visited.contains(parent))
-		return false;
-	visited.insert(parent);
-	SourceSearch search{target, visited};
-	obs_scene_enum_items(
-		scene,
-		[](obs_scene_t *, obs_sceneitem_t *item, void *data) {
-			auto &walk = *static_cast<SourceSearch *>(data);
-			walk.found = containsSource(obs_sceneitem_get_source(item), walk.target, walk.visited);
-			return !walk.found;
-		},
-		&search);
-	return search.found;
+	bool found = false;
+	visitItems(parent, visited, [&](obs_source_t *shown) {
+		found = containsSource(shown, target, visited);
+		return !found;
+	});
+	return found;
 }
 
 } // namespace reelhouse

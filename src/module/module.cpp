@@ -1,14 +1,13 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "module/module.hpp"
 
-#include <QAction>
-
 #include <obs-frontend-api.h>
 #include <obs-module.h>
 #include <util/util.hpp>
 
 #include "module/FrontendEvents.hpp"
 #include "module/SceneSwitch.hpp"
+#include "module/ToolsMenu.hpp"
 #include "remote/RemoteControl.hpp"
 
 // libobs declares these two without exporting them, which other modules built its way do.
@@ -32,9 +31,6 @@ namespace {
 
 constexpr char dockId[] = "OBS-Reelhouse";
 
-// In the Tools menu, which owns it and may be gone before the module.
-QPointer<QAction> bringBackAction;
-
 // The dock relies on how exactly one OBS and one Qt behave, so every other one is refused, newer patches included.
 bool isRequiredHost()
 {
@@ -54,19 +50,6 @@ QString settingsPath()
 {
 	const BPtr<char> path = obs_module_get_config_path(obs_current_module(), "settings.json");
 	return QString::fromUtf8(path.Get());
-}
-
-// Where OBS's users look for the rare commands of a plug-in.
-void addToToolsMenu(Reelhouse *newDock)
-{
-	bringBackAction =
-		static_cast<QAction *>(obs_frontend_add_tools_menu_qaction(obs_module_text("BringBackReplacedQueue")));
-	if (!bringBackAction)
-		return;
-	bringBackAction->setObjectName(QStringLiteral("bringBackReplacedQueue"));
-	bringBackAction->setEnabled(newDock->canBringBack());
-	QObject::connect(newDock, &Reelhouse::canBringBackChanged, bringBackAction, &QAction::setEnabled);
-	QObject::connect(bringBackAction, &QAction::triggered, newDock, &Reelhouse::bringBackReplaced);
 }
 
 } // namespace
@@ -104,7 +87,7 @@ void obs_module_post_load(void)
 {
 	// libobs calls this even for a module that refused to load.
 	if (dock)
-		RemoteControl::start(dock);
+		RemoteControl::start(&dock->queueControl());
 }
 
 void obs_module_unload(void)
@@ -115,7 +98,7 @@ void obs_module_unload(void)
 	if (!exiting || dock)
 		obs_frontend_remove_event_callback(frontendEvent, nullptr);
 	if (!exiting)
-		delete bringBackAction;
+		removeFromToolsMenu();
 	if (!dock)
 		return;
 	dock->shutdown();

@@ -4,6 +4,8 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
+#include <QGuiApplication>
+#include <QStandardPaths>
 #include <QStringList>
 #include <QUrl>
 
@@ -14,6 +16,22 @@ namespace {
 constexpr QLatin1String fileManager("org.freedesktop.FileManager1");
 // A file manager that the bus has to start first may take this long.
 constexpr int patienceMs = 5000;
+// The bus itself answers at once, or hangs.
+constexpr int busPatienceMs = 500;
+
+// Whether a service runs, or the bus knows how to start it.
+bool isOnBus(const QString &service)
+{
+	const QDBusConnection session = QDBusConnection::sessionBus();
+	for (const QString &list : {u"ListNames"_s, u"ListActivatableNames"_s}) {
+		const QDBusMessage request = QDBusMessage::createMethodCall(
+			u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s, u"org.freedesktop.DBus"_s, list);
+		const QDBusMessage answer = session.call(request, QDBus::Block, busPatienceMs);
+		if (answer.arguments().value(0).toStringList().contains(service))
+			return true;
+	}
+	return false;
+}
 
 } // namespace
 
@@ -33,4 +51,12 @@ bool revealFile(const QString &path, QObject *context, std::function<void()> ref
 			refused();
 	});
 	return true;
+}
+
+bool canOpenFolders()
+{
+	if (!QGuiApplication::platformName().startsWith("wayland"_L1))
+		return true;
+	return !QStandardPaths::findExecutable(u"xdg-open"_s).isEmpty() || isOnBus(fileManager) ||
+	       isOnBus(u"org.freedesktop.portal.Desktop"_s);
 }

@@ -9,3 +9,8 @@ bool revealFile(const QString &path, QObject *, std::function<void()>)
 {
 	return QProcess::startDetached(u"/usr/bin/open"_s, {u"-R"_s, path});
 }
+
+bool canOpenFolders()
+{
+	return true;
+}

@@ -11,87 +11,105 @@
 
 #include <obs-websocket-api.h>
 
+#include "remote/values.hpp"
+
 namespace reelhouse {
 
 namespace {
 
 // How long the user-interface thread may take before a request is given up.
-constexpr std::chrono::seconds patience(5);
+constexpr std::chrono::seconds requestTimeout(5);
 
 // A request on its way from a thread of the plug-in's to the user-interface thread and back.
 struct Task {
 	enum State { Waiting, Running, Done, GivenUp };
 
-	const RemoteControl::Request &request;
+	const RemoteControl::Endpoint &endpoint;
 	obs_data_t *const data; // the plug-in's, which keeps it until the task is done or given up
-	Answer answer;
+	Response response;
 	State state = Waiting;
 };
 
-// Where the two threads meet. It outlives every RemoteControl, because the plug-in cannot be told to forget a request
-// once it may be gone itself.
-struct Gate {
+// What the plug-in's threads and the user-interface thread share. It outlives every RemoteControl: the plug-in cannot be
+// told to forget a request once the plug-in itself may be gone.
+struct Dispatcher {
 	std::mutex mutex; // guards the rest, and the states of all tasks
 	std::condition_variable changed;
-	RemoteControl *open = nullptr; // null: closed
-	// A task was given up and the user-interface thread has run none since. Nobody waits for it meanwhile: it may be
-	// waiting for the plug-in's threads, all of whose requests would be waited for in turn.
+	RemoteControl *remote = nullptr; // null: closed
+	// A task was given up and the user-interface thread has run none since. No request waits meanwhile: that thread
+	// may be waiting for the plug-in's threads, and would wait for each of their requests in turn.
 	bool stalled = false;
-	Answer unavailable;
-} gate;
+	Response unavailable;
+	Response graphicsThread;
+} dispatcher;
 
 // User-interface thread. Does nothing for a task that was given up, whose data may be gone.
 void run(Task &task)
 {
 	RemoteControl *remote = nullptr;
 	{
-		const std::lock_guard lock(gate.mutex);
-		gate.stalled = false;
-		if (!gate.open || task.state != Task::Waiting)
+		const std::lock_guard lock(dispatcher.mutex);
+		dispatcher.stalled = false;
+		if (!dispatcher.remote || task.state != Task::Waiting)
 			return;
-		remote = gate.open;
+		remote = dispatcher.remote;
 		task.state = Task::Running;
 	}
-	task.answer = remote->serve(task.request, task.data);
+	task.response = remote->serve(task.endpoint, task.data);
 	{
-		const std::lock_guard lock(gate.mutex);
+		const std::lock_guard lock(dispatcher.mutex);
 		task.state = Task::Done;
 	}
-	gate.changed.notify_all();
+	dispatcher.changed.notify_all();
 }
 
 // On the thread that asks: one of the plug-in's, or for another module any thread. A task that has begun is waited for
 // however long it takes: it is done, and so must be answered.
-Answer pass(const std::shared_ptr<Task> &task)
+Response dispatch(const std::shared_ptr<Task> &task)
 {
-	std::unique_lock lock(gate.mutex);
-	RemoteControl *remote = gate.open;
+	std::unique_lock lock(dispatcher.mutex);
+	// The plug-in runs a batch that is in step with the frames on this thread: to wait here stops the picture.
+	if (obs_in_task_thread(OBS_TASK_GRAPHICS))
+		return dispatcher.graphicsThread;
+	RemoteControl *remote = dispatcher.remote;
 	if (remote && remote->thread() == QThread::currentThread()) {
 		lock.unlock();
-		return remote->serve(task->request, task->data);
+		return remote->serve(task->endpoint, task->data);
 	}
-	if (remote && !gate.stalled) {
-		// With the gate locked, the RemoteControl cannot go away under this.
+	if (remote && !dispatcher.stalled) {
+		// With the dispatcher locked, the RemoteControl cannot go away under this.
 		QMetaObject::invokeMethod(remote, [task] { run(*task); }, Qt::QueuedConnection);
-		gate.changed.wait_for(lock, patience, [&task] { return !gate.open || task->state == Task::Done; });
-		gate.changed.wait(lock, [&task] { return task->state != Task::Running; });
+		dispatcher.changed.wait_for(lock, requestTimeout,
+					    [&task] { return !dispatcher.remote || task->state == Task::Done; });
+		dispatcher.changed.wait(lock, [&task] { return task->state != Task::Running; });
 		if (task->state == Task::Done)
-			return std::move(task->answer);
+			return std::move(task->response);
 		task->state = Task::GivenUp;
-		gate.stalled = gate.open;
+		dispatcher.stalled = dispatcher.remote;
 	}
-	return gate.unavailable;
+	return dispatcher.unavailable;
 }
 
-void answerRequest(obs_data_t *data, obs_data_t *response, void *request)
+void handleRequest(obs_data_t *data, obs_data_t *responseData, void *endpoint)
 {
-	const auto task = std::make_shared<Task>(*static_cast<const RemoteControl::Request *>(request), data);
-	pass(task)(response);
+	const auto task = std::make_shared<Task>(*static_cast<const RemoteControl::Endpoint *>(endpoint), data);
+	dispatch(task)(responseData);
+}
+
+// Refuses a request that means another source than the bound one.
+void checkSource(Request &request, obs_source_t *source)
+{
+	const bool otherName = request.has("sourceName") &&
+			       request.text("sourceName") != QString::fromUtf8(obs_source_get_name(source));
+	const bool otherUuid = request.has("sourceUuid") &&
+			       request.text("sourceUuid") != QString::fromUtf8(obs_source_get_uuid(source));
+	if (otherName || otherUuid)
+		request.refuse(Refusal::OtherSource, QString::fromUtf8(obs_source_get_name(source)));
 }
 
 } // namespace
 
-void RemoteControl::start(Reelhouse *dock)
+void RemoteControl::start(QueueControl *queue)
 {
 	// What the header has kept belongs to an earlier start of libobs in this process.
 	_ph = nullptr;
@@ -100,38 +118,48 @@ void RemoteControl::start(Reelhouse *dock)
 		blog(LOG_INFO, "[OBS-Reelhouse] OBS's WebSocket plug-in is not there: no remote control.");
 		return;
 	}
-	auto *remote = new RemoteControl(dock, vendor);
+	auto *remote = new RemoteControl(queue, vendor);
 	{
-		const std::lock_guard lock(gate.mutex);
-		gate.open = remote;
-		gate.stalled = false;
-		gate.unavailable = refusalAnswer(Refusal::Unavailable);
+		const std::lock_guard lock(dispatcher.mutex);
+		dispatcher.remote = remote;
+		dispatcher.stalled = false;
+		dispatcher.unavailable = refusalResponse(Refusal::Unavailable);
+		dispatcher.graphicsThread = refusalResponse(Refusal::GraphicsThread);
 	}
-	for (const Request &request : requests())
-		obs_websocket_vendor_register_request(vendor, request.name, answerRequest,
-						      const_cast<Request *>(&request));
+	for (const Endpoint &endpoint : endpoints())
+		obs_websocket_vendor_register_request(vendor, endpoint.name, handleRequest,
+						      const_cast<Endpoint *>(&endpoint));
 }
 
 void RemoteControl::close()
 {
 	RemoteControl *remote = nullptr;
 	{
-		const std::lock_guard lock(gate.mutex);
-		remote = std::exchange(gate.open, nullptr);
+		const std::lock_guard lock(dispatcher.mutex);
+		remote = std::exchange(dispatcher.remote, nullptr);
 	}
-	gate.changed.notify_all();
+	dispatcher.changed.notify_all();
 	if (!remote)
 		return;
-	disconnect(remote->dock, &Reelhouse::stateChanged, remote, &RemoteControl::observe);
+	disconnect(remote->queue, nullptr, remote, nullptr);
+	disconnect(&remote->tagReader, nullptr, remote, nullptr);
 	remote->queueTimer.stop();
 }
 
-RemoteControl::RemoteControl(Reelhouse *dock_, void *vendor_)
-	: QObject(dock_), dock(dock_), vendor(vendor_), seen(stateOf(*dock_))
+RemoteControl::RemoteControl(QueueControl *queue_, void *vendor_)
+	: QObject(queue_),
+	  queue(queue_),
+	  vendor(vendor_),
+	  media(*queue_),
+	  tagReader(queue_->tagReader()),
+	  seen(stateOf(*queue_))
 {
 	queueTimer.setSingleShot(true);
 	connect(&queueTimer, &QTimer::timeout, this, &RemoteControl::announceQueue);
-	connect(dock, &Reelhouse::stateChanged, this, &RemoteControl::observe);
+	connect(queue, &QueueControl::changed, this, &RemoteControl::observe);
+	connect(queue, &QueueControl::mediaPolled, this, &RemoteControl::observePoll);
+	connect(&tagReader, &TagReader::tagsRead, this, &RemoteControl::announceTags);
+	connect(queue, &QueueControl::switchFinished, this, [this] { media.trackGiven(); });
 }
 
 RemoteControl::~RemoteControl()
@@ -139,16 +167,35 @@ RemoteControl::~RemoteControl()
 	close();
 }
 
-Answer RemoteControl::serve(const Request &request, obs_data_t *data)
+Response RemoteControl::serve(const Endpoint &endpoint, obs_data_t *data)
 {
-	Call call(*dock, data, revision);
-	if (!dock->isActive())
-		call.refuse(Refusal::Unavailable);
-	else if (request.needsSource && !OBSSourceAutoRelease(dock->lockSource()))
-		call.refuse(Refusal::NoSource);
-	else
-		request.serve(call);
-	return call.answer();
+	Request request(*queue, media, tagReader, data, revision);
+	if (!queue->isActive())
+		request.refuse(Refusal::Unavailable);
+	if (endpoint.needsSource() && !request.isRefused()) {
+		OBSSourceAutoRelease source = queue->lockSource();
+		if (source)
+			checkSource(request, source);
+		else
+			request.refuse(Refusal::NoSource);
+	}
+	if (!request.isRefused())
+		endpoint.serve(request);
+	const bool changed = endpoint.changes() && !request.isRefused();
+	return changed ? withState(request.response()) : request.response();
+}
+
+Response RemoteControl::withState(const Response &response) const
+{
+	OBSDataAutoRelease state = obs_data_create();
+	setText(state, "currentId", queue->currentId());
+	obs_data_set_int(state, "currentIndex", queue->currentIndex());
+	obs_data_set_string(state, "mediaState", mediaStateName(media.asked()));
+	obs_data_set_int(state, "revision", revision);
+	return [response, state = OBSData(state.Get())](obs_data_t *data) {
+		response(data);
+		obs_data_apply(data, state);
+	};
 }
 
 void RemoteControl::emitEvent(const char *type, obs_data_t *data)

@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "remote/RemoteControl.hpp"
 
+#include <array>
 #include <utility>
 
 #include "remote/values.hpp"
@@ -9,6 +10,13 @@ namespace reelhouse {
 
 namespace {
 
+constexpr char sourceChanged[] = "SourceChanged";
+constexpr char queueChanged[] = "QueueChanged";
+constexpr char currentTrackChanged[] = "CurrentTrackChanged";
+constexpr char endModeChanged[] = "EndModeChanged";
+constexpr char mediaStateChanged[] = "MediaStateChanged";
+constexpr char trackFailed[] = "TrackFailed";
+
 // Changes of the queue that come closer than this are one event, in milliseconds.
 constexpr int burstGapMs = 150;
 // A burst that does not end is announced this often nevertheless.
@@ -16,30 +24,51 @@ constexpr int burstLengthMs = 1000;
 
 } // namespace
 
-RemoteControl::State RemoteControl::stateOf(const Reelhouse &dock)
+std::span<const char *const> RemoteControl::events()
 {
-	OBSSourceAutoRelease source = dock.lockSource();
-	return {source ? QString::fromUtf8(obs_source_get_uuid(source)) : QString(), dock.queue(),
-		dock.currentTrackId(), dock.endModeNumber()};
+	static constexpr std::array names = {sourceChanged,  queueChanged,      currentTrackChanged,
+					     endModeChanged, mediaStateChanged, trackFailed};
+	return names;
+}
+
+RemoteControl::State RemoteControl::stateOf(const QueueControl &queue)
+{
+	OBSSourceAutoRelease source = queue.lockSource();
+	return {source ? QString::fromUtf8(obs_source_get_uuid(source)) : QString(),
+		source ? QString::fromUtf8(obs_source_get_name(source)) : QString(), queue.tracks(), queue.currentId(),
+		queue.endMode()};
 }
 
 void RemoteControl::observe()
 {
-	State before = std::exchange(seen, stateOf(*dock));
-	const bool otherQueue = before.sourceUuid != seen.sourceUuid || before.tracks != seen.tracks;
+	State before = std::exchange(seen, stateOf(*queue));
+	const bool otherSource = before.sourceUuid != seen.sourceUuid;
+	const bool otherQueue = otherSource || before.tracks != seen.tracks;
 	const bool otherCurrent = before.currentId != seen.currentId;
 	const bool otherEndMode = before.endMode != seen.endMode;
+	// Another source is told by the queue that comes with it.
+	if (!otherSource && before.sourceName != seen.sourceName)
+		announceSource();
 	if (otherQueue) {
 		queueRevision = ++revision;
 		startQueueTimer();
 	}
-	// Whoever is told of the others has been told of the queue that they belong to.
+	// A client that is told of one of these has been told of the queue that it belongs to.
 	if (queueTimer.isActive() && (otherCurrent || otherEndMode))
 		announceQueue();
 	if (otherCurrent)
 		announceCurrent();
 	if (otherEndMode)
 		announceEndMode();
+	if (otherSource)
+		announceMedia(media.otherSource(!seen.sourceUuid.isEmpty()));
+}
+
+void RemoteControl::observePoll(obs_media_state state, qint64 positionMs, qint64 durationMs)
+{
+	// Nothing else tells of a new name.
+	observe();
+	announceMedia(media.poll(state, positionMs, durationMs));
 }
 
 void RemoteControl::startQueueTimer()
@@ -50,36 +79,84 @@ void RemoteControl::startQueueTimer()
 		queueTimer.start(burstGapMs);
 }
 
+OBSDataAutoRelease RemoteControl::sourceData() const
+{
+	OBSSourceAutoRelease source = queue->lockSource();
+	OBSDataAutoRelease data = obs_data_create();
+	setSource(data, source);
+	return data;
+}
+
+OBSDataAutoRelease RemoteControl::currentData() const
+{
+	OBSDataAutoRelease data = sourceData();
+	const int index = queue->currentIndex();
+	setTrack(data, index, index < 0 ? Track() : seen.tracks.at(index));
+	return data;
+}
+
+void RemoteControl::announceSource()
+{
+	OBSDataAutoRelease data = sourceData();
+	obs_data_set_int(data, "revision", ++revision);
+	emitEvent(sourceChanged, data);
+}
+
 void RemoteControl::announceQueue()
 {
 	queueTimer.stop();
-	OBSSourceAutoRelease source = dock->lockSource();
-	OBSDataAutoRelease data = obs_data_create();
-	setSource(data, source);
+	OBSDataAutoRelease data = sourceData();
 	obs_data_set_int(data, "total", seen.tracks.size());
 	obs_data_set_int(data, "revision", queueRevision);
-	emitEvent("QueueChanged", data);
+	emitEvent(queueChanged, data);
 }
 
 void RemoteControl::announceCurrent()
 {
-	OBSSourceAutoRelease source = dock->lockSource();
-	OBSDataAutoRelease data = obs_data_create();
-	const int index = dock->currentIndex();
-	setSource(data, source);
-	setTrack(data, index, index < 0 ? Reelhouse::Track() : seen.tracks.at(index));
+	OBSDataAutoRelease data = currentData();
+	const int index = queue->currentIndex();
+	currentTags = index < 0 ? Tags() : tagReader.cached(seen.tracks.at(index).path).value_or(Tags());
+	setTags(data, currentTags);
+	media.toldWithTrack(media.asked());
+	obs_data_set_string(data, "mediaState", mediaStateName(media.asked()));
 	obs_data_set_int(data, "revision", ++revision);
-	emitEvent("CurrentTrackChanged", data);
+	emitEvent(currentTrackChanged, data);
+}
+
+// The event of the current track is sent again once its file has been read.
+void RemoteControl::announceTags(const QString &path)
+{
+	const int index = queue->currentIndex();
+	if (index >= 0 && seen.tracks.at(index).path == path && tagReader.cached(path) != currentTags)
+		announceCurrent();
 }
 
 void RemoteControl::announceEndMode()
 {
-	OBSSourceAutoRelease source = dock->lockSource();
-	OBSDataAutoRelease data = obs_data_create();
-	setSource(data, source);
+	OBSDataAutoRelease data = sourceData();
 	obs_data_set_string(data, "endMode", endModeName(seen.endMode));
 	obs_data_set_int(data, "revision", ++revision);
-	emitEvent("EndModeChanged", data);
+	emitEvent(endModeChanged, data);
+}
+
+// The reason comes before the state that it leads to.
+void RemoteControl::announceMedia(const MediaFollower::Change &change)
+{
+	if (queueTimer.isActive() && (change.failure || change.state))
+		announceQueue();
+	if (change.failure) {
+		const bool error = *change.failure == MediaFollower::Failure::Error;
+		OBSDataAutoRelease data = currentData();
+		obs_data_set_string(data, "reason", error ? "error" : "neverPlayed");
+		obs_data_set_int(data, "revision", ++revision);
+		emitEvent(trackFailed, data);
+	}
+	if (change.state) {
+		OBSDataAutoRelease data = currentData();
+		obs_data_set_string(data, "mediaState", mediaStateName(*change.state));
+		obs_data_set_int(data, "revision", ++revision);
+		emitEvent(mediaStateChanged, data);
+	}
 }
 
 } // namespace reelhouse

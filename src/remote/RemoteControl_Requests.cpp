@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <array>
+#include <span>
+#include <vector>
 
 #include "remote/values.hpp"
 
@@ -10,17 +12,33 @@ namespace reelhouse {
 
 namespace {
 
-using Track = Reelhouse::Track;
-
 // Nothing is done before everything is read and found right: each of these starts with what it reads.
 
-qsizetype findTrack(Call &call, const QString &id)
+qsizetype findTrack(Request &request, const QString &id)
 {
-	const QList<Track> &tracks = call.dock.queue();
+	const QList<Track> &tracks = request.queue.tracks();
 	const auto track = std::ranges::find(tracks, id, &Track::id);
 	if (track == tracks.cend())
-		call.refuse(Refusal::UnknownTrack, id);
+		request.refuse(Refusal::UnknownTrack, id);
 	return track - tracks.cbegin();
+}
+
+// Every row has to be laid out with its path, and one of a megabyte makes the window deaf for a fifth of a second.
+bool isTooLong(const QString &path)
+{
+	constexpr qsizetype maxBytes = 64 * 1024;
+	return path.size() > maxBytes || path.toUtf8().size() > maxBytes;
+}
+
+OBSDataArrayAutoRelease nameArray(const char *key, std::span<const char *const> names)
+{
+	OBSDataArrayAutoRelease array = obs_data_array_create();
+	for (const char *name : names) {
+		OBSDataAutoRelease item = obs_data_create();
+		obs_data_set_string(item, key, name);
+		obs_data_array_push_back(array, item);
+	}
+	return array;
 }
 
 OBSDataArrayAutoRelease idArray(const QList<QString> &ids)
@@ -34,68 +52,132 @@ OBSDataArrayAutoRelease idArray(const QList<QString> &ids)
 	return array;
 }
 
-OBSDataArrayAutoRelease trackArray(const QList<Track> &tracks, qsizetype offset, qsizetype limit)
+// What GetQueue answers with of the queue. Any thread.
+struct Page {
+	QList<Track> tracks;   // the whole queue
+	QSet<QString> refused; // the ids of those whose file was missing when they were to be played
+	qsizetype begin = 0;
+	qsizetype end = 0;
+	bool withTags = false; // of each track of the page
+	qsizetype current = -1;
+	Tags currentTags;
+	qint64 currentDurationMs = 0; // 0: unknown
+	qint64 cursorMs = 0;
+};
+
+OBSDataAutoRelease trackData(const Page &page, qsizetype index, const Tags &tags)
 {
-	OBSDataArrayAutoRelease array = obs_data_array_create();
-	const qsizetype end = offset + std::min(limit, tracks.size() - offset);
-	for (qsizetype i = offset; i < end; i++) {
-		const Track &track = tracks.at(i);
-		OBSDataAutoRelease item = obs_data_create();
-		setTrack(item, i, track);
-		if (track.size >= 0)
-			obs_data_set_int(item, "sizeBytes", track.size);
-		else if (track.size == Reelhouse::SizeMissing)
-			obs_data_set_bool(item, "missing", true);
-		obs_data_array_push_back(array, item);
-	}
-	return array;
+	const Track &track = page.tracks.at(index);
+	OBSDataAutoRelease data = obs_data_create();
+	setTrack(data, index, track);
+	setTags(data, tags);
+	if (track.size == SizeMissing || page.refused.contains(track.id))
+		obs_data_set_bool(data, "missing", true);
+	else if (track.size >= 0)
+		obs_data_set_int(data, "sizeBytes", track.size);
+	return data;
 }
 
-Answer countAnswer(qsizetype count)
+// Reads the files of the page if their tags are wanted, and so is not for the user-interface thread.
+void setPage(obs_data_t *data, const Page &page)
 {
-	return [count](obs_data_t *response) {
-		obs_data_set_int(response, "count", count);
+	OBSDataArrayAutoRelease array = obs_data_array_create();
+	bool allKnown = page.withTags && page.current >= page.begin && page.current < page.end;
+	qint64 remainingMs = -page.cursorMs;
+	for (qsizetype i = page.begin; i < page.end; i++) {
+		Tags tags = i == page.current ? page.currentTags : Tags();
+		if (page.withTags)
+			tags = readTags(page.tracks.at(i).path);
+		OBSDataAutoRelease track = trackData(page, i, tags);
+		obs_data_array_push_back(array, track);
+		const bool known = i == page.current && page.currentDurationMs > 0;
+		const qint64 durationMs = known ? page.currentDurationMs : tags.durationMs;
+		allKnown = allKnown && (i < page.current || durationMs >= 0);
+		if (i >= page.current)
+			remainingMs += durationMs;
+	}
+	obs_data_set_array(data, "tracks", array);
+	if (allKnown)
+		obs_data_set_int(data, "remainingMs", std::max<qint64>(remainingMs, 0));
+}
+
+Response countResponse(qsizetype count)
+{
+	return [count](obs_data_t *data) {
+		obs_data_set_int(data, "count", count);
 	};
 }
 
-// Only copies on this thread, however long the queue is: the list of tracks is made on the plug-in's thread.
-void getQueue(Call &call)
+Page readPage(Request &request)
 {
-	const QList<Track> tracks = call.dock.queue();
-	const qsizetype offset = call.has("offset") ? call.position("offset", tracks.size()) : 0;
-	const qsizetype limit = call.has("limit") ? call.position("limit", INT64_MAX) : tracks.size();
+	constexpr qsizetype mostTags = 100;
+	Page page;
+	page.tracks = request.queue.tracks();
+	page.refused = request.queue.refusedTracks();
+	const qsizetype total = page.tracks.size();
+	page.begin = request.has("offset") ? request.position("offset", total) : 0;
+	const qsizetype limit = request.has("limit") ? request.position("limit", INT64_MAX) : total;
+	page.end = page.begin + std::min(limit, total - page.begin);
+	page.withTags = request.flag("tags", false);
+	if (page.withTags && page.end - page.begin > mostTags)
+		request.refuse(Refusal::TooManyTags);
+	page.current = request.queue.currentIndex();
+	return page;
+}
 
-	OBSSourceAutoRelease source = call.dock.lockSource();
-	// Until the source has stopped, it still reports the previous track.
-	const bool switching = call.dock.isSwitching();
-	const obs_media_state state = switching ? OBS_MEDIA_STATE_OPENING : obs_source_media_get_state(source);
-	const int64_t cursor = switching ? 0 : obs_source_media_get_time(source);
-	const int64_t duration = switching ? 0 : obs_source_media_get_duration(source);
+// Only copies on this thread, however long the queue is: the list of tracks is made on the plug-in's thread.
+void getQueue(Request &request)
+{
+	Page page = readPage(request);
+	if (request.isRefused())
+		return;
+	OBSSourceAutoRelease source = request.queue.lockSource();
+	// Until the source has stopped, it still reports the times of the previous track.
+	if (!request.queue.isSwitching()) {
+		page.cursorMs = std::max<qint64>(obs_source_media_get_time(source), 0);
+		page.currentDurationMs = std::max<qint64>(obs_source_media_get_duration(source), 0);
+	}
+	if (page.current >= 0)
+		page.currentTags = request.tagReader.cached(page.tracks.at(page.current).path).value_or(Tags());
 
 	OBSDataAutoRelease rest = obs_data_create();
 	setSource(rest, source);
-	obs_data_set_int(rest, "total", tracks.size());
-	setText(rest, "currentId", call.dock.currentTrackId());
-	obs_data_set_int(rest, "currentIndex", call.dock.currentIndex());
-	obs_data_set_string(rest, "endMode", endModeName(call.dock.endModeNumber()));
-	obs_data_set_string(rest, "mediaState", mediaStateName(state));
-	obs_data_set_int(rest, "cursor", std::max<int64_t>(cursor, 0));
-	obs_data_set_int(rest, "duration", std::max<int64_t>(duration, 0));
-	obs_data_set_bool(rest, "canUndo", call.dock.canUndoRemove());
-	obs_data_set_bool(rest, "canBringBack", call.dock.canBringBack());
-	obs_data_set_int(rest, "revision", call.revision);
-	call.succeed([tracks, offset, limit, rest = OBSData(rest.Get())](obs_data_t *response) {
-		OBSDataArrayAutoRelease array = trackArray(tracks, offset, limit);
-		obs_data_apply(response, rest);
-		obs_data_set_array(response, "tracks", array);
+	obs_data_set_int(rest, "total", page.tracks.size());
+	setText(rest, "currentId", request.queue.currentId());
+	obs_data_set_int(rest, "currentIndex", page.current);
+	setTags(rest, page.currentTags);
+	obs_data_set_string(rest, "endMode", endModeName(request.queue.endMode()));
+	obs_data_set_string(rest, "mediaState", mediaStateName(request.media.reported()));
+	obs_data_set_int(rest, "cursor", page.cursorMs);
+	obs_data_set_int(rest, "duration", page.currentDurationMs);
+	obs_data_set_bool(rest, "canUndo", request.queue.canUndoRemove());
+	obs_data_set_bool(rest, "canBringBack", request.queue.canBringBack());
+	obs_data_set_int(rest, "revision", request.revision);
+	request.respond([page, rest = OBSData(rest.Get())](obs_data_t *data) {
+		obs_data_apply(data, rest);
+		setPage(data, page);
 	});
 }
 
-void getSources(Call &call)
+void getVersion(Request &request)
+{
+	std::vector<const char *> requests;
+	for (const RemoteControl::Endpoint &endpoint : RemoteControl::endpoints())
+		requests.push_back(endpoint.name);
+	request.respond([requests](obs_data_t *data) {
+		OBSDataArrayAutoRelease requestArray = nameArray("requestType", requests);
+		OBSDataArrayAutoRelease eventArray = nameArray("eventType", RemoteControl::events());
+		obs_data_set_string(data, "version", REELHOUSE_VERSION);
+		obs_data_set_array(data, "requests", requestArray);
+		obs_data_set_array(data, "events", eventArray);
+	});
+}
+
+void getSources(Request &request)
 {
 	OBSDataArrayAutoRelease array = obs_data_array_create();
-	const QList<Reelhouse::ListedSource> sources = call.dock.listSources();
-	OBSSourceAutoRelease bound = call.dock.lockSource();
+	const QList<QueueControl::ListedSource> sources = request.queue.listSources();
+	OBSSourceAutoRelease bound = request.queue.lockSource();
 	for (const auto &[label, uuid] : sources) {
 		OBSSourceAutoRelease source = obs_get_source_by_uuid(uuid.toUtf8().constData());
 		OBSDataAutoRelease item = obs_data_create();
@@ -104,16 +186,16 @@ void getSources(Call &call)
 		obs_data_set_bool(item, "selected", source && source.Get() == bound.Get());
 		obs_data_array_push_back(array, item);
 	}
-	call.succeed([sources = OBSDataArray(array.Get())](obs_data_t *response) {
-		obs_data_set_array(response, "sources", sources);
+	request.respond([sources = OBSDataArray(array.Get())](obs_data_t *data) {
+		obs_data_set_array(data, "sources", sources);
 	});
 }
 
-void selectSource(Call &call)
+void selectSource(Request &request)
 {
-	const bool byName = call.has("sourceName") && !call.has("sourceUuid");
-	const QString wanted = call.text(byName ? "sourceName" : "sourceUuid");
-	if (call.isRefused())
+	const bool byName = request.has("sourceName") && !request.has("sourceUuid");
+	const QString wanted = request.text(byName ? "sourceName" : "sourceUuid");
+	if (request.isRefused())
 		return;
 	QString uuid = wanted;
 	if (byName) {
@@ -121,133 +203,203 @@ void selectSource(Call &call)
 		uuid = source ? QString::fromUtf8(obs_source_get_uuid(source)) : QString();
 	}
 	// An empty UUID chooses no source, but a name that nobody has must not.
-	if ((byName && uuid.isEmpty()) || !call.dock.selectSource(uuid))
-		call.refuse(Refusal::UnknownSource, wanted);
+	if ((byName && uuid.isEmpty()) || !request.queue.selectSource(uuid))
+		request.refuse(Refusal::UnknownSource, wanted);
 }
 
-void playTrack(Call &call)
+void start(Request &request, const QString &id, bool switchScene = false)
 {
-	const qsizetype last = call.dock.queue().size() - 1;
-	const bool switchScene = call.flag("switchScene", false);
-	const bool byIndex = call.has("index") && !call.has("id");
-	const qsizetype index = byIndex ? call.position("index", last) : findTrack(call, call.text("id"));
-	if (!call.isRefused() && !call.dock.playTrack(call.dock.queue().at(index).id, switchScene))
-		call.refuse(Refusal::FileMissing);
+	if (!request.queue.playTrack(id, switchScene))
+		request.refuse(Refusal::FileMissing);
 }
 
-void playRelative(Call &call, int delta)
+void setPaused(Request &request, bool paused)
 {
-	if (call.dock.queue().isEmpty())
-		call.refuse(Refusal::EmptyQueue);
-	else if (!call.dock.playRelative(delta))
-		call.refuse(Refusal::FileMissing);
+	OBSSourceAutoRelease source = request.queue.lockSource();
+	obs_source_media_play_pause(source, paused);
+	request.media.ask(paused ? OBS_MEDIA_STATE_PAUSED : OBS_MEDIA_STATE_PLAYING);
 }
 
-void togglePlay(Call &call)
+void playTrack(Request &request)
 {
-	if (call.dock.isSwitching())
-		call.refuse(Refusal::Switching);
-	else if (!call.dock.canPlay())
-		call.refuse(Refusal::NothingToPlay);
-	else if (!call.dock.togglePlay())
-		call.refuse(Refusal::FileMissing);
-}
-
-void addTracks(Call &call)
-{
-	const qsizetype total = call.dock.queue().size();
-	const QList<QString> paths = call.texts("paths", "path");
-	const qsizetype position = call.has("position") ? call.position("position", total) : total;
-	if (paths.contains(QString()))
-		call.refuse(Refusal::EmptyPath);
-	if (call.isRefused())
+	const QList<Track> &tracks = request.queue.tracks();
+	const bool switchScene = request.flag("switchScene", false);
+	const bool byIndex = request.has("index");
+	const bool byId = request.has("id") || !byIndex;
+	qsizetype index = byIndex ? request.position("index", tracks.size() - 1) : 0;
+	const QString id = byId ? request.text("id") : QString();
+	const qsizetype found = byId ? findTrack(request, id) : index;
+	if (!byIndex)
+		index = found;
+	if (request.isRefused())
 		return;
-	call.succeed([ids = call.dock.insertFiles(paths, position)](obs_data_t *response) {
+	if (byId && tracks.at(index).id != id)
+		request.refuse(Refusal::DifferentTracks);
+	else
+		start(request, tracks.at(index).id, switchScene);
+}
+
+void playRelative(Request &request, int delta)
+{
+	if (request.queue.tracks().isEmpty())
+		request.refuse(Refusal::EmptyQueue);
+	else if (!request.queue.playRelative(delta))
+		request.refuse(Refusal::FileMissing);
+}
+
+void play(Request &request)
+{
+	const QList<Track> &tracks = request.queue.tracks();
+	const obs_media_state state = request.media.asked();
+	if (request.media.isStarting())
+		request.refuse(Refusal::Switching);
+	else if (tracks.isEmpty())
+		request.refuse(Refusal::EmptyQueue);
+	else if (request.queue.currentIndex() < 0)
+		start(request, tracks.constFirst().id);
+	else if (state == OBS_MEDIA_STATE_PAUSED)
+		setPaused(request, false);
+	else if (state != OBS_MEDIA_STATE_PLAYING)
+		start(request, request.queue.currentId());
+}
+
+void pauseOrResume(Request &request, bool paused)
+{
+	if (request.media.isStarting())
+		request.refuse(Refusal::Switching);
+	else if (request.media.asked() == (paused ? OBS_MEDIA_STATE_PLAYING : OBS_MEDIA_STATE_PAUSED))
+		setPaused(request, paused);
+}
+
+// Unlike the dock's play button, it does not look at the selection, which a client does not see.
+void togglePlay(Request &request)
+{
+	const obs_media_state state = request.media.asked();
+	if (request.media.isStarting())
+		request.refuse(Refusal::Switching);
+	else if (request.queue.currentIndex() < 0)
+		request.refuse(Refusal::NothingToPlay);
+	else if (state == OBS_MEDIA_STATE_PLAYING || state == OBS_MEDIA_STATE_PAUSED)
+		setPaused(request, state == OBS_MEDIA_STATE_PLAYING);
+	else
+		start(request, request.queue.currentId());
+}
+
+void stop(Request &request)
+{
+	request.queue.stopPlayback();
+	request.media.ask(OBS_MEDIA_STATE_STOPPED);
+}
+
+void addTracks(Request &request)
+{
+	const qsizetype total = request.queue.tracks().size();
+	const QList<QString> paths = request.texts("paths", "path");
+	const qsizetype position = request.has("position") ? request.position("position", total) : total;
+	if (paths.contains(QString()))
+		request.refuse(Refusal::EmptyPath);
+	if (std::ranges::any_of(paths, isTooLong))
+		request.refuse(Refusal::PathTooLong);
+	if (request.isRefused())
+		return;
+	request.respond([ids = request.queue.insertFiles(paths, position)](obs_data_t *data) {
 		OBSDataArrayAutoRelease array = idArray(ids);
-		obs_data_set_array(response, "ids", array);
+		obs_data_set_array(data, "ids", array);
 	});
 }
 
-void removeTracks(Call &call)
+void removeTracks(Request &request)
 {
-	const QList<QString> ids = call.texts("ids", "id");
+	const QList<QString> ids = request.texts("ids", "id");
 	QSet<QString> known;
-	for (const Track &track : call.dock.queue())
+	for (const Track &track : request.queue.tracks())
 		known.insert(track.id);
 	for (const QString &id : ids) {
 		if (!known.contains(id))
-			call.refuse(Refusal::UnknownTrack, id);
+			request.refuse(Refusal::UnknownTrack, id);
 	}
-	if (!call.isRefused())
-		call.succeed(countAnswer(call.dock.removeTracks(QSet<QString>(ids.cbegin(), ids.cend()))));
+	if (request.isRefused())
+		return;
+	const bool hadCurrent = request.queue.currentIndex() >= 0;
+	request.respond(countResponse(request.queue.removeTracks(QSet<QString>(ids.cbegin(), ids.cend()))));
+	if (hadCurrent && request.queue.currentIndex() < 0)
+		request.media.ask(OBS_MEDIA_STATE_STOPPED);
 }
 
-void undoRemove(Call &call)
+void undoRemove(Request &request)
 {
-	if (call.dock.canUndoRemove())
-		call.succeed(countAnswer(call.dock.undoRemove()));
+	if (request.queue.canUndoRemove())
+		request.respond(countResponse(request.queue.undoRemove()));
 	else
-		call.refuse(Refusal::NothingToUndo);
+		request.refuse(Refusal::NothingToUndo);
 }
 
-void moveTrack(Call &call)
+void moveTrack(Request &request)
 {
-	const QString id = call.text("id");
-	const qint64 index = call.position("index", call.dock.queue().size() - 1);
-	findTrack(call, id);
-	if (!call.isRefused())
-		call.dock.moveTrack(id, static_cast<int>(index));
+	const QString id = request.text("id");
+	const qint64 index = request.position("index", request.queue.tracks().size() - 1);
+	findTrack(request, id);
+	if (!request.isRefused())
+		request.queue.moveTrack(id, static_cast<int>(index));
 }
 
-void setEndMode(Call &call)
+void setEndMode(Request &request)
 {
-	const QString name = call.text("endMode");
-	const std::optional<Reelhouse::EndMode> mode = endModeNamed(name);
+	const QString name = request.text("endMode");
+	const std::optional<EndMode> mode = endModeNamed(name);
 	if (!mode)
-		call.refuse(Refusal::UnknownEndMode, name);
-	if (!call.isRefused())
-		call.dock.chooseEndMode(*mode);
+		request.refuse(Refusal::UnknownEndMode, name);
+	if (!request.isRefused())
+		request.queue.chooseEndMode(*mode);
 }
 
-void bringBackReplacedQueue(Call &call)
+void bringBackReplacedQueue(Request &request)
 {
-	if (call.dock.canBringBack())
-		call.dock.bringBackReplaced();
+	if (request.queue.canBringBack())
+		request.queue.bringBackReplaced();
 	else
-		call.refuse(Refusal::NothingToBringBack);
+		request.refuse(Refusal::NothingToBringBack);
 }
 
-void givePlaylistBack(Call &call)
+void givePlaylistBack(Request &request)
 {
-	if (call.dock.canGiveBack())
-		call.dock.restoreSource();
+	if (request.queue.canRestore())
+		request.queue.restoreSource();
 	else
-		call.refuse(Refusal::NothingToGiveBack);
+		request.refuse(Refusal::NothingToGiveBack);
 }
 
-constexpr bool needsSource = true;
+using Endpoint = RemoteControl::Endpoint;
+constexpr auto looks = Endpoint::Looks;
+constexpr auto chooses = Endpoint::Chooses;
+constexpr auto looksAtSource = Endpoint::LooksAtSource;
+constexpr auto acts = Endpoint::Acts;
 
 constexpr std::array table = {
-	RemoteControl::Request{"GetQueue", getQueue, needsSource},
-	RemoteControl::Request{"GetSources", getSources, !needsSource},
-	RemoteControl::Request{"SelectSource", selectSource, !needsSource},
-	RemoteControl::Request{"PlayTrack", playTrack, needsSource},
-	RemoteControl::Request{"PlayNext", [](Call &call) { playRelative(call, 1); }, needsSource},
-	RemoteControl::Request{"PlayPrevious", [](Call &call) { playRelative(call, -1); }, needsSource},
-	RemoteControl::Request{"TogglePlay", togglePlay, needsSource},
-	RemoteControl::Request{"Stop", [](Call &call) { call.dock.stopPlayback(); }, needsSource},
-	RemoteControl::Request{"AddTracks", addTracks, needsSource},
-	RemoteControl::Request{"RemoveTracks", removeTracks, needsSource},
-	RemoteControl::Request{"UndoRemove", undoRemove, needsSource},
-	RemoteControl::Request{"MoveTrack", moveTrack, needsSource},
-	RemoteControl::Request{"SetEndMode", setEndMode, needsSource},
-	RemoteControl::Request{"BringBackReplacedQueue", bringBackReplacedQueue, needsSource},
-	RemoteControl::Request{"GivePlaylistBack", givePlaylistBack, needsSource},
+	Endpoint{"GetVersion", getVersion, looks},
+	Endpoint{"GetSources", getSources, looks},
+	Endpoint{"SelectSource", selectSource, chooses},
+	Endpoint{"GetQueue", getQueue, looksAtSource},
+	Endpoint{"Play", play, acts},
+	Endpoint{"Pause", [](Request &request) { pauseOrResume(request, true); }, acts},
+	Endpoint{"Resume", [](Request &request) { pauseOrResume(request, false); }, acts},
+	Endpoint{"TogglePlay", togglePlay, acts},
+	Endpoint{"Stop", stop, acts},
+	Endpoint{"PlayTrack", playTrack, acts},
+	Endpoint{"PlayNext", [](Request &request) { playRelative(request, 1); }, acts},
+	Endpoint{"PlayPrevious", [](Request &request) { playRelative(request, -1); }, acts},
+	Endpoint{"AddTracks", addTracks, acts},
+	Endpoint{"RemoveTracks", removeTracks, acts},
+	Endpoint{"UndoRemove", undoRemove, acts},
+	Endpoint{"MoveTrack", moveTrack, acts},
+	Endpoint{"SetEndMode", setEndMode, acts},
+	Endpoint{"BringBackReplacedQueue", bringBackReplacedQueue, acts},
+	Endpoint{"GivePlaylistBack", givePlaylistBack, acts},
 };
 
 } // namespace
 
-std::span<const RemoteControl::Request> RemoteControl::requests()
+std::span<const RemoteControl::Endpoint> RemoteControl::endpoints()
 {
 	return table;
 }

@@ -19,11 +19,11 @@ const char *endModeName(int mode)
 	return endModes.at(mode);
 }
 
-std::optional<Reelhouse::EndMode> endModeNamed(const QString &name)
+std::optional<EndMode> endModeNamed(const QString &name)
 {
 	for (size_t mode = 0; mode < endModes.size(); mode++) {
 		if (name == QLatin1String(endModes[mode]))
-			return static_cast<Reelhouse::EndMode>(mode);
+			return static_cast<EndMode>(mode);
 	}
 	return std::nullopt;
 }
@@ -50,23 +50,28 @@ const char *mediaStateName(obs_media_state state)
 	}
 }
 
-void setText(obs_data_t *data, const char *key, const QString &text)
-{
-	obs_data_set_string(data, key, text.toUtf8().constData());
-}
-
 void setSource(obs_data_t *data, obs_source_t *source)
 {
 	obs_data_set_string(data, "sourceName", source ? obs_source_get_name(source) : "");
 	obs_data_set_string(data, "sourceUuid", source ? obs_source_get_uuid(source) : "");
 }
 
-void setTrack(obs_data_t *data, qsizetype index, const Reelhouse::Track &track)
+void setTrack(obs_data_t *data, qsizetype index, const Track &track)
 {
 	obs_data_set_int(data, "index", index);
 	setText(data, "id", track.id);
 	setText(data, "path", track.path);
 	setText(data, "label", track.path.isEmpty() ? QString() : labelFor(track.path, false));
+}
+
+void setTags(obs_data_t *data, const Tags &tags)
+{
+	if (!tags.title.isEmpty())
+		setText(data, "title", tags.title);
+	if (!tags.artist.isEmpty())
+		setText(data, "artist", tags.artist);
+	if (tags.durationMs >= 0)
+		obs_data_set_int(data, "durationMs", tags.durationMs);
 }
 
 } // namespace reelhouse

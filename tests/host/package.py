@@ -1,12 +1,17 @@
 """What ./dev package made, installed as its user would, in an OBS that gets no other help."""
 
+import glob
 import os
+import re
 import subprocess
 from pathlib import Path
 
 from obs_config import SOURCE, scene, vlc_source, write_collection
 from obs_host import CONTENT, HostError, press_key, wait_for
-from show import playing, soon
+from show import expect, playing, soon
+
+PACKAGE = "obs-reelhouse"
+BESIDES = {"README.md", "remote.md", "now-playing.html"}
 
 
 def run(*command, **options):
@@ -56,18 +61,38 @@ def play_a_track(show):
     show.end()
 
 
+def version_of(package):
+    return subprocess.run(["dpkg-query", "-W", "-f=${Version}", package], capture_output=True, text=True).stdout
+
+
 def run_deb(show):
+    """Installed over the first release, used, and removed without a trace."""
+    (deb,) = glob.glob(show.arguments.package)
+    run("lintian", "--fail-on", "error,warning", "--allow-root", deb)
     try:
         layer_over_system()
     except PermissionError:
         print("Skipped: to install a package takes root rights.")
         return
-    run("dpkg", "--install", *show.arguments.packages.glob("*.deb"), stdout=subprocess.DEVNULL)
+    first = show.folder / "first"
+    run("dpkg-deb", "--raw-extract", deb, first)
+    control = first / "DEBIAN/control"
+    control.write_text(re.sub("(?m)^Version: .*", "Version: 1.2.0", control.read_text()))
+    run("dpkg-deb", "--build", first, f"{first}.deb", stdout=subprocess.DEVNULL)
+    run("dpkg", "--install", f"{first}.deb", stdout=subprocess.DEVNULL)
+    run("dpkg", "--refuse-downgrade", "--install", deb, stdout=subprocess.DEVNULL)
+    expect("the upgrade", version_of(PACKAGE) in deb, True)
+    files = [Path(line) for line in
+             subprocess.run(["dpkg", "--listfiles", PACKAGE], capture_output=True, text=True).stdout.split("\n")]
+    expect("the page and the documents", {file.name for file in files} >= BESIDES, True)
     play_a_track(show)
+    run("dpkg", "--purge", PACKAGE, stdout=subprocess.DEVNULL)
+    expect("what is left", [str(file) for file in files if PACKAGE in str(file) and file.exists()], [])
 
 
 def run_archive(show):
     plugins = show.home / ".config/obs-studio/plugins"
     plugins.mkdir(parents=True)
-    run("tar", "--directory", plugins, "--extract", "--file", *show.arguments.packages.glob("*.tar.xz"))
+    run("tar", "--directory", plugins, "--extract", "--file", show.arguments.package)
+    expect("the page and the documents", {file.name for file in plugins.rglob("*")} >= BESIDES, True)
     play_a_track(show)

@@ -5,8 +5,9 @@
 
 namespace reelhouse {
 
-KeyClaim::KeyClaim(QWidget *scope, const QKeySequence &key_, std::function<bool()> wanted_, std::function<void()> run_)
-	: QObject(scope), key(key_), wanted(std::move(wanted_)), run(std::move(run_))
+KeyClaim::KeyClaim(QWidget *scope, const QList<QKeySequence> &keys_, std::function<bool()> wanted_,
+		   std::function<void()> run_)
+	: QObject(scope), keys(keys_), wanted(std::move(wanted_)), run(std::move(run_))
 {
 	scope->installEventFilter(this);
 }
@@ -21,7 +22,8 @@ bool KeyClaim::eventFilter(QObject *watched, QEvent *event)
 		releasedAt = keyEvent->timestamp();
 	// As Qt compares keys for its standard shortcuts.
 	const auto modifiers = keyEvent->modifiers() & ~(Qt::KeypadModifier | Qt::GroupSwitchModifier);
-	if (type == QEvent::KeyRelease || QKeySequence(QKeyCombination(modifiers, Qt::Key(keyEvent->key()))) != key)
+	if (type == QEvent::KeyRelease ||
+	    !keys.contains(QKeySequence(QKeyCombination(modifiers, Qt::Key(keyEvent->key())))))
 		return QObject::eventFilter(watched, event);
 
 	// What a held key repeats goes where its first press went: it must not reach OBS once there is nothing left here.

@@ -5,13 +5,15 @@
 
 namespace reelhouse {
 
-// A line of plain text that gives way to its neighbours: where there is no room for it all, its middle is left out, since
-// the messages start with what is wrong and end with a file's name.
+// A line of plain text that gives way to its neighbours: where there is no room for it all, its end is cut, since a message
+// starts with what is wrong. With the pointer on it the message shows whole.
 class MessageLabel : public QLabel {
 public:
 	using QLabel::QLabel;
 
 	QSize minimumSizeHint() const override;
+
+	bool event(QEvent *event) override;
 
 protected:
 	void paintEvent(QPaintEvent *event) override;

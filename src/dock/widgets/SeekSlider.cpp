@@ -43,6 +43,35 @@ void SeekSlider::mousePressEvent(QMouseEvent *event)
 	event->setAccepted(press.isAccepted());
 }
 
+// Before the base class moves the slider, which asks whether a key is down. X11 repeats a held key by pairs of release and
+// press, which Qt marks.
+void SeekSlider::keyPressEvent(QKeyEvent *event)
+{
+	if (!event->isAutoRepeat())
+		keysDown.insert(event->key());
+	QSlider::keyPressEvent(event);
+}
+
+void SeekSlider::keyReleaseEvent(QKeyEvent *event)
+{
+	QSlider::keyReleaseEvent(event);
+	if (!event->isAutoRepeat() && keysDown.remove(event->key()) && keysDown.isEmpty())
+		Q_EMIT keysReleased();
+}
+
+void SeekSlider::focusOutEvent(QFocusEvent *event)
+{
+	QSlider::focusOutEvent(event);
+	if (isKeyDown())
+		releaseKeys();
+}
+
+void SeekSlider::releaseKeys()
+{
+	keysDown.clear();
+	Q_EMIT keysReleased();
+}
+
 void SeekSlider::paintEvent(QPaintEvent *event)
 {
 	QSlider::paintEvent(event);

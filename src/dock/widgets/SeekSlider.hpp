@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #pragma once
 
+#include <QSet>
 #include <QSlider>
 #include <QStyle>
 
@@ -9,15 +10,30 @@ namespace reelhouse {
 // A horizontal slider that jumps to where it is clicked and is held down from there, so that a click reports what a
 // drag of the handle reports: pressed, perhaps moved, released.
 class SeekSlider : public QSlider {
+	Q_OBJECT
+
 public:
 	explicit SeekSlider(QWidget *parent) : QSlider(Qt::Horizontal, parent) {}
 
+	// Whether a key is down that went down here. A key that was held before the slider had the focus does not count.
+	bool isKeyDown() const { return !keysDown.isEmpty(); }
+
+Q_SIGNALS:
+	// The last of these keys was let go of, or the focus was lost.
+	void keysReleased();
+
 protected:
 	void mousePressEvent(QMouseEvent *event) override;
+	void keyPressEvent(QKeyEvent *event) override;
+	void keyReleaseEvent(QKeyEvent *event) override;
+	void focusOutEvent(QFocusEvent *event) override;
 	void paintEvent(QPaintEvent *event) override;
 
 private:
 	QRect part(QStyle::SubControl control) const;
+	void releaseKeys();
+
+	QSet<int> keysDown;
 };
 
 } // namespace reelhouse

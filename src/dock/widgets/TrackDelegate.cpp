@@ -2,14 +2,14 @@
 #include "dock/widgets/TrackDelegate.hpp"
 
 #include <QApplication>
+#include <QLocale>
 #include <QPainter>
 #include <QStyle>
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
-#include "dock/Reelhouse.hpp"
+#include "dock/Track.hpp"
 #include "dock/text.hpp"
 
 using namespace Qt::StringLiterals;
@@ -78,8 +78,8 @@ void TrackDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option,
 				    row.palette, enabled, text, color);
 	};
 
-	const qint64 size = index.data(Reelhouse::SizeRole).toLongLong();
-	const bool missing = size == Reelhouse::SizeMissing;
+	const qint64 size = index.data(SizeRole).toLongLong();
+	const bool missing = size == SizeMissing;
 	painter->save();
 	draw(numberRect, Qt::AlignRight, bold, QString::number(index.row() + 1));
 	draw(sizeRect, Qt::AlignRight, missing ? bold : row.font, missing ? ui("MissingFile") : sizeText(size));
@@ -90,18 +90,11 @@ void TrackDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option,
 
 QString sizeText(qint64 size)
 {
-	static constexpr std::array units = {"KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
 	if (size < 0)
 		return u"—"_s;
 	if (size < 1024)
 		return u"%1 B"_s.arg(size);
-	double value = static_cast<double>(size) / 1024;
-	auto unit = units.begin();
-	while (value >= 1024 && unit + 1 != units.end()) {
-		value /= 1024;
-		unit++;
-	}
-	return QString::number(value, 'f', 1) + u' ' + QLatin1String(*unit);
+	return QLocale::c().formattedDataSize(size, 1);
 }
 
 } // namespace reelhouse

@@ -130,14 +130,14 @@ QSet<QString> TrackListWidget::selectedIds() const
 	QSet<QString> ids;
 	ids.reserve(rows.size());
 	for (const int row : rows)
-		ids.insert(trackRow(row)->id);
+		ids.insert(trackRow(row)->id());
 	return ids;
 }
 
 bool TrackListWidget::showsAny(const QSet<QString> &ids) const
 {
 	for (int row = 0; row < count(); row++) {
-		if (ids.contains(trackRow(row)->id) && !isRowHidden(row))
+		if (ids.contains(trackRow(row)->id()) && !isRowHidden(row))
 			return true;
 	}
 	return false;
@@ -147,7 +147,7 @@ QList<int> TrackListWidget::shownRows(const QSet<QString> &ids) const
 {
 	QList<int> rows;
 	for (int row = 0; row < count(); row++) {
-		if (ids.contains(trackRow(row)->id) && !isRowHidden(row))
+		if (ids.contains(trackRow(row)->id()) && !isRowHidden(row))
 			rows.append(row);
 	}
 	return rows;
@@ -158,7 +158,7 @@ bool TrackListWidget::selectRows(const QSet<QString> &ids, const QString &curren
 	const QList<int> rows = shownRows(ids);
 	if (rows.isEmpty())
 		return false;
-	const auto current = std::ranges::find(rows, currentId, [this](int row) { return trackRow(row)->id; });
+	const auto current = std::ranges::find(rows, currentId, [this](int row) { return trackRow(row)->id(); });
 	QItemSelection selection;
 	for (const auto &[first, last] : runsOf(rows))
 		selection.append(QItemSelectionRange(model()->index(first, 0), model()->index(last, 0)));

@@ -6,35 +6,46 @@
 
 namespace reelhouse {
 
-TrackRow::TrackRow(const Reelhouse::Track &track, int place_, bool current)
-	: QListWidgetItem(labelFor(track.path, current)),
-	  id(track.id),
-	  path(track.path),
-	  place(place_),
-	  size(track.size)
+TrackRow::TrackRow(const Track &track, bool current)
+	: QListWidgetItem(labelFor(track.path, current)), shown(track), marked(current)
 {}
 
 void TrackRow::mark(bool current)
 {
-	setText(labelFor(path, current));
+	marked = current;
+	setText(labelFor(shown.path, current));
 }
 
 QVariant TrackRow::data(int role) const
 {
 	switch (role) {
-	case Reelhouse::IdRole:
-		return id;
-	case Reelhouse::PathRole:
-		return path;
-	case Reelhouse::SizeRole:
-		return size;
+	case IdRole:
+		return shown.id;
+	case PathRole:
+		return shown.path;
+	case SizeRole:
+		return shown.size;
 	case Qt::AccessibleDescriptionRole:
-		if (size == Reelhouse::SizeMissing)
-			return ui("FileMissing").arg(path);
+		if (shown.size == SizeMissing && !describedElsewhere)
+			return ui("FileMissing").arg(shown.path);
 		[[fallthrough]];
 	default:
 		return QListWidgetItem::data(role);
 	}
+}
+
+void TrackRow::setData(int role, const QVariant &value)
+{
+	if (role == IdRole)
+		shown.id = value.toString();
+	else if (role == PathRole)
+		shown.path = value.toString();
+	else if (role == SizeRole)
+		shown.size = value.toLongLong();
+	else if (role == Qt::AccessibleDescriptionRole)
+		describedElsewhere = true;
+	// Tells the views, too.
+	QListWidgetItem::setData(role, value);
 }
 
 } // namespace reelhouse

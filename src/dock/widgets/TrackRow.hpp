@@ -3,7 +3,7 @@
 
 #include <QListWidgetItem>
 
-#include "dock/Reelhouse.hpp"
+#include "dock/Track.hpp"
 
 namespace reelhouse {
 
@@ -11,19 +11,23 @@ namespace reelhouse {
 // long again to show.
 class TrackRow : public QListWidgetItem {
 public:
-	TrackRow(const Reelhouse::Track &track, int place, bool current);
+	TrackRow(const Track &track, bool current);
+
+	const Track &track() const { return shown; }
+	const QString &id() const { return shown.id; }
+	const QString &path() const { return shown.path; }
 
 	// Whether the text has the mark of the current track.
 	void mark(bool current);
+	bool isMarked() const { return marked; }
 
 	QVariant data(int role) const override;
-
-	const QString id;
-	const QString path;
-	int place; // of the track in the queue, until the queue takes over the order of the rows
+	void setData(int role, const QVariant &value) override;
 
 private:
-	const qint64 size;
+	Track shown;
+	bool marked;
+	bool describedElsewhere = false; // somebody has set an accessible description
 };
 
 } // namespace reelhouse

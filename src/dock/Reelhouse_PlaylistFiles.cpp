@@ -1,0 +1,83 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "dock/Reelhouse.hpp"
+
+#include <QFileDialog>
+#include <QFileInfo>
+
+#include "dock/paths.hpp"
+#include "dock/text.hpp"
+#include "media/PlaylistFile.hpp"
+#include "media/tags.hpp"
+
+using namespace reelhouse;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Owned by the dock, which may be deleted while it is open.
+QFileDialog *makeDialog(QWidget *dock, const char *titleKey, const QStringList &filters)
+{
+	auto *dialog = new QFileDialog(dock, ui(titleKey));
+	dialog->setAttribute(Qt::WA_DeleteOnClose);
+	dialog->setNameFilters(filters);
+	return dialog;
+}
+
+} // namespace
+
+void Reelhouse::chooseImport()
+{
+	if (!OBSSourceAutoRelease(lockSource()))
+		return;
+	QFileDialog *dialog = makeDialog(this, "ImportPlaylistTitle", {ui("PlaylistFileFilter")});
+	dialog->setFileMode(QFileDialog::ExistingFile);
+	// Meanwhile the dock may have been bound to another source, whose queue was not meant.
+	connect(dialog, &QFileDialog::fileSelected, this, [this, serial = bindSerial.load()](const QString &file) {
+		if (serial == bindSerial)
+			importPlaylist(file);
+	});
+	dialog->open();
+}
+
+void Reelhouse::chooseExport()
+{
+	if (tracks.isEmpty())
+		return;
+	const QString xspfFilter = ui("PlaylistXspfFilter");
+	QFileDialog *dialog = makeDialog(this, "ExportPlaylistTitle", {ui("PlaylistM3u8Filter"), xspfFilter});
+	dialog->setAcceptMode(QFileDialog::AcceptSave);
+	// A name without an ending gets the filter's, before the dialog asks whether to replace that file.
+	dialog->setDefaultSuffix(u"m3u8"_s);
+	connect(dialog, &QFileDialog::filterSelected, dialog, [dialog, xspfFilter](const QString &filter) {
+		dialog->setDefaultSuffix(filter == xspfFilter ? u"xspf"_s : u"m3u8"_s);
+	});
+	connect(dialog, &QFileDialog::fileSelected, this, [this, serial = bindSerial.load()](const QString &file) {
+		if (serial == bindSerial)
+			exportPlaylist(file);
+	});
+	dialog->open();
+}
+
+void Reelhouse::importPlaylist(const QString &file)
+{
+	const auto [paths, error] = readPlaylist(file);
+	if (!error.isEmpty())
+		showError(ui("PlaylistReadError").arg(file, error));
+	else if (paths.isEmpty())
+		showError(ui("PlaylistEmpty").arg(file));
+	else
+		appendFiles(paths);
+}
+
+void Reelhouse::exportPlaylist(const QString &file)
+{
+	QList<PlaylistEntry> entries;
+	entries.reserve(tracks.size());
+	for (const Track &track : tracks)
+		entries.append({track.path, labelFor(track.path, false), tagReader->known(track.path).durationMs});
+	const QString error = writePlaylist(file, entries);
+	if (error.isEmpty())
+		clearError();
+	else
+		showError(ui("PlaylistWriteError").arg(file, error));
+}

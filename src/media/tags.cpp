@@ -1,0 +1,157 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "media/tags.hpp"
+
+#include <QFileInfo>
+#include <QRegularExpression>
+#include <QTimeZone>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+#include <util/threading.h>
+
+#include "dock/paths.hpp"
+#include "media/readFile.hpp"
+
+using namespace Qt::StringLiterals;
+
+namespace reelhouse {
+
+namespace {
+
+// How many files are remembered, and how many may wait to be read.
+constexpr int mostKnown = 300;
+
+} // namespace
+
+Tags readTags(const QString &path)
+{
+	const std::atomic<bool> never = false;
+	return readFile(localFilePath(path), never);
+}
+
+QString displayTitle(const QString &path, const Tags &tags)
+{
+	if (!tags.title.isEmpty())
+		return tags.title;
+	const QString label = labelFor(path, false);
+	// A number after the last dot is part of a name: "Part 2.5".
+	static const QRegularExpression ending(u"(?<=.)\\.(?=[0-9]*[A-Za-z])[0-9A-Za-z]{1,5}$"_s);
+	// A host alone ends in a dot and letters, too.
+	if (localFilePath(path).isEmpty() && path.endsWith("://"_L1 + label))
+		return label;
+	return label.first(ending.match(label).hasMatch() ? label.lastIndexOf(u'.') : label.size());
+}
+
+QString artistAndTitle(const QString &path, const Tags &tags)
+{
+	const QString title = displayTitle(path, tags);
+	return tags.artist.isEmpty() ? title : tags.artist + u" – "_s + title;
+}
+
+// The thread lives only while there is something to read. It is not joined, since a read may never return.
+struct TagReader::Worker {
+	explicit Worker(TagReader *owner) : reader(owner) {}
+
+	void run();
+	std::optional<Known> look(const Request &request) const;
+
+	std::mutex mutex;
+	std::condition_variable idle;
+	// These three with the mutex held.
+	TagReader *reader; // null when it is gone
+	QList<Request> pending;
+	bool running = false;
+	std::atomic<bool> stopped = false; // ends a read at its next access to the file
+};
+
+void TagReader::Worker::run()
+{
+	os_set_thread_name("reelhouse: tags");
+	std::unique_lock lock(mutex);
+	while (!pending.isEmpty()) {
+		const Request request = pending.takeLast();
+		lock.unlock();
+		const std::optional<Known> read = look(request);
+		lock.lock();
+		// The lock keeps the reader alive while it is posted to; Qt drops what is posted when it is gone after that.
+		if (reader) {
+			const auto deliver = [to = reader, path = request.path, read] {
+				to->take(path, read);
+			};
+			QMetaObject::invokeMethod(reader, deliver, Qt::QueuedConnection);
+		}
+	}
+	running = false;
+	idle.notify_all();
+}
+
+// Nothing if the file is as it was.
+std::optional<TagReader::Known> TagReader::Worker::look(const Request &request) const
+{
+	const QString file = localFilePath(request.path);
+	const QFileInfo info(file);
+	Stamp stamp;
+	if (info.exists())
+		stamp = {info.size(), info.lastModified(QTimeZone::UTC).toMSecsSinceEpoch()};
+	if (request.known == stamp)
+		return std::nullopt;
+	return Known{stamp, readFile(file, stopped)};
+}
+
+TagReader::TagReader(QObject *parent) : QObject(parent), cache(mostKnown), worker(std::make_shared<Worker>(this)) {}
+
+TagReader::~TagReader()
+{
+	using namespace std::chrono_literals;
+	std::unique_lock lock(worker->mutex);
+	worker->reader = nullptr;
+	worker->stopped = true;
+	worker->pending.clear();
+	worker->idle.wait_for(lock, 200ms, [this] { return !worker->running; });
+}
+
+std::optional<Tags> TagReader::cached(const QString &path)
+{
+	if (!canReadTags || localFilePath(path).isEmpty())
+		return Tags();
+	const Known *entry = cache.object(path);
+	if (!asked.contains(path))
+		ask({path, entry ? std::optional(entry->stamp) : std::nullopt});
+	return entry ? std::optional(entry->tags) : std::nullopt;
+}
+
+Tags TagReader::known(const QString &path) const
+{
+	const Known *entry = cache.object(path);
+	return entry ? entry->tags : Tags();
+}
+
+void TagReader::ask(const Request &request)
+{
+	asked.insert(request.path);
+	const std::lock_guard lock(worker->mutex);
+	if (worker->pending.size() == mostKnown)
+		asked.remove(worker->pending.takeFirst().path);
+	worker->pending.append(request);
+	if (std::exchange(worker->running, true))
+		return;
+	std::thread([worker = worker] { worker->run(); }).detach();
+}
+
+void TagReader::take(const QString &path, const std::optional<Known> &read)
+{
+	asked.remove(path);
+	if (!read)
+		return;
+	const Known *before = cache.object(path);
+	const bool same = before && before->tags == read->tags;
+	cache.insert(path, std::make_unique<Known>(*read).release());
+	if (!same)
+		Q_EMIT tagsRead(path);
+}
+
+} // namespace reelhouse

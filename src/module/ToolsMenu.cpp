@@ -1,0 +1,105 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "module/ToolsMenu.hpp"
+
+#include <QAction>
+#include <QActionGroup>
+#include <QMenu>
+#include <QPointer>
+
+#include <obs-frontend-api.h>
+#include <obs-module.h>
+
+#include "dock/QueueControl.hpp"
+#include "dock/text.hpp"
+#include "module/TrackText.hpp"
+
+using namespace Qt::StringLiterals;
+
+namespace reelhouse {
+
+namespace {
+
+// In the Tools menu, which owns it and may be gone before the module.
+QPointer<QAction> entry;
+
+QAction *addCommand(QMenu *menu, const QString &name, const char *textKey)
+{
+	QAction *action = menu->addAction(ui(textKey));
+	action->setObjectName(name);
+	return action;
+}
+
+void addChoice(QMenu *menu, TrackText *trackText, const QString &text, const QString &uuid)
+{
+	QAction *choice = menu->addAction(QString(text).replace(u'&', "&&"_L1));
+	choice->setCheckable(true);
+	choice->setData(uuid);
+	QObject::connect(choice, &QAction::triggered, trackText, [trackText, uuid] { trackText->choose(uuid); });
+}
+
+// Anew each time: sources come, go, and are renamed.
+void listTextSources(QMenu *menu, QActionGroup *group, TrackText *trackText)
+{
+	menu->clear();
+	addChoice(menu, trackText, ui("NoTextSource"), QString());
+	for (const auto &[name, uuid] : TrackText::textSources())
+		addChoice(menu, trackText, name, uuid);
+	QAction *checked = menu->actions().constFirst();
+	const QString chosen = trackText->chosen();
+	for (QAction *choice : menu->actions()) {
+		group->addAction(choice);
+		if (choice->data().toString() == chosen)
+			checked = choice;
+	}
+	checked->setChecked(true);
+}
+
+void addTextSourceMenu(QMenu *menu, TrackText *trackText)
+{
+	QMenu *choices = menu->addMenu(ui("ShowCurrentTrackIn"));
+	choices->setObjectName(u"showCurrentTrackIn"_s);
+	auto *group = new QActionGroup(choices);
+	const auto list = [choices, group, trackText] {
+		listTextSources(choices, group, trackText);
+	};
+	// With the whole menu: some desktops leave out a menu that was empty when the one above it opened.
+	QObject::connect(menu, &QMenu::aboutToShow, trackText, list);
+	list();
+}
+
+} // namespace
+
+void addToToolsMenu(Reelhouse *newDock)
+{
+	entry = static_cast<QAction *>(obs_frontend_add_tools_menu_qaction(obs_module_text("DockName")));
+	if (!entry)
+		return;
+	QueueControl *queue = &newDock->queueControl();
+	auto *menu = new QMenu(newDock);
+	menu->setObjectName(u"toolsMenu"_s);
+	entry->setMenu(menu);
+
+	QAction *importAction = addCommand(menu, u"importPlaylist"_s, "ImportPlaylist");
+	QAction *exportAction = addCommand(menu, u"exportPlaylist"_s, "ExportPlaylist");
+	addTextSourceMenu(menu, new TrackText(queue));
+	QAction *bringBackAction = addCommand(menu, u"bringBackReplacedQueue"_s, "BringBackReplacedQueue");
+	bringBackAction->setEnabled(queue->canBringBack());
+
+	QObject::connect(importAction, &QAction::triggered, queue, &QueueControl::importPlaylist);
+	QObject::connect(exportAction, &QAction::triggered, queue, &QueueControl::exportPlaylist);
+	QObject::connect(bringBackAction, &QAction::triggered, queue, &QueueControl::bringBackReplaced);
+	QObject::connect(queue, &QueueControl::canBringBackChanged, bringBackAction, &QAction::setEnabled);
+	const auto offerFiles = [queue, importAction, exportAction] {
+		importAction->setEnabled(OBSSourceAutoRelease(queue->lockSource()) != nullptr);
+		exportAction->setEnabled(!queue->tracks().isEmpty());
+	};
+	QObject::connect(queue, &QueueControl::changed, menu, offerFiles);
+	offerFiles();
+}
+
+void removeFromToolsMenu()
+{
+	delete entry;
+}
+
+} // namespace reelhouse

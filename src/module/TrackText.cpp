@@ -1,0 +1,143 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "module/TrackText.hpp"
+
+#include <algorithm>
+#include <utility>
+
+#include <obs-frontend-api.h>
+
+#include "dock/QueueControl.hpp"
+#include "dock/paths.hpp"
+#include "media/tags.hpp"
+
+namespace reelhouse {
+
+namespace {
+
+// In the VLC source's private settings: the UUID of the text source.
+constexpr char textSourceKey[] = "OBS-Reelhouse-text";
+constexpr char textKey[] = "text";
+
+// A kind of text source and its setting that makes it show a file instead of its text.
+struct TextKind {
+	const char *id; // of all its versions
+	const char *fileKey;
+};
+constexpr TextKind textKinds[] = {{"text_ft2_source", "from_file"}, {"text_gdiplus", "read_from_file"}};
+
+bool showsItsText(obs_source_t *source)
+{
+	const char *id = obs_source_get_unversioned_id(source);
+	const auto *kind =
+		std::ranges::find_if(textKinds, [id](const TextKind &one) { return id && strcmp(id, one.id) == 0; });
+	if (kind == std::end(textKinds) || obs_source_removed(source))
+		return false;
+	OBSDataAutoRelease settings = obs_source_get_settings(source);
+	return !obs_data_get_bool(settings, kind->fileKey);
+}
+
+// Or is about to, as soon as the media has been opened.
+bool isPlaying(obs_media_state state)
+{
+	return state == OBS_MEDIA_STATE_PLAYING || state == OBS_MEDIA_STATE_PAUSED ||
+	       state == OBS_MEDIA_STATE_OPENING || state == OBS_MEDIA_STATE_BUFFERING;
+}
+
+// Does nothing where the text source is gone or has the text already.
+void setText(const QString &uuid, const QString &text)
+{
+	OBSSourceAutoRelease source = obs_get_source_by_uuid(uuid.toUtf8().constData());
+	if (!source || !showsItsText(source))
+		return;
+	OBSDataAutoRelease settings = obs_source_get_settings(source);
+	if (textIn(settings, textKey) == text)
+		return;
+	OBSDataAutoRelease change = obs_data_create();
+	obs_data_set_string(change, textKey, text.toUtf8().constData());
+	obs_source_update(source, change);
+}
+
+} // namespace
+
+TrackText::TrackText(QueueControl *queue_) : QObject(queue_), queue(queue_)
+{
+	connect(queue, &QueueControl::changed, this, &TrackText::follow);
+	connect(queue, &QueueControl::switchFinished, this, [this] { justSwitched = true; });
+	connect(queue, &QueueControl::mediaPolled, this, [this](obs_media_state state) {
+		// The source may not have come to the new track yet, and then still tells how the one before ended.
+		if (!std::exchange(justSwitched, false) || isPlaying(state))
+			update();
+	});
+	connect(&queue->tagReader(), &TagReader::tagsRead, this, &TrackText::update);
+}
+
+QList<TrackText::TextSource> TrackText::textSources()
+{
+	QList<TextSource> sources;
+	obs_enum_sources(
+		[](void *data, obs_source_t *source) {
+			if (showsItsText(source))
+				static_cast<QList<TextSource> *>(data)->append(
+					{QString::fromUtf8(obs_source_get_name(source)),
+					 QString::fromUtf8(obs_source_get_uuid(source))});
+			return true;
+		},
+		&sources);
+	std::ranges::sort(sources, [](const TextSource &a, const TextSource &b) {
+		return QString::localeAwareCompare(a.name, b.name) < 0;
+	});
+	return sources;
+}
+
+QString TrackText::chosen() const
+{
+	OBSSourceAutoRelease source = queue->lockSource();
+	if (!source || !queue->isActive())
+		return {};
+	OBSDataAutoRelease settings = obs_source_get_private_settings(source);
+	return textIn(settings, textSourceKey);
+}
+
+void TrackText::choose(const QString &uuid)
+{
+	OBSSourceAutoRelease source = queue->lockSource();
+	if (!source || !queue->isActive())
+		return;
+	OBSDataAutoRelease settings = obs_source_get_private_settings(source);
+	if (uuid.isEmpty())
+		obs_data_erase(settings, textSourceKey);
+	else
+		obs_data_set_string(settings, textSourceKey, uuid.toUtf8().constData());
+	update();
+	obs_frontend_save();
+}
+
+void TrackText::follow()
+{
+	const int index = queue->currentIndex();
+	path = index < 0 ? QString() : queue->tracks().at(index).path;
+	update();
+}
+
+// Compares with what the text source holds, since others may set that: a Properties dialog that is cancelled puts an old
+// text back.
+void TrackText::update()
+{
+	const QString target = chosen();
+	if (!shownIn.isEmpty() && shownIn != target)
+		setText(shownIn, QString());
+	shownIn = target;
+	// Until the source has stopped, its state still means the previous track.
+	if (!target.isEmpty() && !queue->isSwitching())
+		setText(target, text());
+}
+
+QString TrackText::text() const
+{
+	OBSSourceAutoRelease source = queue->lockSource();
+	if (path.isEmpty() || !isPlaying(obs_source_media_get_state(source)))
+		return {};
+	return artistAndTitle(path, queue->tagReader().cached(path).value_or(Tags()));
+}
+
+} // namespace reelhouse

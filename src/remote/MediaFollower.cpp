@@ -1,0 +1,100 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "remote/MediaFollower.hpp"
+
+#include <utility>
+
+namespace reelhouse {
+
+namespace {
+
+// A state that was asked for and is not seen after this many polls, two seconds, will not come. A busy OBS takes its time.
+constexpr int pollsToReach = 8;
+
+bool isLoading(obs_media_state state)
+{
+	return state == OBS_MEDIA_STATE_OPENING || state == OBS_MEDIA_STATE_BUFFERING;
+}
+
+bool isPlaying(obs_media_state state)
+{
+	return state == OBS_MEDIA_STATE_PLAYING || state == OBS_MEDIA_STATE_PAUSED;
+}
+
+// One of the four that clients are told.
+obs_media_state plain(obs_media_state state)
+{
+	if (isLoading(state))
+		return OBS_MEDIA_STATE_PLAYING;
+	return isPlaying(state) || state == OBS_MEDIA_STATE_ENDED ? state : OBS_MEDIA_STATE_STOPPED;
+}
+
+} // namespace
+
+obs_media_state MediaFollower::reported() const
+{
+	OBSSourceAutoRelease source = queue.lockSource();
+	if (!source || queue.isSwitching())
+		return source ? OBS_MEDIA_STATE_OPENING : OBS_MEDIA_STATE_NONE;
+	const obs_media_state state = obs_source_media_get_state(source);
+	return starting && !isPlaying(state) && state != OBS_MEDIA_STATE_ERROR ? OBS_MEDIA_STATE_OPENING : state;
+}
+
+obs_media_state MediaFollower::asked() const
+{
+	if (queue.isSwitching())
+		return OBS_MEDIA_STATE_PLAYING;
+	return pending.value_or(plain(reported()));
+}
+
+void MediaFollower::trackGiven()
+{
+	pending.reset();
+	starting = firstPoll = running = true;
+	known = false;
+}
+
+void MediaFollower::ask(obs_media_state state)
+{
+	pending = state;
+	pendingPolls = 0;
+}
+
+MediaFollower::Change MediaFollower::poll(obs_media_state state, qint64 positionMs, qint64 durationMs)
+{
+	if (pending && (plain(state) == *pending || ++pendingPolls >= pollsToReach))
+		pending.reset();
+	known = known || positionMs > 0 || durationMs > 0;
+	if (isLoading(state))
+		return {};
+	const bool plays = isPlaying(state);
+	// The source may not have come to the new track yet, and then still reports how the one before it was stopped.
+	if (std::exchange(firstPoll, false) && !plays)
+		return {};
+	starting = false;
+
+	Change change = tell(state);
+	if (running && state == OBS_MEDIA_STATE_ERROR)
+		change.failure = Failure::Error;
+	else if (running && state == OBS_MEDIA_STATE_ENDED && !known)
+		change.failure = Failure::NeverPlayed;
+	running = running && plays;
+	return change;
+}
+
+MediaFollower::Change MediaFollower::otherSource(bool bound)
+{
+	pending.reset();
+	starting = firstPoll = running = false;
+	return bound ? Change() : tell(OBS_MEDIA_STATE_STOPPED);
+}
+
+MediaFollower::Change MediaFollower::tell(obs_media_state state)
+{
+	Change change;
+	const obs_media_state next = plain(state);
+	if (next != told || next != shown)
+		change.state = told = shown = next;
+	return change;
+}
+
+} // namespace reelhouse

@@ -1,0 +1,90 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#pragma once
+
+#include <QList>
+#include <QString>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "dock/QueueControl.hpp"
+#include "media/tags.hpp"
+#include "remote/MediaFollower.hpp"
+
+namespace reelhouse {
+
+// Why a request is not done.
+enum class Refusal {
+	Unavailable,
+	NoSource,
+	UnknownSource,
+	UnknownTrack,
+	IndexOutOfRange,
+	MissingField,
+	WrongType,
+	EmptyList,
+	EmptyPath,
+	UnknownEndMode,
+	FileMissing,
+	EmptyQueue,
+	NothingToPlay,
+	Switching,
+	NothingToUndo,
+	NothingToBringBack,
+	NothingToGiveBack,
+	OtherSource,
+	DifferentTracks,
+	PathTooLong,
+	TooManyTags,
+	GraphicsThread,
+};
+
+// Writes a response into the data that the WebSocket plug-in sends. It owns its values, so any thread may run it.
+using Response = std::function<void(obs_data_t *data)>;
+
+// The response to a request that is refused; detail is what its sentence is about. User-interface thread.
+Response refusalResponse(Refusal refusal, const QString &detail = QString());
+
+// One request on the user-interface thread: its data, by name and type, and the response to it. A field that is absent or
+// has another type refuses the request and reads as an empty value; the first refusal stands.
+class Request {
+public:
+	Request(QueueControl &queue, MediaFollower &media, TagReader &tagReader, obs_data_t *data, qint64 revision);
+
+	QueueControl &queue;
+	MediaFollower &media;
+	TagReader &tagReader;
+	const qint64 revision;
+
+	bool has(const char *key) const;
+	QString text(const char *key);
+	qint64 integer(const char *key);
+	qint64 integer(const char *key, qint64 fallback);
+	// An integer from 0 to this last one.
+	qint64 position(const char *key, qint64 last);
+	bool flag(const char *key, bool fallback);
+	// The texts under itemKey in a list of objects that is not empty: libobs's data holds no lists of bare texts.
+	QList<QString> texts(const char *listKey, const char *itemKey);
+
+	void refuse(Refusal refusal, const QString &detail = QString());
+	bool isRefused() const { return static_cast<bool>(refused); }
+	// What the response holds beside its success.
+	void respond(Response fill) { filled = std::move(fill); }
+	Response response() const;
+
+private:
+	struct Release {
+		void operator()(obs_data_item_t *item) const { obs_data_item_release(&item); }
+	};
+	using Item = std::unique_ptr<obs_data_item_t, Release>;
+
+	Item item(obs_data_t *from, const char *key, obs_data_type type);
+	QString text(obs_data_t *from, const char *key);
+
+	obs_data_t *const data;
+	Response refused;
+	Response filled;
+};
+
+} // namespace reelhouse

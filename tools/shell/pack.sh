@@ -1,0 +1,34 @@
+# shellcheck shell=bash
+# What ./dev package does: the packages for the installed OBS and Qt, and what is said about where they fit.
+
+# Where the tools are. Prints the files.
+package_inside() {
+	[[ ${1:-} == --release ]] && check_release
+	configure package --fresh
+	say "packing for $(sed -n 's/^-- The module will accept //p' build/package.log) from" \
+		"$(sed -n 's/^PRETTY_NAME="\(.*\)"$/\1/p' /etc/os-release)"
+	cmake --build --preset package --target package >build/cpack.log 2>&1 ||
+		{ cat build/cpack.log >&2 && die "packing failed."; }
+	sed -n 's/^CPack: - package: \(.*\) generated\.$/\1/p' build/cpack.log
+}
+
+# What must not go out: addresses that lead nowhere, a version that the list of changes does not have.
+check_release() {
+	local version
+	version=$(sed -n 's/^ *VERSION \([0-9.]*\)$/\1/p' CMakeLists.txt)
+	grep -q "^## $version" CHANGELOG.md || die "CHANGELOG.md has nothing about $version."
+	! grep -n '\.example' cmake/project_addresses.cmake >&2 ||
+		die "cmake/project_addresses.cmake still has addresses that are reserved for examples: put in the project's own."
+}
+
+# For whoever packs where another OBS or Qt is installed. Takes the files that package_inside has printed.
+warn_of_other_host() {
+	local file obs qt here_obs here_qt
+	for file in "$@"; do
+		[[ $file =~ -obs([0-9.]+)-qt([0-9.]+)- ]] || continue
+		obs=${BASH_REMATCH[1]} qt=${BASH_REMATCH[2]}
+		here_obs=$(candidate obs-studio) here_qt=$(candidate libqt6core6t64)
+		[[ $here_obs == "$obs" && $here_qt == "$qt" ]] || say "Warning: these packages are for OBS $obs with Qt $qt." \
+			"This system offers OBS ${here_obs:-of no version} with Qt ${here_qt:-of no version} and cannot use them."
+	done
+}

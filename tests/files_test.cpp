@@ -13,6 +13,18 @@ using namespace Qt::StringLiterals;
 
 class Files : public Host {
 protected:
+	static void waitForTicks(int count)
+	{
+		for (; count > 0; count--)
+			passTime(250);
+	}
+	void playThrough(obs_source_t *source, int row)
+	{
+		play(row);
+		sendStopped(source);
+		media(source) = {OBS_MEDIA_STATE_PLAYING, 500, 4000};
+		waitForTicks(3);
+	}
 	QString at(const QString &name) const { return folder.filePath(name); }
 	void pickFile(const char *command, const QString &file, const std::function<void()> &meanwhile = [] {})
 	{

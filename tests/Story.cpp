@@ -57,6 +57,7 @@ void Story::begin(const QString &playlist)
 		obs_source_remove(source);
 	sources.clear();
 	obs_queue_task(OBS_TASK_DESTROY, [](void *) {}, nullptr, true);
+	made.clear();
 	usersQueue.clear();
 	everUsers.clear();
 	handMade = unseenEdit = false;
@@ -75,18 +76,21 @@ void Story::begin(const QString &playlist)
 	} else {
 		child<QComboBox>("endMode")->setCurrentIndex(0);
 		search({});
+		frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED);
 		look();
 		choose(sources[u"S"_s]);
 	}
 	QCoreApplication::sendPostedEvents();
 	revision = 0;
 	plugin.events.clear();
+	told.clear();
 	lastTold.clear();
+	frontend->saves = 0;
 }
 
 QString Story::step(const QString &words)
 {
-	Words parts = words.split(u' ', Qt::SkipEmptyParts);
+	const Words parts = words.split(u' ');
 	const auto found = steps.constFind(parts.constFirst());
 	EXPECT_NE(found, steps.cend()) << "no such step: " << words.toStdString();
 	if (found == steps.cend())
@@ -127,7 +131,9 @@ QString Story::state()
 	const QStringList kept = valuesIn(recordOf(source, "OBS-Reelhouse-replaced"), "tracks");
 	QStringList parts = {rows.isEmpty() ? u"∅"_s : rows.join(u' '),
 			     (u"src "_s + named(valuesIn(settings, "playlist")).join(u' ')).trimmed(), managed,
-			     u"kept "_s + (!tool()->isEnabled() ? u"-"_s : kept.isEmpty() ? u"∅"_s : named(kept).join(u' '))};
+			     u"kept "_s + (!tool()->isEnabled() ? u"-"_s
+					   : kept.isEmpty()     ? u"∅"_s
+								: named(kept).join(u' '))};
 	if (const int mode = record["endMode"_L1].toInt())
 		parts += mode == 1 ? u"next"_s : u"repeat"_s;
 	if (waits())
@@ -218,7 +224,8 @@ obs_source_t *Story::bound() const
 // There is a track to play, and yet the play button waits.
 bool Story::waits() const
 {
-	return bound() && !recordOf(bound())["current"_L1].toString().isEmpty() && !child<QWidget>("playPause")->isEnabled();
+	return bound() && !recordOf(bound())["current"_L1].toString().isEmpty() &&
+	       !child<QWidget>("playPause")->isEnabled();
 }
 
 QByteArray Story::json(QString text)

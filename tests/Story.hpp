@@ -53,7 +53,7 @@ protected:
 	// With 'x' for "x", #X for the id of the row X and @X for the path of X.
 	QByteArray json(QString text);
 	QJsonObject request(const std::string &name, const QByteArray &data);
-	QAction *tool() const { return frontend->toolsMenu.findChild<QAction *>(QStringLiteral("bringBackReplacedQueue")); }
+	QAction *tool() const { return action("bringBackReplacedQueue"); }
 
 	WebSocketPlugin plugin;
 	QMap<QString, OBSSource> sources;
@@ -63,6 +63,7 @@ private:
 	using Words = QStringList;
 
 	// Story_Steps.cpp
+	void on(const char *name, const std::function<void(const Words &)> &run);
 	void addUserSteps();
 	void addOthersSteps();
 	void addQuestions();
@@ -91,7 +92,7 @@ private:
 	QString transport() const;
 	QString focused() const;
 	QString heard();
-	QString askFor(const QString &name, const Words &data);
+	QString askFor(const QString &key, const QString &name, const Words &data);
 
 	// Story_Promises.cpp
 	void remember(const Words &words);
@@ -105,8 +106,8 @@ private:
 	QStringList pathsOfCurrent() const;
 
 	QHash<QString, std::function<void(const Words &)>> steps;
-	QSet<QString> edits; // steps and requests that change the queue by the user's will
-	QSet<QString> made;  // files
+	QStringList edits;  // steps and requests that change the queue by the user's will
+	QSet<QString> made; // files
 	std::unique_ptr<QSignalSpy> sceneRequests;
 	QString answer;
 

@@ -37,7 +37,8 @@ void Story::remember(const Words &words)
 	expected = bound() ? plainList(words) : std::nullopt;
 	bringsBack = valuesIn(recordOf(bound(), "OBS-Reelhouse-replaced"), "tracks").join(u'\n');
 	others.clear();
-	const bool all = words[0] == u"restart" || words[0] == u"choose" || words[0] == u"resume" || words[0] == u"look";
+	const bool all = words[0] == u"restart" || words[0] == u"choose" || words[0] == u"resume" ||
+			 words[0] == u"look";
 	for (auto source = sources.cbegin(); !all && source != sources.cend(); ++source) {
 		if (*source != bound() && words[0] != u"edit" && !words.contains(u"SelectSource"_s))
 			others[source.key()] = everythingOf(*source);
@@ -71,7 +72,7 @@ void Story::keepPromises(const Words &words)
 	if (!unseenEdit && !waits())
 		expectSettledSource();
 	expectUsersQueueKept(words);
-	expectToldTheState(looked);
+	expectToldTheState((verb == u"look" || verb == u"start") && ids() == before);
 }
 
 // Rows, record and remote answer are the same queue; one row is marked if the record names one.
@@ -123,7 +124,7 @@ void Story::expectSettledSource()
 {
 	const QJsonObject record = recordOf(bound()), settings = settingsOf(bound());
 	EXPECT_EQ(valuesIn(record, "observed"), valuesIn(settings, "playlist"));
-	const bool startedHere = record["managed"_L1].toBool() && !handMade;
+	const bool startedHere = !record["current"_L1].toString().isEmpty() && record["managed"_L1].toBool() && !handMade;
 	EXPECT_FALSE(startedHere && (settings["loop"_L1].toBool() || settings["shuffle"_L1].toBool()));
 }
 
@@ -137,7 +138,8 @@ void Story::expectOthersUntouched()
 void Story::expectUsersQueueKept(const Words &words)
 {
 	QStringList &users = usersQueue[nameOf(bound())];
-	const bool edited = ids() != before && std::ranges::any_of(words, [this](const QString &word) { return edits.contains(word); });
+	const bool edited = ids() != before &&
+			    std::ranges::any_of(words, [this](const QString &word) { return edits.contains(word); });
 	const bool played = list()->count() > 1 && ((waits() && !waited) || words[0] == u"start");
 	if (edited && ids().size() < before.size()) {
 		beforeRemoval = before;
@@ -218,8 +220,10 @@ std::optional<QStringList> Story::plainList(const Words &words)
 			plain.move(from, to);
 	} else if (what.startsWith(u"move")) {
 		const qsizetype from = selected.value(0), last = plain.size() - 1;
-		const QHash<QString, qsizetype> targets = {
-			{u"moveUp"_s, from - 1}, {u"moveDown"_s, from + 1}, {u"moveTop"_s, 0}, {u"moveBottom"_s, last}};
+		const QHash<QString, qsizetype> targets = {{u"moveUp"_s, from - 1},
+							   {u"moveDown"_s, from + 1},
+							   {u"moveTop"_s, 0},
+							   {u"moveBottom"_s, last}};
 		if (!searching && selected.size() == 1)
 			plain.move(from, std::clamp<qsizetype>(targets[what], 0, last));
 	} else {

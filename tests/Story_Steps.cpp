@@ -24,80 +24,69 @@ Qt::Key keyOf(const QString &name)
 
 } // namespace
 
+void Story::on(const char *name, const std::function<void(const Words &)> &run)
+{
+	steps[QLatin1String(name)] = run;
+}
+
 void Story::addUserSteps()
 {
-	const auto click = [this](const char *name) {
-		steps[QLatin1String(name)] = [this, name](const Words &) { child<QToolButton>(name)->click(); };
-	};
-	const auto trigger = [this](const char *name) {
-		steps[QLatin1String(name)] = [this, name](const Words &) { action(name)->trigger(); };
-	};
 	for (const char *name : {"playPause", "stop", "previous", "next", "refresh"})
-		click(name);
+		on(name, [this, name](const Words &) { child<QToolButton>(name)->click(); });
 	for (const char *name : {"moveUp", "moveDown", "moveTop", "moveBottom", "remove", "undoRemove", "locateCurrent",
 				 "openFolder", "restorePlaylist"})
-		trigger(name);
-	steps.insert({
-		{u"bringBack"_s, [this](const Words &) { tool()->trigger(); }},
-		{u"play"_s, [this](const Words &words) { play(row(words[0])); }},
-		{u"start"_s, [this](const Words &words) { start(row(words[0])); }},
-		{u"endMode"_s, [this](const Words &words) { chooseIn("endMode", words[0]); }},
-		{u"choose"_s, [this](const Words &words) { chooseIn("sourceSelector", words.value(0)); }},
-		{u"select"_s, [this](const Words &words) { select(words); }},
-		{u"search"_s, [this](const Words &words) { search(words.join(u' ')); }},
-		{u"focus"_s, [this](const Words &words) { child<QWidget>(words[0].toLatin1())->setFocus(); }},
-		{u"key"_s, [this](const Words &words) { pressKey(words[0]); }},
-		{u"slide"_s, [this](const Words &words) { slide(words[0].toInt()); }},
-		{u"hold"_s, [this](const Words &words) { QTest::keyPress(child<QSlider>("seek"), keyOf(words[0])); }},
-		{u"lift"_s, [this](const Words &words) { QTest::keyRelease(child<QSlider>("seek"), keyOf(words[0])); }},
-		{u"release"_s, [this](const Words &) { release(); }},
-		{u"time"_s, [this](const Words &) { QTest::mouseClick(child<QLabel>("playbackTime"), Qt::LeftButton); }},
-		{u"menu"_s, [this](const Words &words) { openMenu(row(words.value(0))); }},
-		{u"close"_s, [this](const Words &) { child<QMenu>("playlistMenu")->hide(); }},
-		{u"drop"_s, [this](const Words &words) { drop(paths(words)); }},
-		{u"drag"_s, [this](const Words &words) { drag(list()->row(row(words[0])), words[1].toInt()); }},
-		{u"burst"_s, [this](const Words &words) { burst(words[0].toInt()); }},
-		{u"ask"_s, [this](const Words &words) { ask(words[0], words.mid(1)); }},
-	});
-	edits = {u"drop"_s,       u"drag"_s,    u"remove"_s,     u"undoRemove"_s, u"moveUp"_s,
-		 u"moveDown"_s,   u"moveTop"_s, u"moveBottom"_s, u"AddTracks"_s,  u"RemoveTracks"_s,
-		 u"UndoRemove"_s, u"burst"_s,   u"MoveTrack"_s,  u"key"_s};
+		on(name, [this, name](const Words &) { action(name)->trigger(); });
+	on("bringBack", [this](const Words &) { tool()->trigger(); });
+	on("play", [this](const Words &words) { play(row(words[0])); });
+	on("start", [this](const Words &words) { start(row(words[0])); });
+	on("endMode", [this](const Words &words) { chooseIn("endMode", words[0]); });
+	on("choose", [this](const Words &words) { chooseIn("sourceSelector", words.value(0)); });
+	on("select", [this](const Words &words) { select(words); });
+	on("search", [this](const Words &words) { search(words.join(u' ')); });
+	on("focus", [this](const Words &words) { child<QWidget>(words[0].toLatin1())->setFocus(); });
+	on("key", [this](const Words &words) { pressKey(words[0]); });
+	on("slide", [this](const Words &words) { slide(words[0].toInt()); });
+	on("hold", [this](const Words &words) { QTest::keyPress(child<QSlider>("seek"), keyOf(words[0])); });
+	on("lift", [this](const Words &words) { QTest::keyRelease(child<QSlider>("seek"), keyOf(words[0])); });
+	on("release", [this](const Words &) { release(); });
+	on("time", [this](const Words &) { QTest::mouseClick(child<QLabel>("playbackTime"), Qt::LeftButton); });
+	on("menu", [this](const Words &words) { openMenu(row(words.value(0))); });
+	on("close", [this](const Words &) { child<QMenu>("playlistMenu")->hide(); });
+	on("drop", [this](const Words &words) { drop(paths(words)); });
+	on("drag", [this](const Words &words) { drag(list()->row(row(words[0])), words[1].toInt()); });
+	on("burst", [this](const Words &words) { burst(words[0].toInt()); });
+	on("ask", [this](const Words &words) { ask(words[0], words.mid(1)); });
+	edits = u"drop drag burst remove undoRemove moveUp moveDown moveTop moveBottom AddTracks RemoveTracks UndoRemove "
+		"MoveTrack key"_s.split(u' ');
 }
 
 void Story::addOthersSteps()
 {
-	const auto send = [this](obs_frontend_event event) {
-		return [this, event](const Words &) { frontend->send(event); };
-	};
-	steps.insert({
-		{u"video"_s, [this](const Words &words) { workOff(words.isEmpty() ? bound() : sources[words[0]].Get()); }},
-		{u"media"_s, [this](const Words &words) { setMedia(words); }},
-		{u"own"_s, [this](const Words &words) { control(words[0]); }},
-		{u"poll"_s, [this](const Words &) { tick(); }},
-		{u"look"_s, [this](const Words &) { look(); }},
-		{u"wait"_s, [](const Words &words) { HeldClock::pass(words[0].toInt()); }},
-		{u"edit"_s, [this](const Words &words) { setPlaylist(sources[words[0]], paths(words.mid(1))); }},
-		{u"elsewhere"_s, [this](const Words &words) { editElsewhere(words); }},
-		{u"gone"_s, [this](const Words &words) { QFile::remove(path(words[0])); }},
-		{u"back"_s, [this](const Words &words) { makeFile(words[0]); }},
-		{u"suspend"_s, send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING)},
-		{u"resume"_s, send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED)},
-		{u"restart"_s, [this](const Words &) { changeCollection(); }},
-		{u"record"_s, [this](const Words &words) { putRecord("OBS-Reelhouse", words.join(u' ')); }},
-		{u"aside"_s, [this](const Words &words) { putRecord("OBS-Reelhouse-replaced", words.join(u' ')); }},
-	});
+	on("video", [this](const Words &words) { workOff(words.isEmpty() ? bound() : sources[words[0]].Get()); });
+	on("media", [this](const Words &words) { setMedia(words); });
+	on("own", [this](const Words &words) { control(words[0]); });
+	on("poll", [this](const Words &) { tick(); });
+	on("look", [this](const Words &) { look(); });
+	on("wait", [this](const Words &words) { HeldClock::pass(words[0].toInt()); });
+	on("edit", [this](const Words &words) { setPlaylist(sources[words[0]], paths(words.mid(1))); });
+	on("elsewhere", [this](const Words &words) { editElsewhere(words); });
+	on("gone", [this](const Words &words) { QFile::remove(path(words[0])); });
+	on("back", [this](const Words &words) { makeFile(words[0]); });
+	on("suspend", [this](const Words &) { frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING); });
+	on("resume", [this](const Words &) { frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED); });
+	on("restart", [this](const Words &) { changeCollection(); });
+	on("record", [this](const Words &words) { putRecord("OBS-Reelhouse", words.join(u' ')); });
+	on("aside", [this](const Words &words) { putRecord("OBS-Reelhouse-replaced", words.join(u' ')); });
 }
 
 void Story::addQuestions()
 {
-	steps.insert({
-		{u"offers?"_s, [this](const Words &) { answer = offered(); }},
-		{u"transport?"_s, [this](const Words &) { answer = transport(); }},
-		{u"focus?"_s, [this](const Words &) { answer = focused(); }},
-		{u"saves?"_s, [this](const Words &) { answer = QString::number(std::exchange(frontend->saves, 0)); }},
-		{u"told?"_s, [this](const Words &) { answer = heard(); }},
-		{u"ask?"_s, [this](const Words &words) { answer = askFor(words[0], words.mid(1)); }},
-	});
+	on("offers?", [this](const Words &) { answer = offered(); });
+	on("transport?", [this](const Words &) { answer = transport(); });
+	on("focus?", [this](const Words &) { answer = focused(); });
+	on("saves?", [this](const Words &) { answer = QString::number(std::exchange(frontend->saves, 0)); });
+	on("told?", [this](const Words &) { answer = heard(); });
+	on("ask?", [this](const Words &words) { answer = askFor(words[0], words[1], words.mid(2)); });
 }
 
 void Story::play(QListWidgetItem *item)
@@ -116,12 +105,12 @@ void Story::start(QListWidgetItem *item)
 	look();
 }
 
-// The entry with that text; without one, and without a text, the first.
+// The entry whose text ends like that; without one, and without a text, the first.
 void Story::chooseIn(const char *name, const QString &text)
 {
 	auto *selector = child<QComboBox>(name);
 	if (selector->isEnabled())
-		selector->setCurrentIndex(std::max(selector->findText(text, Qt::MatchContains), 0));
+		selector->setCurrentIndex(std::max(selector->findText(text, Qt::MatchEndsWith), 0));
 }
 
 void Story::select(const Words &names)
@@ -190,7 +179,9 @@ void Story::setMedia(const Words &words)
 void Story::control(const QString &what)
 {
 	if (obs_source_t *source = bound())
-		(what == u"next" ? obs_source_media_next : what == u"stop" ? obs_source_media_stop : obs_source_media_previous)(source);
+		(what == u"next"   ? obs_source_media_next
+		 : what == u"stop" ? obs_source_media_stop
+				   : obs_source_media_previous)(source);
 }
 
 void Story::editElsewhere(const Words &names)
@@ -243,12 +234,18 @@ void Story::ask(const QString &name, const Words &data)
 	EXPECT_FALSE(sentence.startsWith(u"Remote") || sentence.contains(u"%1")) << sentence.toStdString();
 }
 
-QString Story::askFor(const QString &name, const Words &data)
+// One value of the answer, or all.
+QString Story::askFor(const QString &key, const QString &name, const Words &data)
 {
-	const QJsonObject response = request(name.toStdString(), json(data.join(u' ')));
+	QJsonObject response = request(name.toStdString(), json(data.join(u' ')));
+	response.remove("revision"_L1);
+	if (key != u"all")
+		response = {{key, response[key]}};
 	QString text = named(QString::fromUtf8(QJsonDocument(response).toJson(QJsonDocument::Compact)));
 	for (int i = 0; i < list()->count(); i++)
 		text.replace(idAt(i), u'#' + named(pathAt(i)));
+	for (auto source = sources.cbegin(); source != sources.cend(); ++source)
+		text.replace(uuidOf(*source), source.key());
 	return text.replace(u'"', u'\'');
 }
 
@@ -279,16 +276,16 @@ void Story::putRecord(const char *key, const QString &text)
 	handMade = true;
 }
 
-// What the controls and the menu offer, and what the play button says.
+// What the play button says, and which controls and entries of the menu are not offered.
 QString Story::offered() const
 {
-	QStringList names = {child<QToolButton>("playPause")->accessibleName() + u':'};
+	QStringList names = {child<QToolButton>("playPause")->accessibleName() + u", not"_s};
 	for (const char *name : {"playPause", "stop", "previous", "next", "seek", "addFiles", "endMode"}) {
-		if (child<QWidget>(name)->isEnabled())
+		if (!child<QWidget>(name)->isEnabled())
 			names += QLatin1String(name);
 	}
 	for (const QAction *entry : child<QMenu>("playlistMenu")->actions()) {
-		if (entry->isEnabled() && !entry->isSeparator() && entry->objectName() != u"aboutPlugin")
+		if (!entry->isEnabled() && !entry->isSeparator())
 			names += entry->objectName();
 	}
 	return names.join(u' ');
@@ -297,8 +294,7 @@ QString Story::offered() const
 QString Story::transport() const
 {
 	const auto *time = child<QLabel>("playbackTime");
-	return u"%1 %2 (%3)"_s.arg(child<QSlider>("seek")->value())
-		.arg(time->text(), time->accessibleDescription());
+	return u"%1 %2 (%3)"_s.arg(child<QSlider>("seek")->value()).arg(time->text(), time->accessibleDescription());
 }
 
 QString Story::focused() const

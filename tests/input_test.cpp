@@ -47,7 +47,8 @@ protected:
 	static bool press(QWidget *widget, const QKeySequence &keys, bool repeats = false, quint64 time = 0)
 	{
 		const QKeyCombination combination = keys[0];
-		QKeyEvent asked(QEvent::ShortcutOverride, combination.key(), combination.keyboardModifiers(), {}, repeats);
+		QKeyEvent asked(QEvent::ShortcutOverride, combination.key(), combination.keyboardModifiers(), {},
+				repeats);
 		asked.setTimestamp(time);
 		asked.ignore();
 		QApplication::sendEvent(widget, &asked);
@@ -62,7 +63,8 @@ protected:
 TEST_F(Input, DropsAddTheFilesAmongThem)
 {
 	begin(u"A"_s);
-	const QUrl text = QUrl::fromLocalFile(makeFile(u"t.txt"_s)), song = QUrl::fromLocalFile(makeFile(u"b #1 %41"_s));
+	const QUrl text = QUrl::fromLocalFile(makeFile(u"t.txt"_s)),
+		   song = QUrl::fromLocalFile(makeFile(u"b #1 %41"_s));
 	const QUrl gone = QUrl::fromLocalFile(u"/no/such"_s), directory = QUrl::fromLocalFile(folder.path());
 	const QUrl web(u"http://host/x.mp3"_s);
 	const Qt::DropActions any = Qt::CopyAction | Qt::MoveAction;
@@ -99,7 +101,8 @@ TEST_F(Input, TheListClaimsItsKeysBeforeTheHost)
 		bool claimed;
 		const char *rows;
 	} rows[] = {
-		{"nothing is to be undone, and the host must not undo either", QKeySequence::Undo, false, 0, true, "[A] B C D"},
+		{"nothing is to be undone, and the host must not undo either", QKeySequence::Undo, false, 0, true,
+		 "[A] B C D"},
 		{"removes", Qt::Key_Delete, false, 0, true, "[B] C D"},
 		{"once for each time that it goes down", Qt::Key_Delete, true, 0, true, "[B] C D"},
 		{"removes again", Qt::Key_Delete, false, 7, true, "[C] D"},
@@ -226,7 +229,7 @@ TEST_F(Input, AMessageStartsWithItsReasonAndShowsWhole)
 	const QImage narrow = paint(90);
 	EXPECT_EQ(narrow.copy(0, 0, 60, 20), paint(160).copy(0, 0, 60, 20)) << "the reason is read first";
 	EXPECT_NE(narrow, paint(160).copy(0, 0, 90, 20)) << "and it shows that it is cut";
-	EXPECT_EQ(tipAt(message, message->rect().center()), message->text());
+	EXPECT_TRUE(tipAt(message, message->rect().center()).contains(message->text().toHtmlEscaped()));
 	EXPECT_TRUE(message->toolTip().isEmpty());
 	EXPECT_EQ(announced, message->text());
 }

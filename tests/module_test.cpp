@@ -182,7 +182,8 @@ TEST_F(Module, RemembersTheSourceAndTheTimeDisplay)
 	EXPECT_EQ(good, u"{\"remainingTime\":true,\"sourceUuid\":\"%1\"}"_s.arg(uuidOf(source)));
 	restart();
 	EXPECT_EQ(shown(), u"S −—:—"_s);
-	for (const char *text : {"[]", "\xff{", "{\"sourceUuid\": 5, \"remainingTime\": \"true\"}", "{\"sourceUuid\": \"x\"}"}) {
+	for (const char *text :
+	     {"[]", "\xff{", "{\"sourceUuid\": 5, \"remainingTime\": \"true\"}", "{\"sourceUuid\": \"x\"}"}) {
 		settings(text);
 		restart();
 		EXPECT_EQ(shown(), u"Select a VLC Video Source 0:00"_s) << text;

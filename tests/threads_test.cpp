@@ -23,10 +23,10 @@ TEST_F(Threads, RequestsFromManyAreDoneOnceOrRefused)
 	for (int i = 0; i < 4; i++) {
 		threads.emplace_back([&] {
 			while (refused < 100) {
-				const QJsonObject answer = requestHere("AddTracks", R"({"paths": [{"path": "/m/x"}]})");
-				if (answer["success"_L1].toBool())
+				const QJsonObject response = requestHere("AddTracks", R"({"paths": [{"path": "/m/x"}]})");
+				if (response["success"_L1].toBool())
 					done++;
-				else if (answer["error"_L1] == u"unavailable"_s)
+				else if (response["error"_L1] == u"unavailable"_s)
 					refused++;
 				requestHere("GetQueue");
 			}
@@ -62,12 +62,12 @@ TEST_F(Threads, ARequestThatIsGivenUpIsNeverDone)
 
 TEST_F(Threads, ARequestThatHasBegunIsAnsweredWithWhatBecameOfIt)
 {
-	auto answer = std::async(std::launch::async, [this] { return requestHere("PlayNext"); });
+	auto response = std::async(std::launch::async, [this] { return requestHere("PlayNext"); });
 	plugin.onEvent = [&] {
 		frontend->send(OBS_FRONTEND_EVENT_SCRIPTING_SHUTDOWN);
 		std::this_thread::sleep_for(std::chrono::milliseconds(200));
-		EXPECT_EQ(answer.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+		EXPECT_EQ(response.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
 	};
 	ASSERT_TRUE(waitFor([&] { return !plugin.events.empty(); }));
-	EXPECT_EQ(answer.get()["success"_L1], true);
+	EXPECT_EQ(response.get()["success"_L1], true);
 }

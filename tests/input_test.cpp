@@ -164,6 +164,17 @@ TEST_F(Input, TheSizeColumnTellsTheFolder)
 	EXPECT_EQ(list()->item(1)->data(Qt::UserRole + 2), -1);
 }
 
+TEST_F(Input, TabReachesTheTimeAndSpaceSwitchesIt)
+{
+	show(makeSource(u"S"_s, {}));
+	child<QWidget>("endMode")->setFocus();
+	QTest::keyClick(child<QWidget>("endMode"), Qt::Key_Backtab);
+	auto *time = child<QLabel>("playbackTime");
+	ASSERT_TRUE(time->hasFocus());
+	QTest::keyClick(time, Qt::Key_Space);
+	EXPECT_EQ(time->text(), u"−—:—"_s);
+}
+
 TEST_F(Input, ANarrowDockTakesTwoRows)
 {
 	ASSERT_TRUE(loadModule());

@@ -10,7 +10,7 @@ from pathlib import Path
 
 import obs_config
 from obs_config import SOURCE
-from obs_host import Desktop, HostError, Obs, free_port, wait_for, xdotool
+from obs_host import Desktop, HostError, Obs, free_port, id_of, wait_for, xdotool
 
 MARK = "▶\uFE0E "
 
@@ -146,7 +146,7 @@ def program(obs):
 
 
 def by_id(obs, suffix, what, **options):
-    return obs.find(lambda node: node.get_accessible_id().endswith(suffix), what, **options)
+    return obs.find(lambda node: id_of(node).endswith(suffix), what, **options)
 
 
 def press_in(box, button):

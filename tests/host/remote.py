@@ -53,7 +53,7 @@ def run_by_commands(show, obs, listener, clips):
     one, two, broken = clips
     expect("a request without a source", client.dock("Play")["error"], "noSource")
     done(client, "SelectSource", sourceName=SOURCE)
-    listener.expect("a source is chosen", "SourceChanged", sourceName=SOURCE)
+    listener.expect("a source is chosen", "QueueChanged", sourceName=SOURCE)
     expect("an empty queue", client.dock("Play")["error"], "emptyQueue")
     done(client, "AddTracks", paths=items("path", clips))
     listener.expect("tracks are added", "QueueChanged", total=3)

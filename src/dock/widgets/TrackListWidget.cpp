@@ -85,6 +85,8 @@ void TrackListWidget::paintEmptyText()
 	QRect textRect = fontMetrics().boundingRect(QRect(0, 0, area.width(), 0), flags, emptyText);
 	textRect.setWidth(area.width());
 	painter.setPen(palette().color(QPalette::Text));
+	// By its own words: OBS does not turn round for a language that is written from the right.
+	painter.setLayoutDirection(emptyText.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
 	if (textRect.height() > area.height()) {
 		const QString line = QString(emptyText).replace(u'\n', u' ');
 		painter.drawText(area, Qt::AlignCenter, fontMetrics().elidedText(line, Qt::ElideRight, area.width()));

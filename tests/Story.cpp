@@ -232,6 +232,8 @@ QByteArray Story::json(QString text)
 {
 	static const QRegularExpression reference(u"[@#]([\\w./]+)"_s);
 	text.replace(u'\'', u'"');
+	if (text.isEmpty())
+		return "{}";
 	for (auto match = reference.match(text); match.hasMatch(); match = reference.match(text)) {
 		const QListWidgetItem *item = text[match.capturedStart()] == u'#' ? row(match.captured(1)) : nullptr;
 		text.replace(match.capturedStart(), match.capturedLength(),

@@ -2,6 +2,7 @@
 #include "Story.hpp"
 
 #include <QAction>
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QLabel>
@@ -198,7 +199,8 @@ std::optional<QStringList> Story::plainList(const Words &words)
 	if (child<QMenu>("playlistMenu")->isVisible()) {
 		return std::nullopt; // which acts on rows of its own
 	} else if (what == u"drop") {
-		plain.insert(plain.size(), words.size() - 1, u"+"_s);
+		for (const QString &file : paths(words.mid(1)))
+			plain.resize(plain.size() + QFile::exists(file), u"+"_s);
 	} else if (what == u"AddTracks") {
 		const qsizetype position = data["position"_L1].toInt(static_cast<int>(plain.size()));
 		plain.insert(std::min(position, plain.size()), data["paths"_L1].toArray().size(), u"+"_s);

@@ -196,12 +196,11 @@ void Story::tick()
 	HeldClock::pass(static_cast<int>(250 - HeldClock::nowMs() % 250));
 }
 
-// Until the poll has looked for edits and sources, which it does once a second.
+// The poll looks for edits and sources once a second.
 void Story::look()
 {
-	do
+	for (int i = 0; i < 4; i++)
 		tick();
-	while (HeldClock::nowMs() % 1000 != 0);
 }
 
 void Story::drop(const QStringList &files)

@@ -155,7 +155,7 @@ TEST_F(Files, PlaylistsComeBack)
 
 TEST_F(Files, ThePlaylistFilesOfTheToolsMenu)
 {
-	const OBSSource source = makeSource(u"S"_s, {u"http://h/a"_s}), other = makeSource(u"O"_s, {});
+	OBSSource source = makeSource(u"S"_s, {u"http://h/a"_s}), other = makeSource(u"O"_s, {});
 	show(source);
 	ASSERT_TRUE(waitFor([this] { return frontend->saves == 1; }));
 	const QStringList all = {u"http://h/a"_s, at(u"b"_s), at(u"c"_s)};
@@ -174,6 +174,7 @@ TEST_F(Files, ThePlaylistFilesOfTheToolsMenu)
 	EXPECT_EQ(list()->count(), 3);
 	EXPECT_EQ(frontend->toolsMenu.children().size(), 1);
 	action("importPlaylist")->trigger();
+	source = other = nullptr;
 	endObs(); // under an open dialog
 	EXPECT_TRUE(frontend->toolsMenu.children().isEmpty());
 }

@@ -122,7 +122,7 @@ TEST_F(Input, TheListClaimsItsKeysBeforeTheHost)
 		release.setTimestamp(9);
 		QApplication::sendEvent(list(), &release);
 	}
-	step(u"search x"_s);
+	step(u"search /none"_s);
 	EXPECT_FALSE(press(list(), Qt::Key_Delete)) << "there is nothing to remove";
 	EXPECT_TRUE(press(child<QLineEdit>("search"), QKeySequence::Find)) << "anywhere in the dock";
 }
@@ -231,5 +231,5 @@ TEST_F(Input, AMessageStartsWithItsReasonAndShowsWhole)
 	EXPECT_NE(narrow, paint(160).copy(0, 0, 90, 20)) << "and it shows that it is cut";
 	EXPECT_TRUE(tipAt(message, message->rect().center()).contains(message->text().toHtmlEscaped()));
 	EXPECT_TRUE(message->toolTip().isEmpty());
-	EXPECT_EQ(announced, message->text());
+	EXPECT_TRUE(announced.startsWith(u"File not found") && message->text().endsWith(announced));
 }

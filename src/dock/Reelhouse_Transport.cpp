@@ -82,7 +82,10 @@ void Reelhouse::stepSeek(int value)
 	if (!steppingSlider)
 		beginSeek();
 	steppingSlider = true;
-	if (!seekSlider->isKeyDown())
+	// A press soon after a release is held as any other.
+	if (seekSlider->isKeyDown())
+		seekDebounce.stop();
+	else
 		seekDebounce.start();
 	updateTime(timeAtSlider(value));
 }

@@ -23,7 +23,8 @@ TEST_F(Threads, RequestsFromManyAreDoneOnceOrRefused)
 	for (int i = 0; i < 4; i++) {
 		threads.emplace_back([&] {
 			while (refused < 100) {
-				const QJsonObject response = requestHere("AddTracks", R"({"paths": [{"path": "/m/x"}]})");
+				const QJsonObject response =
+					requestHere("AddTracks", R"({"paths": [{"path": "/m/x"}]})");
 				if (response["success"_L1].toBool())
 					done++;
 				else if (response["error"_L1] == u"unavailable"_s)

@@ -286,8 +286,10 @@ void Reelhouse::connectSignals()
 	connect(seekSlider, &QSlider::sliderMoved, this, [this](int value) { updateTime(timeAtSlider(value)); });
 	connect(seekSlider, &QSlider::sliderReleased, this, &Reelhouse::endSeek);
 	connect(seekSlider, &QSlider::valueChanged, this, &Reelhouse::stepSeek);
-	connect(seekSlider, &SeekSlider::keysReleased, this, [this] {
-		if (steppingSlider)
+	connect(seekSlider, &SeekSlider::keyDownChanged, this, [this](bool down) {
+		if (down)
+			seekDebounce.stop();
+		else if (steppingSlider)
 			seekDebounce.start();
 	});
 	connect(&seekDebounce, &QTimer::timeout, this, &Reelhouse::endSeek);

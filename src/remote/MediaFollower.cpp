@@ -43,7 +43,8 @@ obs_media_state MediaFollower::asked() const
 {
 	if (queue.isSwitching())
 		return OBS_MEDIA_STATE_PLAYING;
-	return pending.value_or(plain(reported()));
+	const obs_media_state now = reported();
+	return pending && now == reportedBefore ? *pending : plain(now);
 }
 
 void MediaFollower::trackGiven()
@@ -56,6 +57,7 @@ void MediaFollower::trackGiven()
 void MediaFollower::ask(obs_media_state state)
 {
 	pending = state;
+	reportedBefore = reported();
 	pendingPolls = 0;
 }
 

@@ -44,7 +44,8 @@ private:
 	const QueueControl &queue;
 	obs_media_state told = OBS_MEDIA_STATE_STOPPED;  // as a change
 	obs_media_state shown = OBS_MEDIA_STATE_STOPPED; // as a change or with a track
-	std::optional<obs_media_state> pending;          // asked for
+	std::optional<obs_media_state> pending; // asked for, until the source reports another state than before
+	obs_media_state reportedBefore = OBS_MEDIA_STATE_NONE;
 	int pendingPolls = 0;
 	bool starting = false;
 	bool firstPoll = false; // the next poll is the first of the given track

@@ -74,8 +74,8 @@ def open_page(show, **options):
 
 def run(show):
     """The page shows what plays and what follows, and nothing else on air."""
-    tagged = show.clip("one.mp4", 60, title="One & <b>only</b>", artist="Ann")
-    hebrew = show.clip(f"שיר <img src=x onerror='title.textContent=1'> {'ארוך ' * 15}סוף.mp4", 60)
+    tagged = show.clip("one.mp4", 30, title="One & <b>only</b>", artist="Ann")
+    hebrew = show.clip(f"שיר <img src=x onerror='title.textContent=1'> {'ארוך ' * 15}סוף.mp4", 30)
     source = vlc_source([])
     obs_config.write_collection(show.home, [scene("Main", source)], [source])
     obs_config.remember_source(show.home, source)

@@ -79,7 +79,9 @@ def run_by_commands(show, obs, listener, clips):
            [state(name) for name in ("PLAYING", "PAUSED", "PLAYING", "ENDED", "ENDED")])
     broken.unlink()
     expect("a file that went", client.dock("Play")["error"], "fileMissing")
-    expect("it is missing", done(client, "GetQueue", offset=2)["tracks"][0].get("missing"), True)
+    gone = done(client, "GetQueue", offset=2)["tracks"]
+    expect("it is missing", gone[0].get("missing"), True)
+    done(client, "RemoveTracks", ids=gone)
 
     done(client, "PlayTrack", index=0)
     wait_for("the first plays", lambda: playing(obs, one), 15)

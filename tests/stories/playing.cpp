@@ -96,8 +96,8 @@ TEST_F(Story, HeldKeys)
 	tell("a key that is held down seeks when it is let go", "P Q", {
 		{"start P; media playing 10000 100000; poll; focus seek; hold Right; wait 900; video", "▶[P] Q | src P | managed | kept -"},
 		{"lift Right; hold Right; wait 900; video", "▶[P] Q | src P | managed | kept -"},
-		{"lift Right; wait 320; video", "▶[P] Q | src P | managed | kept - | does seek 12000"},
-		{"hold Right; focus playlist; wait 320; video", "▶[P] Q | src P | managed | kept - | does seek 13000"},
+		{"lift Right; wait 400; video", "▶[P] Q | src P | managed | kept - | does seek 12000"},
+		{"hold Right; focus playlist; wait 400; video", "▶[P] Q | src P | managed | kept - | does seek 13000"},
 		{"wait 1500; poll; release; video", "▶[P] Q | src P | managed | kept - | does seek 10000"},
 	});
 	tell("a refused track is missing from then on", "P Q", {

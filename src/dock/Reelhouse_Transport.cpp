@@ -82,10 +82,7 @@ void Reelhouse::stepSeek(int value)
 	if (!steppingSlider)
 		beginSeek();
 	steppingSlider = true;
-	// A press soon after a release is held as any other.
-	if (seekSlider->isKeyDown())
-		seekDebounce.stop();
-	else
+	if (!seekSlider->isKeyDown())
 		seekDebounce.start();
 	updateTime(timeAtSlider(value));
 }

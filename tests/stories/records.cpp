@@ -6,6 +6,8 @@
 
 #include <random>
 
+// clang-format off: a line is a record
+
 using namespace Qt::StringLiterals;
 
 // Records as no dock has written them. Each is the record of a source on P and Q, with a queue of A and B, and these
@@ -39,31 +41,20 @@ TEST_F(Records, WhateverTheySay)
 		{"a version that is no number", "{'version': '1'}", "", "[P] Q | src P Q | own | kept A B"},
 		{"no tracks", "{'tracks': []}", "", "∅ | src P Q | managed (own) | kept - | next"},
 		{"tracks that are no list", "{'tracks': 'A'}", "", "∅ | src P Q | managed (own) | kept - | next"},
-		{"a track without an id", "{'tracks': [{'value': '@A', 'id': 'a'}, {'value': '@B'}]}", "",
-		 "[P] Q | src P Q | own | kept A B | next"},
-		{"a track without a path", "{'tracks': [{'value': '@A', 'id': 'a'}, {'id': 'b'}]}", "",
-		 "[P] Q | src P Q | own | kept A  | next"},
-		{"tracks without anything", "{'tracks': [{}, {'value': 5}]}", "{'version': 1}",
-		 "[P] Q | src P Q | own | kept ∅ | next"},
-		{"a shared id", "{'tracks': [{'value': '@A', 'id': 'b'}, {'value': '@B', 'id': 'b'}]}", "",
-		 "▶[A] ▶B | src P Q | managed (own) | kept - | next"},
-		{"a current track that is not there", "{'current': 'x'}", "",
-		 "[A] B | src P Q | managed (own) | kept - | next"},
-		{"a current track that is no text", "{'current': 5}", "",
-		 "[A] B | src P Q | managed (own) | kept - | next"},
+		{"a track without an id", "{'tracks': [{'value': '@A', 'id': 'a'}, {'value': '@B'}]}", "", "[P] Q | src P Q | own | kept A B | next"},
+		{"a track without a path", "{'tracks': [{'value': '@A', 'id': 'a'}, {'id': 'b'}]}", "", "[P] Q | src P Q | own | kept A  | next"},
+		{"tracks without anything", "{'tracks': [{}, {'value': 5}]}", "{'version': 1}", "[P] Q | src P Q | own | kept ∅ | next"},
+		{"a shared id", "{'tracks': [{'value': '@A', 'id': 'b'}, {'value': '@B', 'id': 'b'}]}", "", "▶[A] ▶B | src P Q | managed (own) | kept - | next"},
+		{"a current track that is not there", "{'current': 'x'}", "", "[A] B | src P Q | managed (own) | kept - | next"},
+		{"a current track that is no text", "{'current': 5}", "", "[A] B | src P Q | managed (own) | kept - | next"},
 		{"another playlist", "{'observed': [{'value': '@P'}]}", "", "[P] Q | src P Q | own | kept A B | next"},
-		{"an empty path in the playlist", "{'observed': [{'value': '@P'}, {}, {'value': '@Q'}]}", "",
-		 "[A] ▶B | src P Q | managed (own) | kept - | next"},
-		{"an end mode beyond", "{'endMode': 9223372036854775807}", "",
-		 "[A] ▶B | src P Q | managed (own) | kept - | repeat"},
+		{"an empty path in the playlist", "{'observed': [{'value': '@P'}, {}, {'value': '@Q'}]}", "", "[A] ▶B | src P Q | managed (own) | kept - | next"},
+		{"an end mode beyond", "{'endMode': 9223372036854775807}", "", "[A] ▶B | src P Q | managed (own) | kept - | repeat"},
 		{"an end mode below", "{'endMode': -1, 'managed': 'yes'}", "", "[A] ▶B | src P Q | own | kept -"},
-		{"no behaviour", "{'originalBehavior': '', 'originalLoop': 1}", "",
-		 "[A] ▶B | src P Q | managed (own) | kept - | next"},
+		{"no behaviour", "{'originalBehavior': '', 'originalLoop': 1}", "", "[A] ▶B | src P Q | managed (own) | kept - | next"},
 		{"an empty queue aside", "{}", "{'version': 1}", "[A] ▶B | src P Q | managed (own) | kept ∅ | next"},
-		{"nothing readable aside", "{}", "{'version': 2, 'tracks': []}",
-		 "[A] ▶B | src P Q | managed (own) | kept - | next"},
-		{"another version aside", "{}", "{'version': 2, 'tracks': [{'value': '@C'}]}",
-		 "[A] ▶B | src P Q | managed (own) | kept C | next"},
+		{"nothing readable aside", "{}", "{'version': 2, 'tracks': []}", "[A] ▶B | src P Q | managed (own) | kept - | next"},
+		{"another version aside", "{}", "{'version': 2, 'tracks': [{'value': '@C'}]}", "[A] ▶B | src P Q | managed (own) | kept C | next"},
 	};
 	for (const auto &[what, changes, aside, expectedState] : rows) {
 		SCOPED_TRACE(what);
@@ -99,23 +90,8 @@ TEST_F(Records, ManySpoiltOnes)
 			array[index] = spoil(array[index]);
 			return array;
 		}
-		const QJsonArray anything = {QJsonValue(),
-					     0,
-					     1,
-					     -1,
-					     0.5,
-					     -1e300,
-					     1e18,
-					     true,
-					     u""_s,
-					     u"a"_s,
-					     u"\x01%1/"_s,
-					     u"://"_s,
-					     u"file:"_s,
-					     QString(100'000, u'x'),
-					     QJsonArray(),
-					     QJsonObject(),
-					     good()};
+		const QJsonArray anything = {QJsonValue(), 0, -1, 0.5, -1e300, 1e18, true, u""_s, u"a"_s, u"\x01%1/"_s, u"://"_s,
+					     u"file:"_s, QString(100'000, u'x'), QJsonArray(), QJsonObject(), good()};
 		return anything[pick(anything.size())];
 	};
 	begin(u"P Q"_s);

@@ -72,3 +72,11 @@ TEST_F(Threads, ARequestThatHasBegunIsAnsweredWithWhatBecameOfIt)
 	ASSERT_TRUE(waitFor([&] { return !plugin.events.empty(); }));
 	EXPECT_EQ(response.get()["success"_L1], true);
 }
+
+TEST_F(Threads, TheGraphicsThreadIsNotHeldUp)
+{
+	std::thread([this] {
+		onGraphicsThread = true;
+		EXPECT_EQ(requestHere("GetQueue")["error"_L1], u"graphicsThread"_s);
+	}).join();
+}

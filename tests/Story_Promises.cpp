@@ -125,7 +125,8 @@ void Story::expectSettledSource()
 {
 	const QJsonObject record = recordOf(bound()), settings = settingsOf(bound());
 	EXPECT_EQ(valuesIn(record, "observed"), valuesIn(settings, "playlist"));
-	const bool startedHere = !record["current"_L1].toString().isEmpty() && record["managed"_L1].toBool() && !handMade;
+	const bool startedHere = !record["current"_L1].toString().isEmpty() && record["managed"_L1].toBool() &&
+				 !handMade;
 	EXPECT_FALSE(startedHere && (settings["loop"_L1].toBool() || settings["shuffle"_L1].toBool()));
 }
 

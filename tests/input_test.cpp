@@ -161,10 +161,12 @@ TEST_F(Input, TheSizeColumnTellsTheFolder)
 	EXPECT_EQ(tip(0, 20), "<p style='white-space:pre'>/m/x &lt;b&gt; &amp;</p>");
 	EXPECT_EQ(tip(1, 20), "<p style='white-space:pre'>http://host/live/</p>");
 	EXPECT_EQ(tip(1, 300), "");
-	const QListWidgetItem *missing = list()->item(0);
+	QListWidgetItem *missing = list()->item(0);
 	EXPECT_EQ(missing->data(Qt::UserRole + 2), -3);
 	EXPECT_EQ(missing->data(Qt::AccessibleDescriptionRole), u"File not found: "_s + odd);
 	EXPECT_EQ(list()->item(1)->data(Qt::UserRole + 2), -1);
+	missing->setData(Qt::UserRole + 2, 7);
+	EXPECT_EQ(missing->data(Qt::UserRole + 2), 7) << "a row keeps what it is given";
 }
 
 TEST_F(Input, TabReachesTheTimeAndSpaceSwitchesIt)

@@ -23,7 +23,8 @@ TEST_F(Threads, RequestsFromManyAreDoneOnceOrRefused)
 	for (int i = 0; i < 4; i++) {
 		threads.emplace_back([&] {
 			while (refused < 100) {
-				const QJsonObject response = requestHere("AddTracks", R"({"paths": [{"path": "/m/x"}]})");
+				const QJsonObject response =
+					requestHere("AddTracks", R"({"paths": [{"path": "/m/x"}]})");
 				if (response["success"_L1].toBool())
 					done++;
 				else if (response["error"_L1] == u"unavailable"_s)
@@ -70,4 +71,12 @@ TEST_F(Threads, ARequestThatHasBegunIsAnsweredWithWhatBecameOfIt)
 	};
 	ASSERT_TRUE(waitFor([&] { return !plugin.events.empty(); }));
 	EXPECT_EQ(response.get()["success"_L1], true);
+}
+
+TEST_F(Threads, TheGraphicsThreadIsNotHeldUp)
+{
+	std::thread([this] {
+		onGraphicsThread = true;
+		EXPECT_EQ(requestHere("GetQueue")["error"_L1], u"graphicsThread"_s);
+	}).join();
 }

@@ -71,14 +71,14 @@ TEST_F(Story, RemoteLeavesTheViewAlone)
 		{"start P; ask AddTracks {'paths': [{'path': '@C'}]}; select C; ask TogglePlay; video",
 		 "▶P Q R [C] | src P | managed | kept - | does pause"},
 		{"media paused; ask TogglePlay; video", "▶P Q R [C] | src P | managed | kept - | does play"},
-		{"media stopped; ask TogglePlay", "▶[P] Q R C | src P | managed | kept - | waits"},
+		{"media playing; poll; media stopped; poll; ask TogglePlay", "▶[P] Q R C | src P | managed | kept - | waits"},
 		{"ask TogglePlay", "▶[P] Q R C | src P | managed | kept - | waits | switching"},
 	});
 	tell("Play, Pause and Resume may be repeated", "P Q", {
 		{"ask Pause; ask Play; video", "▶[P] Q | src P | managed | kept - | does stop"},
 		{"media playing 500 4000; poll; ask Play; ask Pause; ask Pause; video", "▶[P] Q | src P | managed | kept - | does pause"},
 		{"media paused 500 4000; poll; ask Resume; ask Resume; video", "▶[P] Q | src P | managed | kept - | does play"},
-		{"media ended; poll; poll; poll; video; ask Resume; ask Play; ask Play", "▶[P] Q | src | managed | kept - | waits | switching"},
+		{"media playing; poll; media ended; poll; video; ask Resume; ask Play; ask Play", "▶[P] Q | src | managed | kept - | waits | switching"},
 		{"video; ask PlayTrack {'id': '#P', 'index': 1}", "▶[P] Q | src P | managed | kept - | differentTracks"},
 		{"ask Stop {'sourceUuid': 'nobody'}", "▶[P] Q | src P | managed | kept - | otherSource"},
 	});

@@ -106,6 +106,8 @@ void (*passTime)(int ms) = [](int ms) {
 	QTest::qWait(ms);
 };
 
+thread_local bool onGraphicsThread = false;
+
 void Frontend::send(obs_frontend_event event) const
 {
 	for (const auto &[callback, data] : callbacks)
@@ -183,6 +185,11 @@ void obs_frontend_get_scenes(obs_frontend_source_list *list)
 }
 
 // As are these of libobs, whose own queue nothing would run without its video thread.
+
+bool obs_in_task_thread(enum obs_task_type type)
+{
+	return type == OBS_TASK_GRAPHICS && onGraphicsThread;
+}
 
 void obs_source_media_play_pause(obs_source_t *source, bool pause)
 {

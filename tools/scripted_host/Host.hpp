@@ -49,6 +49,9 @@ struct Media {
 // How a test waits.
 extern void (*passTime)(int ms);
 
+// A thread that is libobs's graphics thread, as far as the module can tell.
+extern thread_local bool onGraphicsThread;
+
 // The built module in real libobs, with a frontend and a VLC source type of our making. libobs runs no video here, so
 // media actions stay queued and a test says itself when the source has stopped.
 class Host : public testing::Test {

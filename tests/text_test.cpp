@@ -6,6 +6,7 @@
 #include "dock/paths.hpp"
 #include "dock/text.hpp"
 #include "dock/widgets/TrackDelegate.hpp"
+#include "media/tags.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;
@@ -52,22 +53,28 @@ TEST(Text, PathsNameFilesAndLabels)
 		const char *path;
 		const char *local;
 		const char *label;
+		const char *title;
 	} rows[] = {
-		{"/m/a b.mp3", "/m/a b.mp3", "a b.mp3"},
-		{"file:///m/a%20b.mp3", "/m/a b.mp3", "a b.mp3"},
-		{"FILE:///m/a%25.mp3", "/m/a%.mp3", "a%.mp3"},
-		{"/m/100%20.mp3", "/m/100%20.mp3", "100%20.mp3"},
-		{"file:#a/b", "", "file:#a/b"},
-		{"relative.mp3", "relative.mp3", "relative.mp3"},
-		{"/m/", "/m/", "/m/"},
-		{"http://host/live/one.m3u8?x=1", "", "one.m3u8?x=1"},
-		{"rtmp://host/", "", "rtmp://host/"},
-		{"/m/%1 \"😀\"\n.mp3", "/m/%1 \"😀\"\n.mp3", "%1 \"😀\"\n.mp3"},
+		{"/m/a b.mp3", "/m/a b.mp3", "a b.mp3", "a b"},
+		{"file:///m/a%20b.mp3", "/m/a b.mp3", "a b.mp3", "a b"},
+		{"FILE:///m/a%25.mp3", "/m/a%.mp3", "a%.mp3", "a%"},
+		{"/m/100%20.mp3", "/m/100%20.mp3", "100%20.mp3", "100%20"},
+		{"file:#a/b", "", "file:#a/b", "file:#a/b"},
+		{"relative.mp3", "relative.mp3", "relative.mp3", "relative"},
+		{"/m/", "/m/", "/m/", "/m/"},
+		{"/m/Dr. Who 2.5", "/m/Dr. Who 2.5", "Dr. Who 2.5", "Dr. Who 2.5"},
+		{"/m/.mp3", "/m/.mp3", ".mp3", ".mp3"},
+		{"http://host/live/one.m3u8", "", "one.m3u8", "one"},
+		{"http://host.org", "", "host.org", "host.org"},
+		{"http://host/live/one.m3u8?x=1", "", "one.m3u8?x=1", "one.m3u8?x=1"},
+		{"rtmp://host/", "", "rtmp://host/", "rtmp://host/"},
+		{"/m/%1 \"😀\"\n.mp3", "/m/%1 \"😀\"\n.mp3", "%1 \"😀\"\n.mp3", "%1 \"😀\"\n"},
 	};
 	for (const auto &row : rows) {
 		const QString path = QString::fromUtf8(row.path);
 		EXPECT_EQ(localFilePath(path).toStdString(), row.local) << row.path;
 		EXPECT_EQ(labelFor(path, false).toStdString(), row.label) << row.path;
+		EXPECT_EQ(displayTitle(path, {}).toStdString(), row.title) << row.path;
 		EXPECT_EQ(labelFor(path, true).toStdString(), std::string("▶\uFE0E ") + row.label) << row.path;
 	}
 }

@@ -57,7 +57,7 @@ struct TagReader::Worker {
 	explicit Worker(TagReader *owner) : reader(owner) {}
 
 	void run();
-	std::optional<Known> look(const Request &request) const;
+	Known look(const Request &request) const;
 
 	std::mutex mutex;
 	std::condition_variable idle;
@@ -75,7 +75,7 @@ void TagReader::Worker::run()
 	while (!pending.isEmpty()) {
 		const Request request = pending.takeLast();
 		lock.unlock();
-		const std::optional<Known> read = look(request);
+		const Known read = look(request);
 		lock.lock();
 		// The lock keeps the reader alive while it is posted to; Qt drops what is posted when it is gone after that.
 		if (reader) {
@@ -89,17 +89,16 @@ void TagReader::Worker::run()
 	idle.notify_all();
 }
 
-// Nothing if the file is as it was.
-std::optional<TagReader::Known> TagReader::Worker::look(const Request &request) const
+TagReader::Known TagReader::Worker::look(const Request &request) const
 {
 	const QString file = localFilePath(request.path);
 	const QFileInfo info(file);
 	Stamp stamp;
 	if (info.exists())
 		stamp = {info.size(), info.lastModified(QTimeZone::UTC).toMSecsSinceEpoch()};
-	if (request.known == stamp)
-		return std::nullopt;
-	return Known{stamp, readFile(file, stopped)};
+	if (request.known.stamp == stamp)
+		return request.known;
+	return {stamp, readFile(file, stopped)};
 }
 
 TagReader::TagReader(QObject *parent) : QObject(parent), cache(mostKnown), worker(std::make_shared<Worker>(this)) {}
@@ -120,7 +119,7 @@ std::optional<Tags> TagReader::cached(const QString &path)
 		return Tags();
 	const Known *entry = cache.object(path);
 	if (!asked.contains(path))
-		ask({path, entry ? std::optional(entry->stamp) : std::nullopt});
+		ask({path, entry ? *entry : Known()});
 	return entry ? std::optional(entry->tags) : std::nullopt;
 }
 
@@ -142,14 +141,12 @@ void TagReader::ask(const Request &request)
 	std::thread([worker = worker] { worker->run(); }).detach();
 }
 
-void TagReader::take(const QString &path, const std::optional<Known> &read)
+void TagReader::take(const QString &path, const Known &read)
 {
 	asked.remove(path);
-	if (!read)
-		return;
 	const Known *before = cache.object(path);
-	const bool same = before && before->tags == read->tags;
-	cache.insert(path, std::make_unique<Known>(*read).release());
+	const bool same = before && before->tags == read.tags;
+	cache.insert(path, std::make_unique<Known>(read).release());
 	if (!same)
 		Q_EMIT tagsRead(path);
 }

@@ -1,93 +1,382 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 
-// What the dock does to a whole queue at once, beside the least that the same work takes: the bare calls of Qt and
-// libobs on the same rows, in the same run. The column to look at is "times": how many times the floor the dock takes.
-// Arguments: a word that picks the cases whose names hold it, and the largest number of rows.
+// The cases, each with the most times its floor that it should take, and the program. Beside the options of Google
+// Benchmark it takes a word that the names of the cases hold, and the largest number of rows.
 
+#include <QAbstractButton>
+#include <QAction>
 #include <QApplication>
+#include <QDrag>
+#include <QFileInfo>
+#include <QLabel>
+#include <QSlider>
+#include <QUrl>
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 
-#include <sys/wait.h>
-#include <unistd.h>
+#include <malloc.h>
 
-#include "Stage.hpp"
-#include "cases.hpp"
+#include "Fixture.hpp"
+#include "WebSocketPlugin.hpp"
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
-struct Case {
-	const char *name;
-	void (*measure)(Comparison &);
-	double goal;
-	int fewest = 100; // rows
-	int most = 100000;
-};
-
-constexpr Case cases[] = {
-	{"load a stored queue", loadQueue, 1.25},
-	{"search that shows few", searchFew, 1.25},
-	{"search that shows half", searchHalf, 1.25},
-	{"search that shows all", searchAll, 1.25},
-	{"clear a search", clearSearch, 1.25},
-	{"store after end mode", storeEndMode, 2},
-	{"store before the first play", storeNotYetPlayed, 2},
-	{"store after play", storePlay, 2},
-	{"store after stop", storeStop, 2},
-	{"store after adding one", storeAdded, 3},
-	{"store after removing one", storeRemoved, 3},
-	{"store after moving one", storeMoved, 3},
-	{"tick, idle", tickIdle, 2},
-	{"tick, playing", tickPlaying, 2},
-	{"tick, every row selected", tickAllSelected, 2},
-	{"tick, every row hidden", tickAllHidden, 2},
-	{"fourth tick, 100 scenes of 50", tickManyScenes, 2, 100, 100},
-	{"check for outside edits", checkPlaylist, 1.5},
-	{"remove half the rows", removeHalf, 1.5},
-	{"undo removing half", undoHalf, 1.5},
-	{"drag 1 row", dragRows<1>, 3},
-	{"drag 100 rows", dragRows<100>, 3, 1000},
-	{"drag 1000 rows", dragRows<1000>, 3, 10000},
-	{"move a row to the top", moveToTop, 3},
-	{"paint a page of rows", paintPage, 1.5},
-	{"memory of one entry", weighEntries, 1.5},
-	{"GetQueue of everything", getQueue, 2},
-};
-
-// Each in a process of its own, as libobs and Qt start only once in one, and on a heap that no other case has used.
-bool measureInChild(const Case &one, int rows, int argc, char **argv)
+void ownLengths(benchmark::internal::Benchmark *benchmark)
 {
-	const pid_t child = fork();
-	if (child == 0) {
-		QApplication app(argc, argv);
-		QApplication::setQuitOnLastWindowClosed(false);
-		Comparison comparison(rows);
-		one.measure(comparison);
-		comparison.print(one.name, one.goal);
-		// Not by exit(), which would remove the files of all.
-		_exit(testing::UnitTest::GetInstance()->ad_hoc_test_result().Failed());
-	}
-	int status = 0;
-	return waitpid(child, &status, 0) == child && status == 0;
+	benchmark->RangeMultiplier(10)->UseManualTime()->Unit(benchmark::kMillisecond);
 }
+
+void anyLength(benchmark::internal::Benchmark *benchmark)
+{
+	benchmark->Apply(ownLengths)->Range(100, 100000);
+}
+
+// A stored queue is read, its files are looked for, and it is stored.
+void load(benchmark::State &state)
+{
+	Fixture queue(state);
+	queue.playThrough(queue.rows - 1);
+	queue.setBareRecord(queue.bareTracks());
+	auto *refresh = queue.child<QAbstractButton>("refresh");
+	const auto floor = [&] {
+		OBSDataAutoRelease record = obs_data_get_obj(queue.bareSettings, "record");
+		OBSDataArrayAutoRelease tracks = obs_data_get_array(record, "tracks");
+		for (size_t i = 0; i < obs_data_array_count(tracks); i++) {
+			OBSDataAutoRelease track = obs_data_array_item(tracks, i);
+			const QString id = QString::fromUtf8(obs_data_get_string(track, "id"));
+			const QFileInfo file(QString::fromUtf8(obs_data_get_string(track, "value")));
+			benchmark::DoNotOptimize(file.isFile() ? file.size() : -1);
+		}
+		queue.fillBare(queue.rows);
+		layOut(&queue.bareList);
+		queue.setBareRecord(queue.bareTracks());
+	};
+	const auto dock = [&] {
+		refresh->click();
+		layOut(queue.list());
+	};
+	queue.compare(1.25, floor, dock);
+}
+BENCHMARK(load)->Apply(anyLength);
+
+// A text that shows half the rows is entered and cleared.
+void search(benchmark::State &state)
+{
+	Fixture queue(state);
+	const std::initializer_list<QString> texts = {u"LIVE"_s, QString()};
+	const auto floor = [&] {
+		for (const QString &text : texts) {
+			for (int i = 0; i < queue.rows; i++)
+				queue.bareList.setRowHidden(i, !queue.entries.at(i).path.contains(text,
+												  Qt::CaseInsensitive));
+			layOut(&queue.bareList);
+		}
+	};
+	const auto dock = [&] {
+		for (const QString &text : texts) {
+			queue.search(text);
+			layOut(queue.list());
+		}
+	};
+	queue.compare(1.25, floor, dock);
+}
+BENCHMARK(search)->Apply(anyLength);
+
+// A command leaves the tracks as they are. The floor is a new record of the objects that the one before was made of.
+void store(benchmark::State &state)
+{
+	Fixture queue(state);
+	queue.playThrough(queue.rows - 1);
+	OBSDataArrayAutoRelease objects = queue.bareTracks();
+	auto *endMode = queue.child<QComboBox>("endMode");
+	const auto floor = [&] {
+		OBSDataArrayAutoRelease tracks = obs_data_array_create();
+		obs_data_array_push_back_array(tracks, objects);
+		queue.setBareRecord(tracks);
+	};
+	queue.compare(2, floor, [&] { endMode->setCurrentIndex((endMode->currentIndex() + 1) % endMode->count()); });
+}
+BENCHMARK(store)->Apply(anyLength);
+
+// A file is dropped. The floor is one row more, and one whole record built and set.
+void addOne(benchmark::State &state)
+{
+	Fixture queue(state);
+	queue.playThrough(0);
+	queue.entries.append(Entry(queue.entries.constFirst().path));
+	QMimeData file;
+	file.setUrls({QUrl::fromLocalFile(queue.entries.constLast().path)});
+	const auto floor = [&] {
+		queue.appendBare(queue.entries.constLast());
+		layOut(&queue.bareList);
+		queue.setBareRecord(queue.bareTracks());
+	};
+	const auto dock = [&] {
+		queue.drop(&file, Qt::CopyAction);
+		layOut(queue.list());
+	};
+	queue.compare(3, floor, dock, [&] {
+		if (queue.list()->count() > queue.rows) {
+			// The row that was added is the selected one.
+			queue.action("remove")->trigger();
+			delete queue.bareList.takeItem(queue.rows);
+		}
+		Fixture::settle();
+	});
+	EXPECT_EQ(queue.list()->count(), queue.rows + 1);
+}
+BENCHMARK(addOne)->Apply(anyLength);
+
+// Half is removed, and brought back.
+void removeHalf(benchmark::State &state)
+{
+	Fixture queue(state);
+	queue.playThrough(0);
+	const QAbstractItemModel *model = queue.list()->model();
+	const auto floor = [&] {
+		for (const int count : {queue.rows / 2, queue.rows}) {
+			queue.fillBare(count);
+			layOut(&queue.bareList);
+		}
+	};
+	const auto dock = [&] {
+		for (const char *command : {"remove", "undoRemove"}) {
+			queue.action(command)->trigger();
+			layOut(queue.list());
+		}
+	};
+	queue.compare(1.5, floor, dock, [&] {
+		EXPECT_EQ(queue.list()->count(), queue.rows);
+		const QItemSelection half(model->index(queue.rows / 2, 0), model->index(queue.rows - 1, 0));
+		queue.list()->selectionModel()->select(half, QItemSelectionModel::ClearAndSelect);
+		Fixture::settle();
+	});
+}
+BENCHMARK(removeHalf)->Apply(anyLength);
+
+// A hundred rows from all over the queue are dragged to its top.
+void drag100(benchmark::State &state)
+{
+	Fixture queue(state);
+	queue.playThrough(0);
+	const int step = queue.rows / 101;
+	QAbstractItemModel *model = queue.list()->model();
+	auto *drag = new QDrag(queue.list());
+	drag->setMimeData(model->mimeData({model->index(0, 0)}));
+	const auto prepare = [&] {
+		for (QListWidget *list : {queue.list(), &queue.bareList}) {
+			QItemSelection rows;
+			for (int i = 1; i <= 100; i++)
+				rows.append(QItemSelectionRange(list->model()->index(i * step, 0)));
+			list->setCurrentRow(step);
+			list->selectionModel()->select(rows, QItemSelectionModel::ClearAndSelect);
+			list->scrollToTop();
+		}
+		Fixture::settle();
+	};
+	const auto floor = [&] {
+		for (int i = 0; i < 100; i++)
+			queue.bareList.model()->moveRows({}, (i + 1) * step, 1, {}, i);
+		layOut(&queue.bareList);
+	};
+	const auto dock = [&] {
+		queue.drop(drag->mimeData(), Qt::MoveAction);
+		layOut(queue.list());
+	};
+	// A list takes a move only while a drag of its own goes on.
+	QTimer::singleShot(0, drag, [&] {
+		queue.compare(3, floor, dock, prepare);
+		QDrag::cancel();
+	});
+	drag->exec(Qt::MoveAction);
+	EXPECT_TRUE(queue.list()->item(0)->isSelected() && queue.list()->item(99)->isSelected());
+}
+BENCHMARK(drag100)->Apply(ownLengths)->Range(1000, 100000);
+
+// As many rows as there is room for. The floor has one text for each, not three.
+void paint(benchmark::State &state)
+{
+	Fixture queue(state);
+	queue.compare(3, [&] { queue.bareList.viewport()->repaint(); }, [&] { queue.list()->viewport()->repaint(); });
+}
+BENCHMARK(paint)->Apply(ownLengths)->Arg(1000);
+
+double bytesTakenBy(const Work &work)
+{
+	const auto bytesInUse = [] {
+		const struct mallinfo2 info = mallinfo2();
+		return static_cast<double>(info.uordblks + info.hblkhd);
+	};
+	const double before = bytesInUse();
+	work();
+	Fixture::settle();
+	return bytesInUse() - before;
+}
+
+// What the dock holds of a source that it shows, beside the record, which stays with the source. In bytes, not seconds.
+void memory(benchmark::State &state)
+{
+	Fixture queue(state);
+	queue.playThrough(0);
+	queue.child<QComboBox>("sourceSelector")->setCurrentIndex(0);
+	queue.bareList.clear();
+	Fixture::settle();
+	QList<Entry> entries;
+	const double dock = bytesTakenBy([&] { queue.choose(queue.source); });
+	const double floor = bytesTakenBy([&] {
+		for (const Entry &entry : queue.entries) {
+			// A copy of the path, which the dock does not share with others either.
+			entries.append(Entry(QString::fromUtf8(entry.path.toUtf8())));
+			queue.appendBare(entries.constLast());
+		}
+		layOut(&queue.bareList);
+	});
+	for (auto _ : state)
+		state.SetIterationTime(0);
+	queue.report(1.5, floor, dock / floor);
+}
+BENCHMARK(memory)->Apply(anyLength)->Iterations(1);
+
+// Asked for on this thread, which is served at once: what is timed is the answer, not the way between two threads.
+void getQueue(benchmark::State &state)
+{
+	Fixture queue(state);
+	WebSocketPlugin plugin;
+	obs_post_load_modules();
+	const auto request = plugin.requests.at("GetQueue");
+	OBSDataAutoRelease question = obs_data_create();
+	const auto floor = [&] {
+		OBSDataAutoRelease answer = obs_data_create();
+		OBSDataArrayAutoRelease tracks = obs_data_array_create();
+		for (const Entry &entry : queue.entries) {
+			OBSDataAutoRelease track = obs_data_create();
+			obs_data_set_int(track, "index", 0);
+			obs_data_set_string(track, "id", entry.id.toUtf8().constData());
+			obs_data_set_string(track, "path", entry.path.toUtf8().constData());
+			obs_data_set_string(track, "label", entry.label.toUtf8().constData());
+			obs_data_set_int(track, "sizeBytes", 0);
+			obs_data_array_push_back(tracks, track);
+		}
+		obs_data_set_array(answer, "tracks", tracks);
+	};
+	queue.compare(2, floor, [&] {
+		OBSDataAutoRelease answer = obs_data_create();
+		request.callback(question, answer, request.priv_data);
+	});
+}
+BENCHMARK(getQueue)->Apply(anyLength);
+
+void countItems(obs_source_t *source, int &items)
+{
+	const auto count = [](obs_scene_t *, obs_sceneitem_t *item, void *data) {
+		int &counted = *static_cast<int *>(data);
+		counted++;
+		countItems(obs_sceneitem_get_source(item), counted);
+		return true;
+	};
+	if (obs_scene_t *scene = obs_group_or_scene_from_source(source))
+		obs_scene_enum_items(scene, count, &items);
+}
+
+// Counts all that scenes hold.
+int walkScenes()
+{
+	const auto append = [](void *data, obs_source_t *source) {
+		static_cast<std::vector<OBSSource> *>(data)->emplace_back(source);
+		return true;
+	};
+	std::vector<OBSSource> scenes;
+	obs_enum_scenes(append, &scenes);
+	int items = 0;
+	for (const OBSSource &scene : scenes)
+		countItems(scene, items);
+	return items;
+}
+
+size_t readPlaylist(obs_source_t *source)
+{
+	OBSDataAutoRelease settings = obs_source_get_settings(source);
+	OBSDataArrayAutoRelease playlist = obs_data_get_array(settings, "playlist");
+	size_t length = 0;
+	for (size_t i = 0; i < obs_data_array_count(playlist); i++) {
+		OBSDataAutoRelease item = obs_data_array_item(playlist, i);
+		length += strlen(obs_data_get_string(item, "value"));
+	}
+	return length;
+}
+
+// What happens in each second, whatever the user does: four looks at the media and the current track, of which one is also
+// a look at all scenes and at the source's playlist.
+void comparePoll(Fixture &queue)
+{
+	const QString last = queue.entries.constLast().id;
+	QSlider slider;
+	QLabel label;
+	const auto floor = [&] {
+		for (int i = 0; i < 4; i++) {
+			benchmark::DoNotOptimize(obs_source_media_get_state(queue.source));
+			benchmark::DoNotOptimize(obs_source_media_get_duration(queue.source));
+			benchmark::DoNotOptimize(std::ranges::find(queue.entries, last, &Entry::id));
+			const auto time = static_cast<int>(obs_source_media_get_time(queue.source));
+			slider.setValue(time);
+			label.setText(QString::number(time));
+		}
+		benchmark::DoNotOptimize(walkScenes());
+		benchmark::DoNotOptimize(readPlaylist(queue.source));
+	};
+	queue.compare(2, floor, [&] { queue.pollFourTimes(); });
+}
+
+// At rest the source still holds the whole playlist; while a track plays it holds one entry, here the queue's last.
+void poll(benchmark::State &state, bool playing)
+{
+	Fixture queue(state);
+	if (playing)
+		queue.playThrough(queue.rows - 1);
+	comparePoll(queue);
+}
+BENCHMARK_CAPTURE(poll, idle, false)->Apply(anyLength);
+BENCHMARK_CAPTURE(poll, playing, true)->Apply(anyLength);
+
+// 100 scenes of 50 items: 45 that are not the dock's business, 4 of 50 VLC sources, and the scene before.
+void pollManyScenes(benchmark::State &state)
+{
+	Fixture queue(state);
+	queue.playThrough(0);
+	OBSSourceAutoRelease other = obs_source_create("of a type that is not installed", "Other", nullptr, nullptr);
+	std::vector<OBSSource> players;
+	for (int i = 0; i < 50; i++) {
+		const QByteArray name = "Player " + QByteArray::number(i);
+		OBSSourceAutoRelease player = obs_source_create("vlc_source", name.constData(), nullptr, nullptr);
+		players.emplace_back(player.Get());
+	}
+	std::vector<OBSScene> scenes;
+	for (size_t i = 0; i < 100; i++) {
+		OBSSceneAutoRelease scene = obs_scene_create(QByteArray::number(i).constData());
+		obs_scene_add(scene, i % 2 ? obs_scene_get_source(scenes.back()) : other.Get());
+		for (size_t item = 0; item < 49; item++)
+			obs_scene_add(scene, item < 4 ? players.at((i * 4 + item) % 50).Get() : other.Get());
+		scenes.emplace_back(scene.Get());
+	}
+	EXPECT_EQ(walkScenes(), 100 * 50 + 50 * 50);
+	comparePoll(queue);
+}
+BENCHMARK(pollManyScenes)->Apply(ownLengths)->Arg(100);
 
 } // namespace
 
 int main(int argc, char **argv)
 {
-	const QByteArray wanted = argc > 1 ? argv[1] : "";
-	const int most = argc > 2 ? atoi(argv[2]) : 100000;
-	mediaFiles(most);
-	bool measured = true;
-	printf("%-34s %7s %12s %12s %9s %6s\n", "case", "rows", "floor", "dock", "times", "goal");
-	fflush(stdout);
-	for (const Case &one : cases) {
-		for (int rows = one.fewest; rows <= std::min(one.most, most); rows *= 10) {
-			if (QByteArrayView(one.name).contains(wanted))
-				measured &= measureInChild(one, rows, argc, argv);
-		}
-	}
-	return !measured;
+	benchmark::Initialize(&argc, argv);
+	QApplication app(argc, argv);
+	QApplication::setQuitOnLastWindowClosed(false);
+	// Nothing is to be measured that the dock has not done.
+	GTEST_FLAG_SET(throw_on_failure, true);
+	const std::string word = argc > 1 ? argv[1] : "";
+	const std::string most = argc > 2 ? argv[2] : "100000";
+	// The lengths are powers of ten.
+	const std::string filter = word + ".*/[0-9]{1," + std::to_string(most.size()) + "}/";
+	return !benchmark::RunSpecifiedBenchmarks(nullptr, nullptr, filter);
 }

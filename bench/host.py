@@ -1,27 +1,77 @@
 #!/usr/bin/env python3
-"""Measures the dock in the real OBS, with the real VLC source, beside what OBS and the source do by themselves."""
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""Measures the dock in the real OBS, with the real VLC source, beside what OBS and the source do by themselves.
 
-import ctypes
+"bench" measures what a user waits for. "longrun" makes thousands of track switches beside an OBS without the dock, and
+fails when one is lost or made up, or when an OBS leaks or does not end well.
+"""
+
 import os
-import shutil
 import sys
 import time
 from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
 from statistics import median
 
 import obs_config
+from gi.repository import Atspi
 from obs_config import SOURCE, scene, vlc_source
-from obs_host import HostError, press_key, wait_for, xdotool
-from show import Show, done, drag, edit_elsewhere, items, main, media_action, soon
-from watch import ENDED, STARTED, Ears, Pulse, cpu_seconds
+from obs_host import Client, HostError, press_key, wait_for
+from show import Show, done, edit_elsewhere, expect, items, main, media_action, soon
 
 BARE = "Bare"  # a source that the dock leaves alone
-FRAME_MS = 1000 / 30
+ENDED, STARTED = "MediaInputPlaybackEnded", "MediaInputPlaybackStarted"
+COMMAND, PLAYING = "command", "playing"
 CHANGED, STOPPED, UPDATED = "CurrentTrackChanged", "MediaInputActionTriggered", "InputSettingsChanged"
+INPUT_MEDIA_AND_VENDOR_EVENTS = 1 << 3 | 1 << 8 | 1 << 9
+TRACKS, PLAYS = 10, 100  # in each round of the long run
 
 
 def tell(what, *values):
     print(f"{what:42}" + "".join(f"{value:>14}" for value in values), flush=True)
+
+
+class Listener(Client):
+    """Receives the dock's events and those of one source."""
+
+    def __init__(self, port, source=SOURCE):
+        super().__init__(port, events=INPUT_MEDIA_AND_VENDOR_EVENTS)
+        self.source = source
+
+    def times(self, *names, timeout=20):
+        """Waits until an event of each of these names has come, and returns when each did."""
+        times = {}
+        while not times.keys() >= set(names):
+            try:
+                event = self.receive(5, timeout)
+            except TimeoutError:
+                raise HostError(f"Of {', '.join(names)} only {', '.join(times) or 'none'} came.") from None
+            data = event["eventData"]
+            if data.get("inputName", self.source) == self.source:
+                times.setdefault(data.get("eventType", event["eventType"]), time.perf_counter())
+        return times
+
+
+def main_window(obs):
+    Atspi.set_timeout(60_000, 60_000)
+    return obs.find(lambda node: node.get_accessible_id() == "OBSApp.OBSBasic", "OBS's main window", 60)
+
+
+def longest_answers(windows, acts):
+    """In milliseconds, how long each window takes at most to say where it is, which its user interface does between
+    two events, while the acts go on in other threads."""
+    longest = [0] * len(windows)
+    with ThreadPoolExecutor() as pool:
+        deeds = [pool.submit(act) for act in acts]
+        while not all(deed.done() for deed in deeds):
+            for number, window in enumerate(windows):
+                start = time.perf_counter()
+                window.box
+                longest[number] = max(longest[number], (time.perf_counter() - start) * 1000)
+            time.sleep(0.002)
+        for deed in deeds:
+            deed.result()
+    return longest
 
 
 def begin(show, *sources):
@@ -31,8 +81,8 @@ def begin(show, *sources):
     return show.start()
 
 
-def plays(obs, source):
-    """When the source says that it plays."""
+def plays(obs, source=SOURCE):
+    """Waits until the source plays, and returns when that is."""
     start = time.perf_counter()
     while obs.media(source)[0] != "playing":
         if time.perf_counter() - start > 20:
@@ -40,92 +90,57 @@ def plays(obs, source):
     return time.perf_counter()
 
 
-def mouse():
-    """A click of the library behind xdotool, which needs no program to be started first."""
-    library = ctypes.CDLL("libxdo.so.3")
-    library.xdo_new.restype = ctypes.c_void_p
-    display = ctypes.c_void_p(library.xdo_new(None))
-    return lambda: library.xdo_click_window(display, ctypes.c_ulong(0), 1)
-
-
-def measure_switches(obs, clips, repeats=18):
-    """From the command to the source's "playing", by turns, each from one playing track to another."""
-    ears, click = {source: Ears(obs.port, source) for source in (SOURCE, BARE)}, mouse()
-    ways = {"set over the WebSocket": (BARE, lambda turn: edit_elsewhere(obs, clips[turn % 2], source=BARE)),
-            "PlayTrack": (SOURCE, lambda turn: done(obs.client, "PlayTrack", index=0)),
-            "double-click": (SOURCE, lambda turn: click())}
-    took = {way: [] for way in ways}
-    for turn in range(repeats):
-        for way, (source, act) in ways.items():
-            time.sleep(0.5)  # longer than the two clicks of a double-click may be apart
-            if way == "double-click":
-                # Not with --sync, which waits in vain for a pointer that is there already.
-                xdotool("mousemove", *obs.row(clips[1].name).point(0.3, 0.5))
-                click()
-                time.sleep(0.06)
-            start = time.perf_counter()
-            act(turn)
-            ears[source].hear(STARTED)
-            took[way].append((plays(obs, source) - start) * 1000)
-    for one in ears.values():
-        one.socket.close()
-    floor = median(took["set over the WebSocket"])
-    tell("\nfrom the command to \"playing\"", "ms", "video frames")
-    for way, times in took.items():
-        tell(f"  {way}", f"{median(times):.0f}", f"{(median(times) - floor) / FRAME_MS:+.1f}")
-
-
-def measure_gaps(obs, clips, rounds=4):
-    """From the end of one track to the source's "playing" of the next, and what the time is spent on."""
-    gaps, walks = [], []
+def measure_switches(show, rounds=4):
+    """From a command, and from the end of a track, to the source's "playing", and what the time is spent on."""
+    # Of many lengths, so that the ends come at all moments between two polls.
+    clips = [show.clip(f"short {number}.mp4", 1.5 + 0.07 * number) for number in range(8)]
+    obs = begin(show, vlc_source(clips), vlc_source([], name=BARE, playback_behavior="always_play"))
+    soon("the queue", lambda: len(obs.labels() or []), len(clips))
     done(obs.client, "SetEndMode", endMode="next")
+    commands = {SOURCE: lambda: done(obs.client, "PlayTrack", index=0),
+                BARE: lambda: edit_elsewhere(obs, *clips, source=BARE)}
+    events = {SOURCE: [ENDED, CHANGED, STOPPED, UPDATED, STARTED], BARE: [ENDED, STARTED]}
+    switches = {(source, step): [] for source in commands for step in (COMMAND, ENDED)}
     for _ in range(rounds):
-        time.sleep(1)  # until nothing is to be heard of what was before
-        ears = Ears(obs.port)
-        done(obs.client, "PlayTrack", index=0)
-        ears.hear(CHANGED, STOPPED, UPDATED, STARTED)
-        for _ in clips[1:]:
-            gaps.append(ears.hear(ENDED, CHANGED, STOPPED, UPDATED, STARTED) | {"playing": plays(obs, SOURCE)})
-        ears.hear(ENDED)
-        ears.socket.close()
-        ears = Ears(obs.port, BARE)
-        edit_elsewhere(obs, *clips, source=BARE)
-        ears.hear(UPDATED, STARTED)
-        for _ in clips[1:]:
-            walks.append(ears.hear(ENDED, STARTED) | {"playing": plays(obs, BARE)})
-        ears.socket.close()
-
-    tell("\nfrom a track's end to the next, ms", "median", "longest")
-    for what, times, first, last in (
-            ("source's own walk", walks, ENDED, "playing"), ("end mode next", gaps, ENDED, "playing"),
-            ("  poll", gaps, ENDED, CHANGED), ("  stop", gaps, CHANGED, STOPPED), ("  update", gaps, STOPPED, UPDATED),
-            ("  open", gaps, UPDATED, "playing"), ("  all but the poll", gaps, CHANGED, "playing")):
-        spent = [(one[last] - one[first]) * 1000 for one in times]
+        for source, command in commands.items():
+            listener = Listener(obs.port, source)
+            start = time.perf_counter()
+            command()
+            times = listener.times(*events[source][1:])
+            switches[source, COMMAND].append({COMMAND: start, **times, PLAYING: plays(obs, source)})
+            for _ in clips[1:]:
+                times = listener.times(*events[source])
+                switches[source, ENDED].append({**times, PLAYING: plays(obs, source)})
+            listener.times(ENDED)
+            listener.socket.close()
+    show.end()
+    tell("\nto the source's \"playing\", ms", "median", "longest")
+    for what, source, kind, first, last in (
+            ("from a new playlist in the settings", BARE, COMMAND, COMMAND, PLAYING),
+            ("from PlayTrack", SOURCE, COMMAND, COMMAND, PLAYING),
+            ("from a track's end, the source's own walk", BARE, ENDED, ENDED, PLAYING),
+            ("from a track's end, end mode next", SOURCE, ENDED, ENDED, PLAYING),
+            ("  poll", SOURCE, ENDED, ENDED, CHANGED), ("  stop", SOURCE, ENDED, CHANGED, STOPPED),
+            ("  update", SOURCE, ENDED, STOPPED, UPDATED), ("  open", SOURCE, ENDED, UPDATED, PLAYING)):
+        spent = [(one[last] - one[first]) * 1000 for one in switches[source, kind]]
         tell(f"  {what}", f"{median(spent):.0f}", f"{max(spent):.0f}")
 
 
-def switching(show):
-    long = [show.clip(f"long {number}.mp4", 120) for number in range(2)]
-    # Of many lengths, so that the ends come at all moments between two polls.
-    short = [show.clip(f"short {number}.mp4", 1.5 + 0.07 * number) for number in range(8)]
-    for clips, measure in ((long, measure_switches), (short, measure_gaps)):
-        obs = begin(show, vlc_source(clips), vlc_source([], name=BARE, playback_behavior="always_play"))
-        soon("the queue", lambda: len(obs.labels() or []), len(clips))
-        measure(obs, clips)
-        show.end()
+def processor_share(pid, seconds=8):
+    """In percent of one processor."""
+    def used():
+        fields = Path(f"/proc/{pid}/stat").read_text().rpartition(")")[2].split()
+        return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+    before = used()
+    time.sleep(seconds)
+    return (used() - before) / seconds * 100
 
 
-def burden(show, repeats=6):
+def measure_load(show, repeats=6):
     """What OBS takes to start, at rest and while a track plays, by turns without and with the dock."""
     shows = [Show(show.arguments, with_module=False), show]
     clip = show.clip("long.mp4", 60)
     figures = {"start, s": [], "processor at rest, %": [], "processor while playing, %": []}
-
-    def share(pid, seconds=8):
-        before = cpu_seconds(pid)
-        time.sleep(seconds)
-        return (cpu_seconds(pid) - before) / seconds * 100
-
     try:
         for turn in range(repeats):
             start = time.perf_counter()
@@ -133,10 +148,10 @@ def burden(show, repeats=6):
             figures["start, s"].append(time.perf_counter() - start)
             media_action(obs, "STOP")
             time.sleep(2)
-            figures["processor at rest, %"].append(share(obs.process.pid))
+            figures["processor at rest, %"].append(processor_share(obs.process.pid))
             media_action(obs, "RESTART")
-            plays(obs, SOURCE)
-            figures["processor while playing, %"].append(share(obs.process.pid))
+            plays(obs)
+            figures["processor while playing, %"].append(processor_share(obs.process.pid))
             shows[turn % 2].end()
     finally:
         shows[0].remove()
@@ -147,16 +162,11 @@ def burden(show, repeats=6):
 
 def long_queue(show, rows):
     """A source whose stored queue is that long, half of it named "live"."""
-    paths = []
-    for number in range(rows):
-        folder = show.folder / f"{rows} files" / f"season {number // 1000}"
-        path = folder / f"episode {number} {'studio' if number % 2 else 'live'}.mp4"
-        if number % 1000 == 0:
-            folder.mkdir(parents=True)
-            shutil.copy(paths[0] if paths else show.clip(f"{rows}.mp4", 60), path)
-        else:
-            os.link(paths[number - number % 1000], path)
-        paths.append(path)
+    paths = [show.clip(f"{rows}.mp4", 60)]
+    for number in range(1, rows):
+        paths.append(show.folder / f"{rows}/{number // 1000}/{number} {'studio' if number % 2 else 'live'}.mp4")
+        paths[number].parent.mkdir(parents=True, exist_ok=True)
+        paths[number].touch()
     source = vlc_source(paths[:1])
     source["private_settings"] = {"OBS-Reelhouse": {
         "version": 1, "tracks": [{"value": str(path), "id": str(number)} for number, path in enumerate(paths)],
@@ -165,68 +175,118 @@ def long_queue(show, rows):
     return source
 
 
-def longest_answer(pulse, act):
-    """While act() goes on in another thread, and for a second more: what it leads to may come later."""
-    pulse.longest = 0
-    with ThreadPoolExecutor() as pool:
-        deed = pool.submit(lambda: (act(), time.sleep(1)))
-        while not deed.done():
-            pulse.feel()
-        deed.result()
-    return pulse.longest
-
-
-def answers(show, rows, repeats=3):
-    """The longest answer of the window during each thing that is done to a queue this long, in milliseconds."""
+def measure_answers(show, rows, repeats=3):
+    """The longest answer of the window, in milliseconds, during each thing that is done to a queue this long."""
     obs = begin(show, long_queue(show, rows))
-    pulse, client = Pulse(obs), obs.client
+    window, client = main_window(obs), obs.client
     search, count = obs.widget("search"), obs.widget("trackCount")
-    x, y, _, height = obs.widget("playlist").box
-    half = items("id", range(1, rows, 2))
 
-    def drag_down():
-        before = done(client, "GetQueue", limit=1)["revision"]
-        drag(obs, (x + 60, y + 10), (x + 60, y + height // 2))
-        if done(client, "GetQueue", limit=1)["revision"] == before:
-            raise HostError("The drag moved nothing.")
-
-    def look():
+    def type_search():
         search.click()
         press_key(*"live")
         wait_for("the search shows", lambda: " of " in count.name)
 
     deeds = {"at rest": lambda: time.sleep(3),
              "load": lambda: done(client, "SelectSource", sourceName=SOURCE),
-             "search, four keys": look,
+             "search, four keys": type_search,
              "end of the search": lambda: press_key("Escape"),
-             "play, with the save that follows": lambda: (done(client, "PlayTrack", index=0), plays(obs, SOURCE)),
-             "playing": lambda: time.sleep(3),
-             "remove half": lambda: done(client, "RemoveTracks", ids=half),
+             "play, with the save that follows": lambda: (done(client, "PlayTrack", index=0), plays(obs)),
+             "add one": lambda: done(client, "AddTracks", paths=items("path", [f"{show.folder}/{rows}.mp4"])),
+             "remove half": lambda: done(client, "RemoveTracks", ids=items("id", range(1, rows, 2))),
              "undo": lambda: done(client, "UndoRemove"),
-             "move the last to the top": lambda: done(client, "MoveTrack", id=str(rows - 1), index=0),
-             "drag a row": drag_down}
+             "move the last to the top": lambda: done(client, "MoveTrack", id=str(rows - 1), index=0)}
     took = {name: [] for name in deeds}
     for _ in range(repeats):
         done(client, "SelectSource", sourceUuid="")
         for name, act in deeds.items():
-            took[name].append(longest_answer(pulse, act))
+            # For a second more: what the deed leads to may come later.
+            took[name] += longest_answers([window], [lambda: (act(), time.sleep(1))])
     show.end()
     return {name: f"{median(times):.0f}" for name, times in took.items()}
 
 
-def window(show):
+def bench(show):
+    measure_load(show)
+    measure_switches(show)
     lengths = (10_000, 100_000)
-    columns = [answers(show, rows) for rows in lengths]
+    columns = [measure_answers(show, rows) for rows in lengths]
     tell("\nlongest answer of OBS's window, ms", *[f"{rows:,} rows" for rows in lengths])
     for name in columns[0]:
         tell(f"  {name}", *[column[name] for column in columns])
 
 
-def bench(show):
-    burden(show)
-    switching(show)
-    window(show)
+class Side:
+    """One OBS of the long run on ten clips of a second, with or without the dock, and what is counted of it."""
+
+    def __init__(self, show):
+        self.show, self.dock = show, bool(show.module)
+        self.name = "with the dock" if self.dock else "without"
+        self.clips = [show.clip(f"{number}.mp4", 1) for number in range(TRACKS)]
+        self.asked, self.seen, self.memory = 0, 0, []
+        self.obs = begin(show, vlc_source(self.clips, playback_behavior="always_play"))
+        if self.dock:
+            soon("the queue", lambda: len(self.obs.labels() or []), TRACKS)
+        # What the source plays by itself at the start is no switch.
+        media_action(self.obs, "STOP")
+        wait_for("the source is at rest",
+                 lambda: self.obs.media(SOURCE)[0] in ("stopped", "ended", "none"))
+        self.listener, self.window = Listener(show.port), main_window(self.obs)
+
+    def play(self, index, walks=False):
+        if self.dock:
+            done(self.obs.client, "SetEndMode", endMode="next" if walks else "stop")
+            done(self.obs.client, "PlayTrack", index=index)
+        else:
+            edit_elsewhere(self.obs, *(self.clips if walks else self.clips[index:index + 1]))
+
+    def follow(self):
+        """A switch that was asked for is seen when the source opens its media."""
+        self.asked += 1
+        try:
+            self.listener.times(STARTED)
+        except HostError:
+            raise HostError(f"{self.name}: switch {self.asked} is lost.") from None
+        self.seen += 1
+
+    def round(self):
+        """A walk through the queue, after which nothing may follow, and tracks that are asked for."""
+        self.play(0, walks=True)
+        for _ in range(TRACKS):
+            self.follow()
+        try:
+            self.listener.times(STARTED, timeout=5)
+            self.seen += 1
+        except HostError:
+            pass  # as it should be
+        for number in range(PLAYS):
+            self.play(number % TRACKS)
+            self.follow()
+            plays(self.obs)
+        lines = Path(f"/proc/{self.obs.process.pid}/smaps_rollup").read_text().splitlines()
+        self.memory.append(sum(int(line.split()[1]) for line in lines if line.startswith("Rss:")) / 1024)
+        tell(f"{self.name}: switches, MiB", self.seen, f"{self.memory[-1]:.1f}")
+
+
+def longrun(show):
+    other = Show(show.arguments, with_module=False)
+    try:
+        sides = [Side(other), Side(show)]
+        end = time.monotonic() + show.arguments.minutes * 60
+        answers = []
+        while time.monotonic() < end:
+            answers.append(longest_answers([side.window for side in sides], [side.round for side in sides]))
+        for side in sides:
+            side.show.end()
+        tell("", *[side.name for side in sides])
+        tell("switches asked for", *[side.asked for side in sides])
+        tell("switches seen", *[side.seen for side in sides])
+        tell("MiB after a fifth of all rounds", *[f"{side.memory[len(side.memory) // 5]:.1f}" for side in sides])
+        tell("MiB at the end (growth: goal 1.05 times)", *[f"{side.memory[-1]:.1f}" for side in sides])
+        tell("longest answer of the window, ms", *[f"{max(times):.0f}" for times in zip(*answers)])
+    finally:
+        other.remove()
+    expect("switches that nobody had asked for", [side.seen - side.asked for side in sides], [0, 0])
 
 
 if __name__ == "__main__":
-    sys.exit(main({"bench": bench}, __doc__))
+    sys.exit(main({"bench": bench, "longrun": longrun}, __doc__))

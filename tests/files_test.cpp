@@ -24,6 +24,26 @@ protected:
 		QMetaObject::invokeMethod(dialog.data(), "accept");
 		EXPECT_TRUE(waitFor([&dialog] { return dialog.isNull(); }));
 	}
+	// Returns once the poll has run at least twice since: each run that finds the source describes the time anew.
+	void waitForPolls()
+	{
+		auto *time = child<QWidget>("playbackTime");
+		for (int i = 0; i < 2; i++) {
+			time->setAccessibleDescription(QString());
+			ASSERT_TRUE(waitFor([time] { return !time->accessibleDescription().isEmpty(); }));
+		}
+	}
+	void report(obs_source_t *source, obs_media_state state)
+	{
+		media(source) = {state, 500, 4000};
+		waitForPolls();
+	}
+	void playThrough(obs_source_t *source, int row)
+	{
+		play(row);
+		sendStopped(source);
+		report(source, OBS_MEDIA_STATE_PLAYING);
+	}
 	OBSSource makeText(const char *name, const char *settings)
 	{
 		OBSDataAutoRelease data = obs_data_create_from_json(settings);
@@ -179,10 +199,6 @@ TEST_F(Files, TheCurrentTrackStandsInATextSource)
 	const OBSSource other = makeSource(u"O"_s, {});
 	show(source);
 	EXPECT_EQ(offeredTexts(), (QStringList{u"*None"_s, u"T && U"_s}));
-	const auto report = [&](obs_media_state state) {
-		media(source).state = state;
-		waitForTicks(2);
-	};
 	const struct {
 		const char *step;
 		std::function<void()> act;
@@ -190,26 +206,21 @@ TEST_F(Files, TheCurrentTrackStandsInATextSource)
 	} steps[] = {
 		{"not asked for", [&] { playThrough(source, 0); }, u"old"_s},
 		{"chosen", [&] { showIn(1); }, u"One.song"_s},
-		{"paused", [&] { report(OBS_MEDIA_STATE_PAUSED); }, u"One.song"_s},
-		{"being switched",
-		 [&] {
-			 play(1);
-			 waitForTicks(0);
-		 },
-		 u"One.song"_s},
+		{"paused", [&] { report(source, OBS_MEDIA_STATE_PAUSED); }, u"One.song"_s},
+		{"being switched", [&] { play(1); }, u"One.song"_s},
 		{"the next plays",
 		 [&] {
 			 sendStopped(source);
-			 report(OBS_MEDIA_STATE_PLAYING);
+			 report(source, OBS_MEDIA_STATE_PLAYING);
 		 },
 		 u"two"_s},
 		{"an old text put back",
 		 [&] {
 			 obs_source_update(text, OBSDataAutoRelease(obs_data_create_from_json(R"({"text": "old"})")));
-			 waitForTicks(2);
+			 waitForPolls();
 		 },
 		 u"two"_s},
-		{"it has ended", [&] { report(OBS_MEDIA_STATE_ENDED); }, u""_s},
+		{"it has ended", [&] { report(source, OBS_MEDIA_STATE_ENDED); }, u""_s},
 		{"the next one again", [&] { playThrough(source, 1); }, u"two"_s},
 		{"another source", [&] { choose(other); }, u""_s},
 		{"the first again", [&] { choose(source); }, u"two"_s},
@@ -225,6 +236,6 @@ TEST_F(Files, TheCurrentTrackStandsInATextSource)
 	showIn(1);
 	EXPECT_EQ(offeredTexts()[1], u"*T && U"_s);
 	obs_source_remove(text);
-	waitForTicks(2);
+	waitForPolls();
 	EXPECT_EQ(offeredTexts(), QStringList{u"*None"_s});
 }

@@ -107,6 +107,11 @@ class Desktop:
         shutil.rmtree(self.runtime, ignore_errors=True)
 
 
+def id_of(node):
+    """Object names joined by dots; empty for a node that has just gone."""
+    return node.get_accessible_id() or ""
+
+
 class Widget:
     """A node of the accessibility tree."""
 
@@ -323,10 +328,10 @@ class Obs:
         if name not in self.nodes:
             suffix = f".{CONTENT}" if name == CONTENT else None
             if suffix:
-                self.nodes[name] = self.find(lambda node: node.get_accessible_id().endswith(suffix), "our dock", 60)
+                self.nodes[name] = self.find(lambda node: id_of(node).endswith(suffix), "our dock", 60)
             else:
                 dock = self.widget(CONTENT)
-                found = self.walk(dock.node, lambda node: node.get_accessible_id().endswith(f".{name}"))
+                found = self.walk(dock.node, lambda node: id_of(node).endswith(f".{name}"))
                 if not found:
                     raise HostError(f"The dock has no widget {name!r}.")
                 self.nodes[name] = Widget(found)

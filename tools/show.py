@@ -10,7 +10,7 @@ from pathlib import Path
 
 import obs_config
 from obs_config import SOURCE
-from obs_host import Desktop, HostError, Obs, free_port, wait_for, xdotool
+from obs_host import Desktop, HostError, Obs, free_port, id_of, wait_for, xdotool
 
 MARK = "▶\uFE0E "
 
@@ -30,6 +30,8 @@ def soon(what, look, wanted, timeout=10):
     try:
         wait_for(what, matches, timeout)
     except HostError:
+        if not last:
+            raise
         expect(f"{what}, after {timeout} s", last[0], wanted)
 
 
@@ -46,12 +48,13 @@ class Show:
         obs_config.write_config(self.home, arguments.layout, self.port, preview=False)
         self.obs = None
 
-    def clip(self, name, seconds=3):
+    def clip(self, name, seconds=3, **tags):
         path = self.folder / name
+        metadata = [word for tag in tags.items() for word in ("-metadata", "=".join(tag))]
         subprocess.run(["ffmpeg", "-nostdin", "-v", "error", "-f", "lavfi", "-i",
                         f"testsrc=size=320x180:rate=15:duration={seconds}", "-f", "lavfi", "-i",
                         f"sine=frequency=330:duration={seconds}", "-c:v", "libx264", "-g", "15", "-pix_fmt", "yuv420p",
-                        "-c:a", "aac", "-f", "mp4", path], check=True)
+                        "-c:a", "aac", *metadata, "-f", "mp4", path], check=True)
         return path
 
     def start(self):
@@ -143,7 +146,7 @@ def program(obs):
 
 
 def by_id(obs, suffix, what, **options):
-    return obs.find(lambda node: node.get_accessible_id().endswith(suffix), what, **options)
+    return obs.find(lambda node: id_of(node).endswith(suffix), what, **options)
 
 
 def press_in(box, button):

@@ -13,6 +13,7 @@
 
 #include <utility>
 
+#include "dock/QueueControl.hpp"
 #include "dock/paths.hpp"
 #include "dock/text.hpp"
 #include "dock/widgets/SeekSlider.hpp"
@@ -36,7 +37,7 @@ constexpr QLatin1String remainingTimeKey("remainingTime");
 } // namespace
 
 Reelhouse::Reelhouse(const QString &settingsPath_, QWidget *parent)
-	: QWidget(parent), settingsPath(settingsPath_), tags(new TagReader(this))
+	: QWidget(parent), settingsPath(settingsPath_), control(new QueueControl(this)), tagReader(new TagReader(this))
 {
 	setObjectName(u"OBS-Reelhouse-content"_s);
 	buildUi();
@@ -138,7 +139,7 @@ Reelhouse::Operation::Operation(Reelhouse *dock_) : dock(dock_)
 Reelhouse::Operation::~Operation()
 {
 	if (--dock->operations == 0 && std::exchange(dock->stateTouched, false))
-		Q_EMIT dock->stateChanged();
+		Q_EMIT dock->control->changed();
 }
 
 // Final once it returns: either the libobs thread applied the settings before, and its continuation finds a newer

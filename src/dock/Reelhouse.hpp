@@ -31,6 +31,7 @@ class QListWidgetItem;
 class QToolButton;
 
 namespace reelhouse {
+class QueueControl;
 class SeekSlider;
 class TagReader;
 class TrackListWidget;
@@ -47,19 +48,11 @@ public:
 	using Track = reelhouse::Track;
 	using RemovedTrack = reelhouse::RemovedTrack;
 
-	enum EndMode { EndStop, EndNext, EndRepeat };
-
 	// What the list showed of one source when the dock let go of it.
 	struct ViewState {
 		QString selectedTrackId;
 		QString searchText;
 		int scrollValue = 0;
-	};
-
-	// One entry of the selector.
-	struct ListedSource {
-		QString label; // with the scenes that show the source
-		QString uuid;
 	};
 
 	// Rows of the list by the ids of their tracks.
@@ -80,81 +73,14 @@ public:
 	// Suspends for good. From here on the dock binds nothing and writes no record.
 	void shutdown();
 
-	// Whether the bound source has a queue put aside that an edit made elsewhere has replaced.
-	bool canBringBack() const;
-	// Makes that queue the source's again and puts the present one aside in its place. The source plays on. Does
-	// nothing when there is none.
-	void bringBackReplaced();
-
-	// For a remote control, from here to the signals: what the user sees, and can do by hand. Operations that have
-	// nothing to act on do nothing.
-
-	// Whether a scene collection is there to work on.
-	bool isActive() const { return !suspended && !shutDown; }
-	// The bound source, or null when none is bound or it has been deleted or removed. The caller owns the reference.
-	OBSSourceAutoRelease lockSource() const;
-	// What the selector offers, brought up to date, without its entry for no source.
-	QList<ListedSource> listSources();
-	// Chooses in the selector; an empty UUID is its entry for no source. False when it has no such entry.
-	bool selectSource(const QString &uuid);
-
-	const QList<Track> &queue() const { return tracks; }
-	// The ids of tracks whose file was missing when they were to be played. Their sizes still say what was measured
-	// before.
-	const QSet<QString> &refusedTracks() const { return refusedIds; }
-	const QString &currentTrackId() const { return currentId; }
-	// The position of the current track in the queue, -1 for none.
-	int currentIndex() const;
-	int endModeNumber() const { return endMode; }
-	void chooseEndMode(EndMode mode);
-
-	// A track is on its way to the source, whose media state still means the previous one.
-	bool isSwitching() const { return switchPending; }
-	// Whether a row is selected or a track current, for the play button to act on.
-	bool canPlay() const { return !selectedId().isEmpty() || !currentId.isEmpty(); }
-	// The first three return false when they could not start a track, which the message line explains if its file is
-	// missing.
-	bool playTrack(const QString &id, bool withSceneSwitch);
-	bool playRelative(int delta);
-	bool togglePlay();
-	void stopPlayback();
-
-	// These three leave the user's selection, search and scroll position alone; if the current row goes, the next one
-	// that the search shows takes its place.
-	// Puts new tracks before the one at this position, or at the end where there is none. Returns their ids.
-	QList<QString> insertFiles(const QList<QString> &paths, qsizetype position);
-	// Returns how many tracks it has removed, of which the next undo brings back as many.
-	qsizetype removeTracks(const QSet<QString> &ids);
-	// Returns how many tracks have come back.
-	qsizetype undoRemoveQuietly();
-	bool canUndoRemove() const { return !removed.isEmpty(); }
-	// Makes index the position of the track with this id, whether the search shows it or not. The selection stays.
-	void moveTrack(const QString &id, int index);
-
-	// Reelhouse_PlaylistFiles.cpp
-	// What the files of the queue say about themselves. It lives as long as the dock.
-	reelhouse::TagReader *tagReader() const { return tags; }
-	// Ask for a playlist file, and append what it lists, or write the queue to it.
-	void chooseImport();
-	void chooseExport();
-
-	bool canGiveBack() const { return managed || !tracks.isEmpty(); }
-	// Gives the source the whole queue as its own playlist, and its own settings.
-	void restoreSource();
+	// For everybody but the user. It lives as long as the dock.
+	reelhouse::QueueControl &queueControl() const { return *control; }
 
 Q_SIGNALS:
-	// The source, the queue, the current track or the end mode may be another than before.
-	void stateChanged();
-	// What the poll has read of the source's media, in milliseconds, never negative. It reads nothing while a track is
-	// on its way to the source.
-	void mediaPolled(obs_media_state state, qint64 positionMs, qint64 durationMs);
-	// The track that was on its way has been given to the source.
-	void switchFinished();
 	// Half a second after the last write to a source's private settings: the scene collection wants saving.
 	void configurationChanged();
 	// The source with this UUID has switched to a track that the user started from the list.
 	void sceneSwitchRequested(const QString &uuid);
-	void canBringBackChanged(bool canBringBack);
 
 protected:
 	// Reelhouse_Input.cpp
@@ -162,7 +88,11 @@ protected:
 	void resizeEvent(QResizeEvent *event) override;
 
 private:
+	friend class reelhouse::QueueControl;
+
 	// Reelhouse.cpp
+	// Whether a scene collection is there to work on.
+	bool isActive() const { return !suspended && !shutDown; }
 	// One operation, which may be part of another one. When the outermost ends, it tells of the change, if there was
 	// one: a listener that calls back finds nothing half done.
 	class Operation {
@@ -208,6 +138,8 @@ private:
 	void reloadSource();
 	void bindSource(const QString &uuid);
 	void disconnectSource();
+	// The bound source, or null when none is bound or it has been deleted or removed.
+	OBSSourceAutoRelease lockSource() const;
 	// As lockSource(), and null while no scene collection is active.
 	OBSSourceAutoRelease lockActive() const;
 
@@ -217,17 +149,29 @@ private:
 	void takeRecord(const reelhouse::Record &record);
 	void showLoaded(const QString &selectId);
 	void storeQueue();
+	bool canRestore() const { return managed || !tracks.isEmpty(); }
+	void restoreSource();
 	bool takeOutsideEdit(obs_source_t *source);
 	void keepReplacedQueue(obs_source_t *source);
 	void markTouched();
+	bool canBringBack() const;
+	void bringBackReplaced();
 	QString idHeldBySource(const QString &preferredId) const;
 
 	// Reelhouse_Playback.cpp
+	// The first three return false when they could not start a track, which the message line explains if its file is
+	// missing.
+	bool playTrack(const QString &id, bool withSceneSwitch);
+	bool playRelative(int delta);
+	bool togglePlay();
+	void stopPlayback();
 	void issueSwitch(obs_source_t *source);
 	void markCurrentRow(const QString &previousId);
 	void playSelected();
 	// The id of the list's current row; empty when there is none or the search hides it.
 	QString selectedId() const;
+	// The position of the current track in the queue, -1 for none.
+	int currentIndex() const;
 
 	// Reelhouse_Poll.cpp
 	void tick();
@@ -289,6 +233,9 @@ private:
 	void orderChanged();
 
 	// Reelhouse_PlaylistFiles.cpp
+	// Ask for a playlist file, and append what it lists, or write the queue to it.
+	void chooseImport();
+	void chooseExport();
 	void importPlaylist(const QString &file);
 	void exportPlaylist(const QString &file);
 
@@ -298,7 +245,8 @@ private:
 	void handleFileDrag(QDropEvent *event);
 
 	const QString settingsPath;
-	reelhouse::TagReader *const tags;
+	reelhouse::QueueControl *const control;
+	reelhouse::TagReader *const tagReader; // what the files of the queue say about themselves
 
 	// The user's choice in the selector. It outlives its source's disappearance, so that the source is bound again
 	// when it comes back.
@@ -343,7 +291,7 @@ private:
 	bool remainingTime = false;
 	bool narrowLayout = false;
 	bool playbackArmed = false; // the current track was seen playing: its end counts
-	int endMode = EndStop;
+	int endMode = reelhouse::EndStop;
 	quint32 tickCount = 0;
 	qint64 durationMs = 0;
 	qint64 seekTargetMs = -1;          // -1: no seek in flight

@@ -47,18 +47,6 @@ void Reelhouse::appendFiles(const QList<QString> &paths)
 	clearError();
 }
 
-QList<QString> Reelhouse::insertFiles(const QList<QString> &paths, qsizetype position)
-{
-	const Operation operation(this);
-	const QList<QString> ids = insertTracks(paths, position);
-	if (ids.isEmpty())
-		return ids;
-	showQuietly();
-	storeQueue();
-	clearError();
-	return ids;
-}
-
 QList<QString> Reelhouse::insertTracks(const QList<QString> &paths, qsizetype position)
 {
 	OBSSourceAutoRelease source = lockActive();
@@ -96,11 +84,6 @@ void Reelhouse::removeSelected()
 			next = tracks.at(std::min<qsizetype>(tracks.size() - 1, removed.constFirst().index)).id;
 		rebuildList(next);
 	});
-}
-
-qsizetype Reelhouse::removeTracks(const QSet<QString> &ids)
-{
-	return takeTracks(ids, [this] { showQuietly(); });
 }
 
 // Out of the queue, for the next undo. Stops the current track if it goes.
@@ -150,18 +133,6 @@ void Reelhouse::undoRemove()
 	clearError();
 }
 
-qsizetype Reelhouse::undoRemoveQuietly()
-{
-	const Operation operation(this);
-	const qsizetype count = removed.size();
-	if (putTracksBack().isEmpty())
-		return 0;
-	showQuietly();
-	storeQueue();
-	clearError();
-	return count;
-}
-
 // Returns the id of the first track that the last removal took, or an empty string when there is nothing to undo.
 QString Reelhouse::putTracksBack()
 {
@@ -199,22 +170,6 @@ void Reelhouse::moveSelected(int delta)
 	playlistWidget->setCurrentItem(row, QItemSelectionModel::ClearAndSelect);
 	reordering = false;
 	orderChanged();
-}
-
-void Reelhouse::moveTrack(const QString &id, int index)
-{
-	const Operation operation(this);
-	const QListWidgetItem *row = findRow(id, false);
-	if (!OBSSourceAutoRelease(lockActive()) || !row || index < 0 || index >= playlistWidget->count())
-		return;
-	reordering = true;
-	const int from = playlistWidget->row(row);
-	playlistWidget->model()->moveRow({}, from, {}, index > from ? index + 1 : index);
-	reordering = false;
-	orderChanged();
-	// Another row has the number that is looked for.
-	if (searchText().startsWith(u'#'))
-		filterList();
 }
 
 void Reelhouse::orderChanged()

@@ -82,9 +82,9 @@ void Reelhouse::connectMenu()
 
 void Reelhouse::updateMenuActions(bool active, const QString &selected)
 {
-	undoRemoveAction->setEnabled(active && canUndoRemove());
+	undoRemoveAction->setEnabled(active && !removed.isEmpty());
 	locateCurrentAction->setEnabled(active && currentIndex() >= 0);
-	restorePlaylistAction->setEnabled(active && canGiveBack());
+	restorePlaylistAction->setEnabled(active && canRestore());
 	// An open menu keeps to the rows that it was opened on, and offers nothing for them once they are gone.
 	if (menuRows) {
 		if (!active || !playlistWidget->showsAny(menuRows->selected)) {

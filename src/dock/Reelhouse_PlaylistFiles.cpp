@@ -74,7 +74,7 @@ void Reelhouse::exportPlaylist(const QString &file)
 	QList<PlaylistEntry> entries;
 	entries.reserve(tracks.size());
 	for (const Track &track : tracks)
-		entries.append({track.path, labelFor(track.path, false), tags->known(track.path).durationMs});
+		entries.append({track.path, labelFor(track.path, false), tagReader->known(track.path).durationMs});
 	const QString error = writePlaylist(file, entries);
 	if (error.isEmpty())
 		clearError();

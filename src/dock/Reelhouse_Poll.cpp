@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "dock/QueueControl.hpp"
 #include "dock/text.hpp"
 #include "dock/widgets/SeekSlider.hpp"
 
@@ -72,7 +73,7 @@ void Reelhouse::tick()
 	followSeek(positionMs);
 	describePlayback(state, positionMs);
 	updateButtons();
-	Q_EMIT mediaPolled(state, positionMs, durationMs);
+	Q_EMIT control->mediaPolled(state, positionMs, durationMs);
 	applyEndMode(state);
 }
 
@@ -188,7 +189,7 @@ void Reelhouse::finishSwitch(quint64 serial)
 	switchPending = false;
 	switchClock.start();
 	updateButtons();
-	Q_EMIT switchFinished();
+	Q_EMIT control->switchFinished();
 	if (sceneSwitchWanted)
 		Q_EMIT sceneSwitchRequested(sourceUuid);
 }

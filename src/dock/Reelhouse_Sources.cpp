@@ -162,24 +162,6 @@ void Reelhouse::rebuildSelector(const QList<std::pair<QString, QString>> &source
 	sourceSelector->setCurrentIndex(std::max(sourceSelector->findData(sourceUuid), 0));
 }
 
-QList<Reelhouse::ListedSource> Reelhouse::listSources()
-{
-	refreshSources();
-	QList<ListedSource> listed;
-	for (int i = 1; i < sourceSelector->count(); i++)
-		listed.append({sourceSelector->itemText(i), sourceSelector->itemData(i).toString()});
-	return listed;
-}
-
-bool Reelhouse::selectSource(const QString &uuid)
-{
-	refreshSources();
-	const int index = sourceSelector->findData(uuid);
-	if (index >= 0)
-		sourceSelector->setCurrentIndex(index);
-	return index >= 0;
-}
-
 // The user's own choice, which is remembered; a refresh that finds another source to bind is not.
 void Reelhouse::chooseSource()
 {

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "dock/QueueControl.hpp"
 #include "dock/text.hpp"
 #include "dock/widgets/SeekSlider.hpp"
 #include "dock/widgets/themeIcon.hpp"
@@ -125,7 +126,7 @@ void Reelhouse::updateButtons()
 
 	if (switchPending)
 		holdFocus();
-	playPauseButton->setEnabled(active && !switchPending && canPlay());
+	playPauseButton->setEnabled(active && !switchPending && (!selected.isEmpty() || !currentId.isEmpty()));
 	stopButton->setEnabled(active);
 	previousButton->setEnabled(active && !tracks.isEmpty());
 	nextButton->setEnabled(active && !tracks.isEmpty());
@@ -138,7 +139,7 @@ void Reelhouse::updateButtons()
 	updatePlayPauseButton(state, selected);
 	const bool bringsBack = canBringBack();
 	if (std::exchange(bringBackOffered, bringsBack) != bringsBack)
-		Q_EMIT canBringBackChanged(bringsBack);
+		Q_EMIT control->canBringBackChanged(bringsBack);
 }
 
 // A switch disables two controls for a moment. Qt would hand the keyboard focus on to the next one, stop or the end
@@ -154,9 +155,9 @@ void Reelhouse::holdFocus()
 
 void Reelhouse::giveFocusBack()
 {
-	QWidget *control = std::exchange(focusAfterSwitch, nullptr);
-	if (control && !window()->focusWidget())
-		control->setFocus(Qt::OtherFocusReason);
+	QWidget *focused = std::exchange(focusAfterSwitch, nullptr);
+	if (focused && !window()->focusWidget())
+		focused->setFocus(Qt::OtherFocusReason);
 }
 
 void Reelhouse::updatePlayPauseButton(obs_media_state state, const QString &selected)

@@ -170,6 +170,7 @@ void Reelhouse::buildList()
 	playlistWidget->setObjectName(u"playlist"_s);
 	// Without an accessible name on purpose: for item views Qt hands that out as the accessible id as well, and the
 	// list could no longer be found by its object name.
+	playlistWidget->setAccessibleDescription(ui("PlaylistDescription"));
 	playlistWidget->setItemDelegate(new TrackDelegate(playlistWidget));
 	playlistWidget->setSelectionMode(QAbstractItemView::ExtendedSelection);
 	playlistWidget->setDragDropMode(QAbstractItemView::InternalMove);
@@ -258,7 +259,7 @@ void Reelhouse::makeShortcuts()
 		searchEdit->selectAll();
 	};
 	connect(makeShortcut(this, QKeySequence::Find), &QShortcut::activated, this, find);
-	new KeyClaim(this, QKeySequence::keyBindings(QKeySequence::Find).first(1), [] { return true; }, find);
+	new KeyClaim(this, {QKeySequence::Find}, [] { return true; }, find);
 }
 
 // What the user can do, in the order of the widgets.
@@ -285,17 +286,14 @@ void Reelhouse::connectSignals()
 	connect(seekSlider, &QSlider::sliderMoved, this, [this](int value) { updateTime(timeAtSlider(value)); });
 	connect(seekSlider, &QSlider::sliderReleased, this, &Reelhouse::endSeek);
 	connect(seekSlider, &QSlider::valueChanged, this, &Reelhouse::stepSeek);
-	connect(seekSlider, &SeekSlider::keysReleased, this, [this] {
-		if (steppingSlider)
+	connect(seekSlider, &SeekSlider::keyDownChanged, this, [this](bool down) {
+		if (down)
+			seekDebounce.stop();
+		else if (steppingSlider)
 			seekDebounce.start();
 	});
 	connect(&seekDebounce, &QTimer::timeout, this, &Reelhouse::endSeek);
 	connect(endModeSelector, &QComboBox::currentIndexChanged, this, &Reelhouse::setEndMode);
-}
-
-void Reelhouse::chooseEndMode(EndMode mode)
-{
-	endModeSelector->setCurrentIndex(endModeSelector->findData(mode));
 }
 
 void Reelhouse::setEndMode()

@@ -14,6 +14,9 @@ inline constexpr qint64 SizeMissing = -3;  // the local path names no regular fi
 // Data of a list row beside its text.
 enum TrackRole { IdRole = Qt::UserRole, PathRole, SizeRole };
 
+// What happens when a track ends; the numbers are stored.
+enum EndMode { EndStop, EndNext, EndRepeat };
+
 // One queue entry, a plain value for any thread. The id, not the path, is its identity: the same file may be queued
 // more than once.
 struct Track {

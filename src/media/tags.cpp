@@ -4,6 +4,7 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <QTimeZone>
+#include <QUrl>
 
 #include <atomic>
 #include <chrono>
@@ -37,13 +38,17 @@ QString displayTitle(const QString &path, const Tags &tags)
 {
 	if (!tags.title.isEmpty())
 		return tags.title;
-	const QString label = labelFor(path, false);
+	QString name = labelFor(path, false);
+	if (localFilePath(path).isEmpty()) {
+		// This may go on air, which a password before the host and a key behind the path are not meant for.
+		const QUrl url(path);
+		if (url.fileName().isEmpty())
+			return url.host().isEmpty() ? name : url.host();
+		name = url.fileName();
+	}
 	// A number after the last dot is part of a name: "Part 2.5".
 	static const QRegularExpression ending(u"(?<=.)\\.(?=[0-9]*[A-Za-z])[0-9A-Za-z]{1,5}$"_s);
-	// A host alone ends in a dot and letters, too.
-	if (localFilePath(path).isEmpty() && path.endsWith("://"_L1 + label))
-		return label;
-	return label.first(ending.match(label).hasMatch() ? label.lastIndexOf(u'.') : label.size());
+	return name.remove(ending);
 }
 
 QString artistAndTitle(const QString &path, const Tags &tags)

@@ -9,6 +9,7 @@
 #include <obs-frontend-api.h>
 #include <obs-module.h>
 
+#include "dock/QueueControl.hpp"
 #include "dock/text.hpp"
 #include "module/TrackText.hpp"
 
@@ -73,25 +74,26 @@ void addToToolsMenu(Reelhouse *newDock)
 	entry = static_cast<QAction *>(obs_frontend_add_tools_menu_qaction(obs_module_text("DockName")));
 	if (!entry)
 		return;
+	QueueControl *queue = &newDock->queueControl();
 	auto *menu = new QMenu(newDock);
 	menu->setObjectName(u"toolsMenu"_s);
 	entry->setMenu(menu);
 
 	QAction *importAction = addCommand(menu, u"importPlaylist"_s, "ImportPlaylist");
 	QAction *exportAction = addCommand(menu, u"exportPlaylist"_s, "ExportPlaylist");
-	addTextSourceMenu(menu, new TrackText(newDock));
+	addTextSourceMenu(menu, new TrackText(queue));
 	QAction *bringBackAction = addCommand(menu, u"bringBackReplacedQueue"_s, "BringBackReplacedQueue");
-	bringBackAction->setEnabled(newDock->canBringBack());
+	bringBackAction->setEnabled(queue->canBringBack());
 
-	QObject::connect(importAction, &QAction::triggered, newDock, &Reelhouse::chooseImport);
-	QObject::connect(exportAction, &QAction::triggered, newDock, &Reelhouse::chooseExport);
-	QObject::connect(bringBackAction, &QAction::triggered, newDock, &Reelhouse::bringBackReplaced);
-	QObject::connect(newDock, &Reelhouse::canBringBackChanged, bringBackAction, &QAction::setEnabled);
-	const auto offerFiles = [newDock, importAction, exportAction] {
-		importAction->setEnabled(OBSSourceAutoRelease(newDock->lockSource()) != nullptr);
-		exportAction->setEnabled(!newDock->queue().isEmpty());
+	QObject::connect(importAction, &QAction::triggered, queue, &QueueControl::importPlaylist);
+	QObject::connect(exportAction, &QAction::triggered, queue, &QueueControl::exportPlaylist);
+	QObject::connect(bringBackAction, &QAction::triggered, queue, &QueueControl::bringBackReplaced);
+	QObject::connect(queue, &QueueControl::canBringBackChanged, bringBackAction, &QAction::setEnabled);
+	const auto offerFiles = [queue, importAction, exportAction] {
+		importAction->setEnabled(OBSSourceAutoRelease(queue->lockSource()) != nullptr);
+		exportAction->setEnabled(!queue->tracks().isEmpty());
 	};
-	QObject::connect(newDock, &Reelhouse::stateChanged, menu, offerFiles);
+	QObject::connect(queue, &QueueControl::changed, menu, offerFiles);
 	offerFiles();
 }
 

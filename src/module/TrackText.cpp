@@ -6,7 +6,7 @@
 
 #include <obs-frontend-api.h>
 
-#include "dock/Reelhouse.hpp"
+#include "dock/QueueControl.hpp"
 #include "dock/paths.hpp"
 #include "media/tags.hpp"
 
@@ -59,16 +59,16 @@ void setText(const QString &uuid, const QString &text)
 
 } // namespace
 
-TrackText::TrackText(Reelhouse *dock_) : QObject(dock_), dock(dock_)
+TrackText::TrackText(QueueControl *queue_) : QObject(queue_), queue(queue_)
 {
-	connect(dock, &Reelhouse::stateChanged, this, &TrackText::follow);
-	connect(dock, &Reelhouse::switchFinished, this, [this] { justSwitched = true; });
-	connect(dock, &Reelhouse::mediaPolled, this, [this](obs_media_state state) {
+	connect(queue, &QueueControl::changed, this, &TrackText::follow);
+	connect(queue, &QueueControl::switchFinished, this, [this] { justSwitched = true; });
+	connect(queue, &QueueControl::mediaPolled, this, [this](obs_media_state state) {
 		// The source may not have come to the new track yet, and then still tells how the one before ended.
 		if (!std::exchange(justSwitched, false) || isPlaying(state))
 			update();
 	});
-	connect(dock->tagReader(), &TagReader::tagsRead, this, &TrackText::update);
+	connect(&queue->tagReader(), &TagReader::tagsRead, this, &TrackText::update);
 }
 
 QList<TrackText::TextSource> TrackText::textSources()
@@ -91,8 +91,8 @@ QList<TrackText::TextSource> TrackText::textSources()
 
 QString TrackText::chosen() const
 {
-	OBSSourceAutoRelease source = dock->lockSource();
-	if (!source || !dock->isActive())
+	OBSSourceAutoRelease source = queue->lockSource();
+	if (!source || !queue->isActive())
 		return {};
 	OBSDataAutoRelease settings = obs_source_get_private_settings(source);
 	return textIn(settings, textSourceKey);
@@ -100,8 +100,8 @@ QString TrackText::chosen() const
 
 void TrackText::choose(const QString &uuid)
 {
-	OBSSourceAutoRelease source = dock->lockSource();
-	if (!source || !dock->isActive())
+	OBSSourceAutoRelease source = queue->lockSource();
+	if (!source || !queue->isActive())
 		return;
 	OBSDataAutoRelease settings = obs_source_get_private_settings(source);
 	if (uuid.isEmpty())
@@ -114,8 +114,8 @@ void TrackText::choose(const QString &uuid)
 
 void TrackText::follow()
 {
-	const int index = dock->currentIndex();
-	path = index < 0 ? QString() : dock->queue().at(index).path;
+	const int index = queue->currentIndex();
+	path = index < 0 ? QString() : queue->tracks().at(index).path;
 	update();
 }
 
@@ -128,16 +128,16 @@ void TrackText::update()
 		setText(shownIn, QString());
 	shownIn = target;
 	// Until the source has stopped, its state still means the previous track.
-	if (!target.isEmpty() && !dock->isSwitching())
+	if (!target.isEmpty() && !queue->isSwitching())
 		setText(target, text());
 }
 
 QString TrackText::text() const
 {
-	OBSSourceAutoRelease source = dock->lockSource();
+	OBSSourceAutoRelease source = queue->lockSource();
 	if (path.isEmpty() || !isPlaying(obs_source_media_get_state(source)))
 		return {};
-	return artistAndTitle(path, dock->tagReader()->cached(path).value_or(Tags()));
+	return artistAndTitle(path, queue->tagReader().cached(path).value_or(Tags()));
 }
 
 } // namespace reelhouse

@@ -5,11 +5,9 @@
 #include <QObject>
 #include <QString>
 
-#include <obs.hpp>
-
-class Reelhouse;
-
 namespace reelhouse {
+
+class QueueControl;
 
 // Shows the current track in a text source while it is playing or paused. Which one is the choice of the VLC source that
 // the dock has bound, and is kept in its private settings. User-interface thread.
@@ -20,7 +18,7 @@ public:
 		QString uuid;
 	};
 
-	explicit TrackText(Reelhouse *dock);
+	explicit TrackText(QueueControl *queue);
 
 	// The text sources of the scene collection in the order of their names, without those that show a file.
 	static QList<TextSource> textSources();
@@ -35,7 +33,7 @@ private:
 	void update();
 	QString text() const;
 
-	Reelhouse *const dock;     // the parent
+	QueueControl *const queue; // the parent
 	QString path;              // of the current track; kept, since each poll would search a long queue for it
 	QString shownIn;           // the text source that holds a text of ours; emptied when another takes its place
 	bool justSwitched = false; // since the last poll

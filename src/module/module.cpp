@@ -87,7 +87,7 @@ void obs_module_post_load(void)
 {
 	// libobs calls this even for a module that refused to load.
 	if (dock)
-		RemoteControl::start(dock);
+		RemoteControl::start(&dock->queueControl());
 }
 
 void obs_module_unload(void)

@@ -7,8 +7,8 @@ namespace reelhouse {
 
 namespace {
 
-// A state that was asked for has been reached by the second poll, or something else has come in between.
-constexpr int pollsToReach = 2;
+// A state that was asked for and is not seen after this many polls, two seconds, will not come. A busy OBS takes its time.
+constexpr int pollsToReach = 8;
 
 bool isLoading(obs_media_state state)
 {
@@ -32,8 +32,8 @@ obs_media_state plain(obs_media_state state)
 
 obs_media_state MediaFollower::reported() const
 {
-	OBSSourceAutoRelease source = dock.lockSource();
-	if (!source || dock.isSwitching())
+	OBSSourceAutoRelease source = queue.lockSource();
+	if (!source || queue.isSwitching())
 		return source ? OBS_MEDIA_STATE_OPENING : OBS_MEDIA_STATE_NONE;
 	const obs_media_state state = obs_source_media_get_state(source);
 	return starting && !isPlaying(state) && state != OBS_MEDIA_STATE_ERROR ? OBS_MEDIA_STATE_OPENING : state;
@@ -41,9 +41,10 @@ obs_media_state MediaFollower::reported() const
 
 obs_media_state MediaFollower::asked() const
 {
-	if (dock.isSwitching())
+	if (queue.isSwitching())
 		return OBS_MEDIA_STATE_PLAYING;
-	return pending.value_or(plain(reported()));
+	const obs_media_state now = reported();
+	return pending && now == reportedBefore ? *pending : plain(now);
 }
 
 void MediaFollower::trackGiven()
@@ -56,12 +57,13 @@ void MediaFollower::trackGiven()
 void MediaFollower::ask(obs_media_state state)
 {
 	pending = state;
+	reportedBefore = reported();
 	pendingPolls = 0;
 }
 
 MediaFollower::Change MediaFollower::poll(obs_media_state state, qint64 positionMs, qint64 durationMs)
 {
-	if (pending && (state == *pending || ++pendingPolls >= pollsToReach))
+	if (pending && (plain(state) == *pending || ++pendingPolls >= pollsToReach))
 		pending.reset();
 	known = known || positionMs > 0 || durationMs > 0;
 	if (isLoading(state))
@@ -91,8 +93,9 @@ MediaFollower::Change MediaFollower::otherSource(bool bound)
 MediaFollower::Change MediaFollower::tell(obs_media_state state)
 {
 	Change change;
-	if (std::exchange(told, plain(state)) != told)
-		change.state = told;
+	const obs_media_state next = plain(state);
+	if (next != told || next != shown)
+		change.state = told = shown = next;
 	return change;
 }
 

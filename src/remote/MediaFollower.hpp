@@ -3,7 +3,7 @@
 
 #include <optional>
 
-#include "dock/Reelhouse.hpp"
+#include "dock/QueueControl.hpp"
 
 namespace reelhouse {
 
@@ -19,10 +19,10 @@ public:
 		std::optional<Failure> failure;       // of the track that was started
 	};
 
-	explicit MediaFollower(const Reelhouse &dock_) : dock(dock_) {}
+	explicit MediaFollower(const QueueControl &queue_) : queue(queue_) {}
 
 	// A track is on its way to the source, or no poll has seen yet what becomes of it there.
-	bool isStarting() const { return starting || dock.isSwitching(); }
+	bool isStarting() const { return starting || queue.isSwitching(); }
 	// What the source reports, and opening as long as that may still mean the track before.
 	obs_media_state reported() const;
 	// The state that was asked of the source: playing, paused, stopped or ended. What it reports, where nothing was.
@@ -32,6 +32,8 @@ public:
 	void ask(obs_media_state state);
 	// The source was given a track.
 	void trackGiven();
+	// Clients were told this state together with a track.
+	void toldWithTrack(obs_media_state state) { shown = state; }
 	Change poll(obs_media_state state, qint64 positionMs, qint64 durationMs);
 	// The dock has another source, or none.
 	Change otherSource(bool bound);
@@ -39,9 +41,11 @@ public:
 private:
 	Change tell(obs_media_state state);
 
-	const Reelhouse &dock;
-	obs_media_state told = OBS_MEDIA_STATE_STOPPED;
-	std::optional<obs_media_state> pending; // asked for
+	const QueueControl &queue;
+	obs_media_state told = OBS_MEDIA_STATE_STOPPED;  // as a change
+	obs_media_state shown = OBS_MEDIA_STATE_STOPPED; // as a change or with a track
+	std::optional<obs_media_state> pending; // asked for, until the source reports another state than before
+	obs_media_state reportedBefore = OBS_MEDIA_STATE_NONE;
 	int pendingPolls = 0;
 	bool starting = false;
 	bool firstPoll = false; // the next poll is the first of the given track

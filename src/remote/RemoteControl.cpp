@@ -109,7 +109,7 @@ void checkSource(Request &request, obs_source_t *source)
 
 } // namespace
 
-void RemoteControl::start(Reelhouse *dock)
+void RemoteControl::start(QueueControl *queue)
 {
 	// What the header has kept belongs to an earlier start of libobs in this process.
 	_ph = nullptr;
@@ -118,7 +118,7 @@ void RemoteControl::start(Reelhouse *dock)
 		blog(LOG_INFO, "[OBS-Reelhouse] OBS's WebSocket plug-in is not there: no remote control.");
 		return;
 	}
-	auto *remote = new RemoteControl(dock, vendor);
+	auto *remote = new RemoteControl(queue, vendor);
 	{
 		const std::lock_guard lock(dispatcher.mutex);
 		dispatcher.remote = remote;
@@ -141,20 +141,25 @@ void RemoteControl::close()
 	dispatcher.changed.notify_all();
 	if (!remote)
 		return;
-	disconnect(remote->dock, nullptr, remote, nullptr);
+	disconnect(remote->queue, nullptr, remote, nullptr);
 	disconnect(&remote->tagReader, nullptr, remote, nullptr);
 	remote->queueTimer.stop();
 }
 
-RemoteControl::RemoteControl(Reelhouse *dock_, void *vendor_)
-	: QObject(dock_), dock(dock_), vendor(vendor_), media(*dock_), tagReader(*dock_->tagReader()), seen(stateOf(*dock_))
+RemoteControl::RemoteControl(QueueControl *queue_, void *vendor_)
+	: QObject(queue_),
+	  queue(queue_),
+	  vendor(vendor_),
+	  media(*queue_),
+	  tagReader(queue_->tagReader()),
+	  seen(stateOf(*queue_))
 {
 	queueTimer.setSingleShot(true);
 	connect(&queueTimer, &QTimer::timeout, this, &RemoteControl::announceQueue);
-	connect(dock, &Reelhouse::stateChanged, this, &RemoteControl::observe);
-	connect(dock, &Reelhouse::mediaPolled, this, &RemoteControl::observePoll);
+	connect(queue, &QueueControl::changed, this, &RemoteControl::observe);
+	connect(queue, &QueueControl::mediaPolled, this, &RemoteControl::observePoll);
 	connect(&tagReader, &TagReader::tagsRead, this, &RemoteControl::announceTags);
-	connect(dock, &Reelhouse::switchFinished, this, [this] { media.trackGiven(); });
+	connect(queue, &QueueControl::switchFinished, this, [this] { media.trackGiven(); });
 }
 
 RemoteControl::~RemoteControl()
@@ -164,11 +169,11 @@ RemoteControl::~RemoteControl()
 
 Response RemoteControl::serve(const Endpoint &endpoint, obs_data_t *data)
 {
-	Request request(*dock, media, tagReader, data, revision);
-	if (!dock->isActive())
+	Request request(*queue, media, tagReader, data, revision);
+	if (!queue->isActive())
 		request.refuse(Refusal::Unavailable);
 	if (endpoint.needsSource() && !request.isRefused()) {
-		OBSSourceAutoRelease source = dock->lockSource();
+		OBSSourceAutoRelease source = queue->lockSource();
 		if (source)
 			checkSource(request, source);
 		else
@@ -183,8 +188,8 @@ Response RemoteControl::serve(const Endpoint &endpoint, obs_data_t *data)
 Response RemoteControl::withState(const Response &response) const
 {
 	OBSDataAutoRelease state = obs_data_create();
-	setText(state, "currentId", dock->currentTrackId());
-	obs_data_set_int(state, "currentIndex", dock->currentIndex());
+	setText(state, "currentId", queue->currentId());
+	obs_data_set_int(state, "currentIndex", queue->currentIndex());
 	obs_data_set_string(state, "mediaState", mediaStateName(media.asked()));
 	obs_data_set_int(state, "revision", revision);
 	return [response, state = OBSData(state.Get())](obs_data_t *data) {

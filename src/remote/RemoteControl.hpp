@@ -40,7 +40,7 @@ public:
 
 	// Registers the vendor and everything it can be asked, for as long as the dock lives. Without the WebSocket
 	// plug-in it says so in the log and does nothing. To be called once all modules are loaded.
-	static void start(Reelhouse *dock);
+	static void start(QueueControl *queue);
 	// OBS ends, and its user-interface thread is about to wait for the plug-in's threads. Requests on their way are
 	// answered with a refusal at once, as are those that still come, and no event is sent any more. Harmless when
 	// repeated, or when nothing was started.
@@ -51,7 +51,7 @@ public:
 	Response serve(const Endpoint &endpoint, obs_data_t *data);
 
 private:
-	RemoteControl(Reelhouse *dock, void *vendor);
+	RemoteControl(QueueControl *queue, void *vendor);
 
 	void emitEvent(const char *type, obs_data_t *data);
 
@@ -75,17 +75,17 @@ private:
 	struct State {
 		QString sourceUuid;
 		QString sourceName;
-		QList<Reelhouse::Track> tracks;
+		QList<Track> tracks;
 		QString currentId;
-		int endMode = Reelhouse::EndStop;
+		int endMode = EndStop;
 	};
-	static State stateOf(const Reelhouse &dock);
+	static State stateOf(const QueueControl &queue);
 
-	Reelhouse *const dock; // the parent
-	void *const vendor;    // the plug-in's
+	QueueControl *const queue; // the parent
+	void *const vendor;        // the plug-in's
 	MediaFollower media;
 	TagReader &tagReader; // the dock's
-	Tags currentTags; // as last told
+	Tags currentTags;     // as last told
 	State seen;
 	qint64 revision = 0;      // counts every change of a part of the state
 	qint64 queueRevision = 0; // that of the queue's last change

@@ -31,17 +31,17 @@ std::span<const char *const> RemoteControl::events()
 	return names;
 }
 
-RemoteControl::State RemoteControl::stateOf(const Reelhouse &dock)
+RemoteControl::State RemoteControl::stateOf(const QueueControl &queue)
 {
-	OBSSourceAutoRelease source = dock.lockSource();
+	OBSSourceAutoRelease source = queue.lockSource();
 	return {source ? QString::fromUtf8(obs_source_get_uuid(source)) : QString(),
-		source ? QString::fromUtf8(obs_source_get_name(source)) : QString(), dock.queue(),
-		dock.currentTrackId(), dock.endModeNumber()};
+		source ? QString::fromUtf8(obs_source_get_name(source)) : QString(), queue.tracks(), queue.currentId(),
+		queue.endMode()};
 }
 
 void RemoteControl::observe()
 {
-	State before = std::exchange(seen, stateOf(*dock));
+	State before = std::exchange(seen, stateOf(*queue));
 	const bool otherSource = before.sourceUuid != seen.sourceUuid;
 	const bool otherQueue = otherSource || before.tracks != seen.tracks;
 	const bool otherCurrent = before.currentId != seen.currentId;
@@ -81,7 +81,7 @@ void RemoteControl::startQueueTimer()
 
 OBSDataAutoRelease RemoteControl::sourceData() const
 {
-	OBSSourceAutoRelease source = dock->lockSource();
+	OBSSourceAutoRelease source = queue->lockSource();
 	OBSDataAutoRelease data = obs_data_create();
 	setSource(data, source);
 	return data;
@@ -90,8 +90,8 @@ OBSDataAutoRelease RemoteControl::sourceData() const
 OBSDataAutoRelease RemoteControl::currentData() const
 {
 	OBSDataAutoRelease data = sourceData();
-	const int index = dock->currentIndex();
-	setTrack(data, index, index < 0 ? Reelhouse::Track() : seen.tracks.at(index));
+	const int index = queue->currentIndex();
+	setTrack(data, index, index < 0 ? Track() : seen.tracks.at(index));
 	return data;
 }
 
@@ -114,9 +114,10 @@ void RemoteControl::announceQueue()
 void RemoteControl::announceCurrent()
 {
 	OBSDataAutoRelease data = currentData();
-	const int index = dock->currentIndex();
+	const int index = queue->currentIndex();
 	currentTags = index < 0 ? Tags() : tagReader.cached(seen.tracks.at(index).path).value_or(Tags());
 	setTags(data, currentTags);
+	media.toldWithTrack(media.asked());
 	obs_data_set_string(data, "mediaState", mediaStateName(media.asked()));
 	obs_data_set_int(data, "revision", ++revision);
 	emitEvent(currentTrackChanged, data);
@@ -125,7 +126,7 @@ void RemoteControl::announceCurrent()
 // The event of the current track is sent again once its file has been read.
 void RemoteControl::announceTags(const QString &path)
 {
-	const int index = dock->currentIndex();
+	const int index = queue->currentIndex();
 	if (index >= 0 && seen.tracks.at(index).path == path && tagReader.cached(path) != currentTags)
 		announceCurrent();
 }

@@ -16,7 +16,7 @@ namespace {
 
 qsizetype findTrack(Request &request, const QString &id)
 {
-	const QList<Track> &tracks = request.dock.queue();
+	const QList<Track> &tracks = request.queue.tracks();
 	const auto track = std::ranges::find(tracks, id, &Track::id);
 	if (track == tracks.cend())
 		request.refuse(Refusal::UnknownTrack, id);
@@ -54,7 +54,7 @@ OBSDataArrayAutoRelease idArray(const QList<QString> &ids)
 
 // What GetQueue answers with of the queue. Any thread.
 struct Page {
-	QList<Track> tracks; // the whole queue
+	QList<Track> tracks;   // the whole queue
 	QSet<QString> refused; // the ids of those whose file was missing when they were to be played
 	qsizetype begin = 0;
 	qsizetype end = 0;
@@ -112,8 +112,8 @@ Page readPage(Request &request)
 {
 	constexpr qsizetype mostTags = 100;
 	Page page;
-	page.tracks = request.dock.queue();
-	page.refused = request.dock.refusedTracks();
+	page.tracks = request.queue.tracks();
+	page.refused = request.queue.refusedTracks();
 	const qsizetype total = page.tracks.size();
 	page.begin = request.has("offset") ? request.position("offset", total) : 0;
 	const qsizetype limit = request.has("limit") ? request.position("limit", INT64_MAX) : total;
@@ -121,7 +121,7 @@ Page readPage(Request &request)
 	page.withTags = request.flag("tags", false);
 	if (page.withTags && page.end - page.begin > mostTags)
 		request.refuse(Refusal::TooManyTags);
-	page.current = request.dock.currentIndex();
+	page.current = request.queue.currentIndex();
 	return page;
 }
 
@@ -131,9 +131,9 @@ void getQueue(Request &request)
 	Page page = readPage(request);
 	if (request.isRefused())
 		return;
-	OBSSourceAutoRelease source = request.dock.lockSource();
+	OBSSourceAutoRelease source = request.queue.lockSource();
 	// Until the source has stopped, it still reports the times of the previous track.
-	if (!request.dock.isSwitching()) {
+	if (!request.queue.isSwitching()) {
 		page.cursorMs = std::max<qint64>(obs_source_media_get_time(source), 0);
 		page.currentDurationMs = std::max<qint64>(obs_source_media_get_duration(source), 0);
 	}
@@ -143,15 +143,15 @@ void getQueue(Request &request)
 	OBSDataAutoRelease rest = obs_data_create();
 	setSource(rest, source);
 	obs_data_set_int(rest, "total", page.tracks.size());
-	setText(rest, "currentId", request.dock.currentTrackId());
+	setText(rest, "currentId", request.queue.currentId());
 	obs_data_set_int(rest, "currentIndex", page.current);
 	setTags(rest, page.currentTags);
-	obs_data_set_string(rest, "endMode", endModeName(request.dock.endModeNumber()));
+	obs_data_set_string(rest, "endMode", endModeName(request.queue.endMode()));
 	obs_data_set_string(rest, "mediaState", mediaStateName(request.media.reported()));
 	obs_data_set_int(rest, "cursor", page.cursorMs);
 	obs_data_set_int(rest, "duration", page.currentDurationMs);
-	obs_data_set_bool(rest, "canUndo", request.dock.canUndoRemove());
-	obs_data_set_bool(rest, "canBringBack", request.dock.canBringBack());
+	obs_data_set_bool(rest, "canUndo", request.queue.canUndoRemove());
+	obs_data_set_bool(rest, "canBringBack", request.queue.canBringBack());
 	obs_data_set_int(rest, "revision", request.revision);
 	request.respond([page, rest = OBSData(rest.Get())](obs_data_t *data) {
 		obs_data_apply(data, rest);
@@ -176,8 +176,8 @@ void getVersion(Request &request)
 void getSources(Request &request)
 {
 	OBSDataArrayAutoRelease array = obs_data_array_create();
-	const QList<Reelhouse::ListedSource> sources = request.dock.listSources();
-	OBSSourceAutoRelease bound = request.dock.lockSource();
+	const QList<QueueControl::ListedSource> sources = request.queue.listSources();
+	OBSSourceAutoRelease bound = request.queue.lockSource();
 	for (const auto &[label, uuid] : sources) {
 		OBSSourceAutoRelease source = obs_get_source_by_uuid(uuid.toUtf8().constData());
 		OBSDataAutoRelease item = obs_data_create();
@@ -203,26 +203,26 @@ void selectSource(Request &request)
 		uuid = source ? QString::fromUtf8(obs_source_get_uuid(source)) : QString();
 	}
 	// An empty UUID chooses no source, but a name that nobody has must not.
-	if ((byName && uuid.isEmpty()) || !request.dock.selectSource(uuid))
+	if ((byName && uuid.isEmpty()) || !request.queue.selectSource(uuid))
 		request.refuse(Refusal::UnknownSource, wanted);
 }
 
 void start(Request &request, const QString &id, bool switchScene = false)
 {
-	if (!request.dock.playTrack(id, switchScene))
+	if (!request.queue.playTrack(id, switchScene))
 		request.refuse(Refusal::FileMissing);
 }
 
 void setPaused(Request &request, bool paused)
 {
-	OBSSourceAutoRelease source = request.dock.lockSource();
+	OBSSourceAutoRelease source = request.queue.lockSource();
 	obs_source_media_play_pause(source, paused);
 	request.media.ask(paused ? OBS_MEDIA_STATE_PAUSED : OBS_MEDIA_STATE_PLAYING);
 }
 
 void playTrack(Request &request)
 {
-	const QList<Track> &tracks = request.dock.queue();
+	const QList<Track> &tracks = request.queue.tracks();
 	const bool switchScene = request.flag("switchScene", false);
 	const bool byIndex = request.has("index");
 	const bool byId = request.has("id") || !byIndex;
@@ -241,26 +241,26 @@ void playTrack(Request &request)
 
 void playRelative(Request &request, int delta)
 {
-	if (request.dock.queue().isEmpty())
+	if (request.queue.tracks().isEmpty())
 		request.refuse(Refusal::EmptyQueue);
-	else if (!request.dock.playRelative(delta))
+	else if (!request.queue.playRelative(delta))
 		request.refuse(Refusal::FileMissing);
 }
 
 void play(Request &request)
 {
-	const QList<Track> &tracks = request.dock.queue();
+	const QList<Track> &tracks = request.queue.tracks();
 	const obs_media_state state = request.media.asked();
 	if (request.media.isStarting())
 		request.refuse(Refusal::Switching);
 	else if (tracks.isEmpty())
 		request.refuse(Refusal::EmptyQueue);
-	else if (request.dock.currentIndex() < 0)
+	else if (request.queue.currentIndex() < 0)
 		start(request, tracks.constFirst().id);
 	else if (state == OBS_MEDIA_STATE_PAUSED)
 		setPaused(request, false);
 	else if (state != OBS_MEDIA_STATE_PLAYING)
-		start(request, request.dock.currentTrackId());
+		start(request, request.queue.currentId());
 }
 
 void pauseOrResume(Request &request, bool paused)
@@ -277,23 +277,23 @@ void togglePlay(Request &request)
 	const obs_media_state state = request.media.asked();
 	if (request.media.isStarting())
 		request.refuse(Refusal::Switching);
-	else if (request.dock.currentIndex() < 0)
+	else if (request.queue.currentIndex() < 0)
 		request.refuse(Refusal::NothingToPlay);
 	else if (state == OBS_MEDIA_STATE_PLAYING || state == OBS_MEDIA_STATE_PAUSED)
 		setPaused(request, state == OBS_MEDIA_STATE_PLAYING);
 	else
-		start(request, request.dock.currentTrackId());
+		start(request, request.queue.currentId());
 }
 
 void stop(Request &request)
 {
-	request.dock.stopPlayback();
+	request.queue.stopPlayback();
 	request.media.ask(OBS_MEDIA_STATE_STOPPED);
 }
 
 void addTracks(Request &request)
 {
-	const qsizetype total = request.dock.queue().size();
+	const qsizetype total = request.queue.tracks().size();
 	const QList<QString> paths = request.texts("paths", "path");
 	const qsizetype position = request.has("position") ? request.position("position", total) : total;
 	if (paths.contains(QString()))
@@ -302,7 +302,7 @@ void addTracks(Request &request)
 		request.refuse(Refusal::PathTooLong);
 	if (request.isRefused())
 		return;
-	request.respond([ids = request.dock.insertFiles(paths, position)](obs_data_t *data) {
+	request.respond([ids = request.queue.insertFiles(paths, position)](obs_data_t *data) {
 		OBSDataArrayAutoRelease array = idArray(ids);
 		obs_data_set_array(data, "ids", array);
 	});
@@ -312,7 +312,7 @@ void removeTracks(Request &request)
 {
 	const QList<QString> ids = request.texts("ids", "id");
 	QSet<QString> known;
-	for (const Track &track : request.dock.queue())
+	for (const Track &track : request.queue.tracks())
 		known.insert(track.id);
 	for (const QString &id : ids) {
 		if (!known.contains(id))
@@ -320,16 +320,16 @@ void removeTracks(Request &request)
 	}
 	if (request.isRefused())
 		return;
-	const bool hadCurrent = request.dock.currentIndex() >= 0;
-	request.respond(countResponse(request.dock.removeTracks(QSet<QString>(ids.cbegin(), ids.cend()))));
-	if (hadCurrent && request.dock.currentIndex() < 0)
+	const bool hadCurrent = request.queue.currentIndex() >= 0;
+	request.respond(countResponse(request.queue.removeTracks(QSet<QString>(ids.cbegin(), ids.cend()))));
+	if (hadCurrent && request.queue.currentIndex() < 0)
 		request.media.ask(OBS_MEDIA_STATE_STOPPED);
 }
 
 void undoRemove(Request &request)
 {
-	if (request.dock.canUndoRemove())
-		request.respond(countResponse(request.dock.undoRemoveQuietly()));
+	if (request.queue.canUndoRemove())
+		request.respond(countResponse(request.queue.undoRemove()));
 	else
 		request.refuse(Refusal::NothingToUndo);
 }
@@ -337,34 +337,34 @@ void undoRemove(Request &request)
 void moveTrack(Request &request)
 {
 	const QString id = request.text("id");
-	const qint64 index = request.position("index", request.dock.queue().size() - 1);
+	const qint64 index = request.position("index", request.queue.tracks().size() - 1);
 	findTrack(request, id);
 	if (!request.isRefused())
-		request.dock.moveTrack(id, static_cast<int>(index));
+		request.queue.moveTrack(id, static_cast<int>(index));
 }
 
 void setEndMode(Request &request)
 {
 	const QString name = request.text("endMode");
-	const std::optional<Reelhouse::EndMode> mode = endModeNamed(name);
+	const std::optional<EndMode> mode = endModeNamed(name);
 	if (!mode)
 		request.refuse(Refusal::UnknownEndMode, name);
 	if (!request.isRefused())
-		request.dock.chooseEndMode(*mode);
+		request.queue.chooseEndMode(*mode);
 }
 
 void bringBackReplacedQueue(Request &request)
 {
-	if (request.dock.canBringBack())
-		request.dock.bringBackReplaced();
+	if (request.queue.canBringBack())
+		request.queue.bringBackReplaced();
 	else
 		request.refuse(Refusal::NothingToBringBack);
 }
 
 void givePlaylistBack(Request &request)
 {
-	if (request.dock.canGiveBack())
-		request.dock.restoreSource();
+	if (request.queue.canRestore())
+		request.queue.restoreSource();
 	else
 		request.refuse(Refusal::NothingToGiveBack);
 }

@@ -57,8 +57,9 @@ Response refusalResponse(Refusal refusal, const QString &detail)
 	};
 }
 
-Request::Request(Reelhouse &dock_, MediaFollower &media_, TagReader &tagReader_, obs_data_t *data_, qint64 revision_)
-	: dock(dock_), media(media_), tagReader(tagReader_), revision(revision_), data(data_)
+Request::Request(QueueControl &queue_, MediaFollower &media_, TagReader &tagReader_, obs_data_t *data_,
+		 qint64 revision_)
+	: queue(queue_), media(media_), tagReader(tagReader_), revision(revision_), data(data_)
 {}
 
 bool Request::has(const char *key) const

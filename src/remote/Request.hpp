@@ -8,7 +8,7 @@
 #include <memory>
 #include <optional>
 
-#include "dock/Reelhouse.hpp"
+#include "dock/QueueControl.hpp"
 #include "media/tags.hpp"
 #include "remote/MediaFollower.hpp"
 
@@ -50,9 +50,9 @@ Response refusalResponse(Refusal refusal, const QString &detail = QString());
 // has another type refuses the request and reads as an empty value; the first refusal stands.
 class Request {
 public:
-	Request(Reelhouse &dock, MediaFollower &media, TagReader &tagReader, obs_data_t *data, qint64 revision);
+	Request(QueueControl &queue, MediaFollower &media, TagReader &tagReader, obs_data_t *data, qint64 revision);
 
-	Reelhouse &dock;
+	QueueControl &queue;
 	MediaFollower &media;
 	TagReader &tagReader;
 	const qint64 revision;

@@ -19,11 +19,11 @@ const char *endModeName(int mode)
 	return endModes.at(mode);
 }
 
-std::optional<Reelhouse::EndMode> endModeNamed(const QString &name)
+std::optional<EndMode> endModeNamed(const QString &name)
 {
 	for (size_t mode = 0; mode < endModes.size(); mode++) {
 		if (name == QLatin1String(endModes[mode]))
-			return static_cast<Reelhouse::EndMode>(mode);
+			return static_cast<EndMode>(mode);
 	}
 	return std::nullopt;
 }
@@ -56,7 +56,7 @@ void setSource(obs_data_t *data, obs_source_t *source)
 	obs_data_set_string(data, "sourceUuid", source ? obs_source_get_uuid(source) : "");
 }
 
-void setTrack(obs_data_t *data, qsizetype index, const Reelhouse::Track &track)
+void setTrack(obs_data_t *data, qsizetype index, const Track &track)
 {
 	obs_data_set_int(data, "index", index);
 	setText(data, "id", track.id);

@@ -5,7 +5,7 @@
 
 #include <optional>
 
-#include "dock/Reelhouse.hpp"
+#include "dock/QueueControl.hpp"
 #include "dock/paths.hpp"
 #include "media/tags.hpp"
 
@@ -14,7 +14,7 @@ namespace reelhouse {
 // How requests and events spell what the dock knows. Any thread.
 
 const char *endModeName(int mode);
-std::optional<Reelhouse::EndMode> endModeNamed(const QString &name);
+std::optional<EndMode> endModeNamed(const QString &name);
 
 // As the WebSocket plug-in's own requests name the states.
 const char *mediaStateName(obs_media_state state);
@@ -22,7 +22,7 @@ const char *mediaStateName(obs_media_state state);
 // sourceName and sourceUuid, both empty for a null source.
 void setSource(obs_data_t *data, obs_source_t *source);
 // index, id, path and label.
-void setTrack(obs_data_t *data, qsizetype index, const Reelhouse::Track &track);
+void setTrack(obs_data_t *data, qsizetype index, const Track &track);
 // title, artist and durationMs, each where it is known.
 void setTags(obs_data_t *data, const Tags &tags);
 

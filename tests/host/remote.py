@@ -1,15 +1,17 @@
 """The dock from outside: requests and events through OBS's WebSocket plug-in, while the dock is on screen."""
 
 import os
-import threading
 from collections import Counter
+from concurrent.futures import ThreadPoolExecutor
+from contextlib import suppress
+from itertools import cycle
 
 from websockets.exceptions import ConnectionClosed
 
 import obs_config
 from obs_config import SOURCE, scene, vlc_source
 from obs_host import CONTENT, VENDOR, VENDOR_EVENTS, Client, Obs, wait_for, xdotool
-from show import MARK, done, expect, items, paths_in, playing, program, queue_of, soon
+from show import done, expect, items, paths_in, playing, queue_of, soon
 
 CONNECTIONS = 4
 REQUESTS_EACH = 500
@@ -18,197 +20,155 @@ FLOODS = 5
 ON_THEIR_WAY = 50 // FLOODS  # of each flood
 
 
+def state(name):
+    return f"OBS_MEDIA_STATE_{name}"
+
+
 class Listener(Client):
-    """Hears the dock's events alone."""
+    """Knows of the dock what its events tell, and nothing else."""
 
     def __init__(self, port):
         super().__init__(port, events=VENDOR_EVENTS)
 
-    def hear(self):
-        """All events so far, in the order of what they tell of: two at once may pass each other on their way."""
+    def hear(self, event):
+        """What such events have told so far, in order: two at once may pass each other on their way."""
         try:
             self.receive(-1, timeout=0.05)
         except TimeoutError:
             pass
-        return sorted(self.events, key=lambda event: event["eventData"]["revision"])
+        told = [one["eventData"] for one in self.events if one["eventType"] == event]
+        return sorted(told, key=lambda data: data["revision"])
 
-    def expect(self, what, *wanted):
-        """Waits for exactly these events, each a name and some of its data, and forgets them."""
-        wait_for(f"{what} is told", lambda: len(self.hear()) >= len(wanted), 20)
-        heard = [(event["eventType"], {key: event["eventData"][key] for key in data}) for event, (_, data)
-                 in zip(self.hear(), wanted, strict=False)]
-        expect(f"the events when {what}", heard, list(wanted))
-        expect(f"more events when {what}", self.hear()[len(wanted):], [])
-        self.events.clear()
-
-
-def queue_changed(total):
-    return "QueueChanged", {"total": total, "sourceName": SOURCE}
+    def expect(self, what, event, **wanted):
+        """Waits until this is what the latest such event tells."""
+        def latest():
+            told = self.hear(event)[-1:]
+            return {key: told[0].get(key) for key in wanted} if told else None
+        soon(f"{event} when {what}", latest, wanted, 20)
 
 
-def current_changed(index, path):
-    return "CurrentTrackChanged", {"index": index, "label": path.name, "path": str(path)}
-
-
-def show_by_requests(show, obs, listener, clips):
-    """A queue of three is built, edited and run to its end by requests, and the dock shows the same."""
+def run_by_commands(show, obs, listener, clips):
+    """A show of tagged media is run by plain commands and followed by events alone."""
     client = obs.client
-
-    def queue(what, *wanted):
-        names = [clip.name for clip in wanted]
-        soon(f"{what}: the list", lambda: queue_of(obs), names)
-        expect(f"{what}: the record", paths_in(obs.record(SOURCE)), names)
-        expect(f"{what}: the queue", [track["label"] for track in done(client, "GetQueue")["tracks"]], names)
-
-    one, two, three = clips
-    expect("the sources", done(client, "GetSources")["sources"],
-           [{"sourceName": SOURCE, "sourceUuid": show.source["uuid"], "label": f"Film · {SOURCE}", "selected": False}])
-    expect("without a source", client.dock("GetQueue")["error"], "noSource")
+    one, two, broken = clips
+    expect("a request without a source", client.dock("Play")["error"], "noSource")
     done(client, "SelectSource", sourceName=SOURCE)
-    soon("the source is chosen on screen", lambda: obs.widget("sourceSelector").name, f"Film · {SOURCE}")
-    listener.expect("a source is chosen", queue_changed(0))
-
-    for clip in (one, three):
-        ids = done(client, "AddTracks", paths=items("path", [clip]))["ids"]
-    queue("adding", one, three)
-    listener.expect("two tracks are added at once", queue_changed(2))
-    done(client, "AddTracks", paths=items("path", [two]), position=0)
-    queue("adding at the top", two, one, three)
-    listener.expect("a track is added", queue_changed(3))
-
+    listener.expect("a source is chosen", "QueueChanged", sourceName=SOURCE)
+    expect("an empty queue", client.dock("Play")["error"], "emptyQueue")
+    done(client, "AddTracks", paths=items("path", clips))
+    listener.expect("tracks are added", "QueueChanged", total=3)
     done(client, "SetEndMode", endMode="next")
-    soon("the end mode on screen", lambda: obs.widget("endMode").name, "Play Next")
-    listener.expect("the end mode changes", ("EndModeChanged", {"endMode": "next", "sourceName": SOURCE}))
-    expect("the program scene", program(obs), "Talk")
-    done(client, "PlayTrack", index=1, switchScene=True)
-    wait_for("a track plays", lambda: playing(obs, one), 15)
-    soon("it brings its scene", lambda: program(obs), "Film")
-    expect("the marked row", obs.labels(), [two.name, MARK + one.name, three.name])
-    listener.expect("it plays", current_changed(1, one))
-    done(client, "TogglePlay")
-    soon("it pauses", lambda: done(client, "GetQueue")["mediaState"], "OBS_MEDIA_STATE_PAUSED")
+    listener.expect("the end mode is set", "EndModeChanged", endMode="next")
 
-    done(client, "MoveTrack", id=ids[0]["id"], index=0)
-    queue("moving", three, two, one)
-    listener.expect("a track is moved", queue_changed(3))
-    expect("the removal", done(client, "RemoveTracks", ids=ids)["count"], 1)
-    queue("removing", two, one)
-    listener.expect("a track is removed", queue_changed(2))
-    expect("the undo", done(client, "UndoRemove")["count"], 1)
-    queue("undoing", three, two, one)
-    listener.expect("the removal is undone", queue_changed(3))
-    expect("the source throughout", done(client, "GetQueue")["mediaState"], "OBS_MEDIA_STATE_PAUSED")
-
+    answer = done(client, "Play")
+    expect("what Play has asked for", (answer["currentIndex"], answer["mediaState"]), (0, state("PLAYING")))
+    listener.expect("the first plays, whose file has been read", "CurrentTrackChanged", index=0, path=str(one),
+                    id=answer["currentId"], title="One & <b>only</b>", artist="أغنية", mediaState=state("PLAYING"))
+    listener.expect("it plays", "MediaStateChanged", mediaState=state("PLAYING"))
+    # Twice each, without a look in between: the second has nothing to do, and must not undo the first.
+    for request, reached in (("Pause", "PAUSED"), ("Resume", "PLAYING")):
+        for _ in range(2):
+            expect(f"what {request} has asked for", done(client, request)["mediaState"], state(reached))
+        listener.expect(request, "MediaStateChanged", mediaState=state(reached))
     done(client, "PlayNext")
-    listener.expect("next wraps", current_changed(0, three))
-    wait_for("the first plays", lambda: playing(obs, three), 15)
-    listener.expect("it ends", current_changed(1, two))
-    listener.expect("the next ends", current_changed(2, one))
-    soon("it stops after the last", lambda: obs.playlist(SOURCE), [], 15)
-    answer = done(client, "GetQueue", offset=2, limit=1)
-    labels = [track["label"] for track in answer["tracks"]]
-    expect("the queue at its end", (answer["total"], answer["currentIndex"], labels), (3, 2, [one.name]))
-    done(client, "GivePlaylistBack")
-    expect("the source's playlist", obs.playlist(SOURCE), [str(clip) for clip in (three, two, one)])
-    listener.expect("the playlist is given back", ("CurrentTrackChanged", {"index": -1, "label": "", "id": ""}))
+    listener.expect("the next is played", "CurrentTrackChanged", index=1, title="Two", artist=None)
+    answer = done(client, "GetQueue", offset=1, limit=1, tags=True)
+    expect("the rest of the page", answer["remainingMs"] <= answer["tracks"][0]["durationMs"], True)
+    listener.expect("it ends, and the last is no media", "TrackFailed", index=2, reason="neverPlayed")
+    soon("all states", lambda: [data["mediaState"] for data in listener.hear("MediaStateChanged")],
+           [state(name) for name in ("PLAYING", "PAUSED", "PLAYING", "ENDED", "ENDED")])
+    broken.unlink()
+    expect("a file that went", client.dock("Play")["error"], "fileMissing")
+    gone = done(client, "GetQueue", offset=2)["tracks"]
+    expect("it is missing", gone[0].get("missing"), True)
+    done(client, "RemoveTracks", ids=gone)
+
+    done(client, "PlayTrack", index=0)
+    wait_for("the first plays", lambda: playing(obs, one), 15)
+    expect("what Stop has asked for", done(client, "Stop")["mediaState"], state("STOPPED"))
+    listener.expect("it stops", "MediaStateChanged", mediaState=state("STOPPED"))
+    obs.request("SetInputName", inputName=SOURCE, newInputName="Other")
+    listener.expect("the source is renamed", "SourceChanged", sourceName="Other")
+    before = done(client, "GetQueue")
+    expect("a page for another source", client.dock("PlayNext", sourceName=SOURCE)["error"], "otherSource")
+    expect("nothing is done", done(client, "GetQueue", sourceName="Other"), before)
+    obs.request("SetInputName", inputName="Other", newInputName=SOURCE)
+    listener.expect("it has its name back", "SourceChanged", sourceName=SOURCE)
 
 
-def refusals(obs, listener):
-    """What is refused is refused in words, and nothing is done."""
-    before = obs.record(SOURCE)
-    for request, data, error in (
-            ("AddTracks", {"paths": ["/m/a.mp4"]}, "emptyList"),  # which is all that arrives of a list of bare texts
-            ("PlayTrack", {"index": "1"}, "wrongType"),
-            ("MoveTrack", {"id": before["tracks"][0]["id"], "index": -1}, "indexOutOfRange")):
-        answer = obs.client.dock(request, **data)
-        expect(f"{request} {data}", (answer["success"], answer["error"], bool(answer["comment"])), (False, error, True))
-    expect("the record after the refusals", obs.record(SOURCE), before)
-    listener.expect("nothing is done")
+def keep_the_frames(obs):
+    """A batch that OBS runs on the thread that makes the frames is refused there, where a wait would stop the picture."""
+    def lost():
+        return obs.request("GetStats")["renderSkippedFrames"]
+    before = lost()
+    request = {"requestType": "CallVendorRequest", "requestData": {"vendorName": VENDOR, "requestType": "GetQueue"}}
+    obs.client.send(8, {"requestId": "batch", "executionType": 1, "requests": [request] * 20})
+    results = obs.client.receive(9)["results"]
+    expect("the answers", {one["responseData"]["responseData"]["error"] for one in results}, {"graphicsThread"})
+    print(f"{lost() - before} frames lost", flush=True)
+    expect("fewer frames lost than a single wait costs", lost() - before < 30, True)
 
 
-class Worker(threading.Thread):
-    """Adds, moves, looks and removes tracks of its own over a connection of its own."""
-
-    def __init__(self, show, number):
-        super().__init__()
-        self.client = Client(show.port)
-        self.files = [show.folder / f"{number}-{i}.mp4" for i in range(REQUESTS_EACH // 4)]
-        for file in self.files:
-            os.link(show.clips[0], file)
-        self.kept = []
-        self.error = None
-
-    def run(self):
-        try:
-            for i, file in enumerate(self.files):
-                track = done(self.client, "AddTracks", paths=items("path", [file]))["ids"]
-                done(self.client, "MoveTrack", id=track[0]["id"], index=i % 3)
-                done(self.client, "GetQueue", limit=5)
-                if i % 4:
-                    expect("the removal", done(self.client, "RemoveTracks", ids=track)["count"], 1)
-                else:
-                    self.kept.append(file.name)
-                    done(self.client, "PlayNext")
-        except Exception as error:
-            self.error = error
+def work(show, number):
+    """Adds, moves, looks and removes over a connection of its own; the names of the tracks that it leaves."""
+    client = Client(show.port)
+    kept = []
+    for i in range(REQUESTS_EACH // 4):
+        file = show.folder / f"{number}-{i}.mp4"
+        os.link(show.clips[0], file)
+        track = done(client, "AddTracks", paths=items("path", [file]))["ids"]
+        done(client, "MoveTrack", id=track[0]["id"], index=i % 3)
+        done(client, "GetQueue", limit=5)
+        if i % 4:
+            expect("the removal", done(client, "RemoveTracks", ids=track)["count"], 1)
+        else:
+            kept.append(file.name)
+            done(client, "PlayNext")
+    return kept
 
 
 def many_hands(show, obs, listener):
     """Requests from four connections at once against the user's own clicks: each is done once."""
     done(obs.client, "SetEndMode", endMode="stop")
     before = paths_in(obs.record(SOURCE))
-    workers = [Worker(show, number) for number in range(CONNECTIONS)]
+    listener.events.clear()
     # Now, because a busy OBS is slow to say where its widgets are.
     xdotool("mousemove", "--sync", *obs.widget("next").point())
-    for worker in workers:
-        worker.start()
     clicks = 0
-    while any(worker.is_alive() for worker in workers):
-        xdotool("click", "--repeat", 5, "--delay", 60, 1)
-        clicks += 5
-    for worker in workers:
-        worker.join()
-        if worker.error:
-            raise worker.error
+    with ThreadPoolExecutor() as pool:
+        workers = [pool.submit(work, show, number) for number in range(CONNECTIONS)]
+        while not all(worker.done() for worker in workers):
+            xdotool("click", "--repeat", 5, "--delay", 60, 1)
+            clicks += 5
+    kept = [name for worker in workers for name in worker.result()]
     expect("enough clicks", clicks >= 20, True)
-    wanted = Counter(before + [name for worker in workers for name in worker.kept])
+    wanted = Counter(before + kept)
     soon("the tracks on screen", lambda: Counter(queue_of(obs)), wanted, 30)
     expect("the tracks in the record", Counter(paths_in(obs.record(SOURCE))), wanted)
 
-    steps = clicks + sum(len(worker.kept) for worker in workers)
-    soon("each step is told once", lambda: sum(
-        event["eventType"] == "CurrentTrackChanged" and event["eventData"]["index"] >= 0 for event in listener.hear()),
-        steps, 30)
-    wait_for("the last state is told", lambda: listener.hear()[-1]["eventData"]["revision"] ==
-             done(obs.client, "GetQueue")["revision"], 5)
-    revisions = [event["eventData"]["revision"] for event in listener.hear()]
+    def steps():
+        # An event is told again once its track's file has been read.
+        ids = [data["id"] for data in listener.hear("CurrentTrackChanged")]
+        return sum(after not in ("", before) for before, after in zip(["", *ids], ids, strict=False))
+    soon("each step is told", steps, clicks + len(kept), 30)
+    revisions = [event["eventData"]["revision"] for event in listener.events]
     expect("revisions told twice", len(revisions) - len(set(revisions)), 0)
-    listener.events.clear()
     print(f"{CONNECTIONS * REQUESTS_EACH} requests and {clicks} clicks", flush=True)
 
 
-class Flood(threading.Thread):
-    """Keeps requests on their way over one connection until OBS ends it."""
-
-    def __init__(self, port, answers):
-        super().__init__()
-        self.client = Client(port)
-        self.answers = answers
-
-    def run(self):
-        requests = [("AddTracks", {"paths": items("path", ["/m/a.mp4"])}), ("GetQueue", {}), ("PlayNext", {}),
-                    ("SetEndMode", {"endMode": "repeat"}), ("Stop", {})]
-        try:
-            for i in range(10 ** 6):
-                request, data = requests[i % len(requests)]
-                self.client.ask("CallVendorRequest", vendorName=VENDOR, requestType=request, requestData=data)
-                if i >= ON_THEIR_WAY:
-                    answer = self.client.receive(7)
-                    # OBS's own refusal has no answer of ours.
-                    ours = answer.get("responseData", {"responseData": {"error": "not ready"}})["responseData"]
-                    self.answers[ours.get("error", "success")] += 1
-        except ConnectionClosed:
-            pass
+def flood(port):
+    """Keeps requests on their way over one connection until OBS ends it; counts the answers."""
+    client, answers = Client(port), Counter()
+    requests = [("AddTracks", {"paths": items("path", ["/m/a.mp4"])}), ("GetQueue", {}), ("PlayNext", {}),
+                ("SetEndMode", {"endMode": "repeat"}), ("Stop", {})]
+    with suppress(ConnectionClosed):
+        for i, (request, data) in enumerate(cycle(requests)):
+            client.ask("CallVendorRequest", vendorName=VENDOR, requestType=request, requestData=data)
+            if i >= ON_THEIR_WAY:
+                # OBS's own refusal has no answer of ours.
+                answer = client.receive(7).get("responseData", {"responseData": {"error": "not ready"}})
+                answers[answer["responseData"].get("error", "success")] += 1
+    return answers
 
 
 def exits(show):
@@ -217,19 +177,18 @@ def exits(show):
     for _ in range(EXITS):
         obs = show.start()
         done(obs.client, "SelectSource", sourceName=SOURCE)
-        floods = [Flood(show.port, answers) for _ in range(FLOODS)]
-        for flood in floods:
-            flood.start()
-        show.end()
-        for flood in floods:
-            flood.join()
+        with ThreadPoolExecutor() as pool:
+            floods = [pool.submit(flood, show.port) for _ in range(FLOODS)]
+            show.end()
+        for one in floods:
+            answers += one.result()
     print(f"{EXITS} exits over requests: {dict(answers)}", flush=True)
     expect("other answers", set(answers) - {"success", "unavailable", "not ready", "fileMissing", "emptyQueue"}, set())
 
 
 def without_the_plugin(show):
     """The dock where the WebSocket plug-in does not load."""
-    source = vlc_source(show.clips)
+    source = vlc_source(show.clips[:2])
     obs_config.write_collection(show.home, [scene("Film", source)], [source])
     obs_config.remember_source(show.home, source)
     config = show.home / ".config/obs-studio/plugin_config/obs-websocket"
@@ -246,14 +205,16 @@ def without_the_plugin(show):
 
 
 def run(show):
-    show.clips = [show.clip(f"{name}.mp4", 4) for name in ("one", "two", "three")]
+    show.clips = [show.clip("one.mp4", 4, title="One & <b>only</b>", artist="أغنية"), show.clip("two.mp4", 4, title="Two"),
+                  show.folder / "broken.mp4"]
+    show.clips[2].write_text("This is no media.")
     show.source = vlc_source([])
-    obs_config.write_collection(show.home, [scene("Talk"), scene("Film", show.source)], [show.source])
+    obs_config.write_collection(show.home, [scene("Film", show.source)], [show.source])
     obs = show.start()
     wait_for("the dock is shown", lambda: obs.widget(CONTENT).showing)
     listener = Listener(show.port)
-    show_by_requests(show, obs, listener, show.clips)
-    refusals(obs, listener)
+    run_by_commands(show, obs, listener, show.clips)
+    keep_the_frames(obs)
     many_hands(show, obs, listener)
     listener.socket.close()
     show.end()

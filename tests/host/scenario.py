@@ -8,6 +8,7 @@ import sys
 import faults
 import neighbours
 import obs_config
+import overlay
 import package
 import remote
 from obs_config import SOURCE, scene, vlc_source
@@ -235,7 +236,7 @@ def refusal(show):
 
 
 SCENARIOS = {"queue": queue, "stream": stream, "keyboard": keyboard, "refusal": refusal, "neighbours": neighbours.run,
-             "faults": faults.run, "remote": remote.run, "package-deb": package.run_deb,
+             "faults": faults.run, "remote": remote.run, "overlay": overlay.run, "package-deb": package.run_deb,
              "package-archive": package.run_archive}
 
 

@@ -105,7 +105,6 @@ void logErrors(int level, const char *format, va_list arguments, void *)
 void (*passTime)(int ms) = [](int ms) {
 	QTest::qWait(ms);
 };
-std::atomic<quint64> progress = 0;
 
 void Frontend::send(obs_frontend_event event) const
 {
@@ -212,7 +211,6 @@ void obs_source_media_set_time(obs_source_t *source, int64_t ms)
 
 Host::Host() : frontend(std::make_unique<Frontend>())
 {
-	progress++;
 	active = frontend.get();
 	base_set_log_handler(logErrors, nullptr);
 	EXPECT_TRUE(obs_startup("en-US", QFile::encodeName(folder.filePath(u"config"_s)).constData(), nullptr));
@@ -334,34 +332,9 @@ void Host::play(int row)
 	QTest::mouseDClick(list()->viewport(), Qt::LeftButton, {}, rect.center());
 }
 
-void Host::playThrough(obs_source_t *source, int row)
-{
-	play(row);
-	sendStopped(source);
-	media(source) = {OBS_MEDIA_STATE_PLAYING, 500, 4000};
-	waitForTicks(3);
-}
-
-QStringList Host::shownLabels() const
-{
-	QStringList texts;
-	for (int i = 0; i < list()->count(); i++) {
-		if (!list()->isRowHidden(i))
-			texts.append(list()->item(i)->text());
-	}
-	return texts;
-}
-
 void Host::search(const QString &text)
 {
 	child<QLineEdit>("search")->setText(text);
-}
-
-void Host::selectRows(std::initializer_list<int> rows) const
-{
-	list()->clearSelection();
-	for (int row : rows)
-		list()->setCurrentRow(row, QItemSelectionModel::Select);
 }
 
 QString Host::uuidOf(obs_source_t *source)
@@ -375,10 +348,10 @@ QJsonObject Host::settingsOf(obs_source_t *source)
 	return QJsonDocument::fromJson(obs_data_get_json(settings)).object();
 }
 
-QJsonObject Host::recordOf(obs_source_t *source)
+QJsonObject Host::recordOf(obs_source_t *source, const char *key)
 {
 	OBSDataAutoRelease settings = obs_source_get_private_settings(source);
-	return QJsonDocument::fromJson(obs_data_get_json(settings)).object()["OBS-Reelhouse"_L1].toObject();
+	return QJsonDocument::fromJson(obs_data_get_json(settings)).object()[QLatin1String(key)].toObject();
 }
 
 QStringList Host::valuesIn(const QJsonObject &object, const char *key)
@@ -398,14 +371,4 @@ bool Host::waitFor(const std::function<bool()> &condition)
 		passTime(10);
 	}
 	return true;
-}
-
-void Host::waitForTicks(int count)
-{
-	// Each tick that finds the source sets the time label's description anew.
-	auto *label = child<QWidget>("playbackTime");
-	for (int i = 0; i < count; i++) {
-		label->setAccessibleDescription(QString());
-		ASSERT_TRUE(waitFor([label] { return !label->accessibleDescription().isEmpty(); }));
-	}
 }

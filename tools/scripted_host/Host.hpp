@@ -8,7 +8,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <atomic>
 #include <functional>
 #include <vector>
 
@@ -50,9 +49,6 @@ struct Media {
 // How a test waits.
 extern void (*passTime)(int ms);
 
-// A sign of life: main() ends a run in which this stands still, with every thread's stack.
-extern std::atomic<quint64> progress;
-
 // The built module in real libobs, with a frontend and a VLC source type of our making. libobs runs no video here, so
 // media actions stay queued and a test says itself when the source has stopped.
 class Host : public testing::Test {
@@ -80,8 +76,6 @@ protected:
 	void show(obs_source_t *source);
 	void choose(obs_source_t *source);
 	void play(int row);
-	// Plays a row through both phases until the dock takes the track for playing.
-	void playThrough(obs_source_t *source, int row);
 
 	template <typename Widget> Widget *child(const char *name) const
 	{
@@ -90,19 +84,15 @@ protected:
 	QListWidget *list() const { return child<QListWidget>("playlist"); }
 	QString idAt(int row) const { return list()->item(row)->data(Qt::UserRole).toString(); }
 	QString pathAt(int row) const { return list()->item(row)->data(Qt::UserRole + 1).toString(); }
-	QStringList shownLabels() const;
 	QAction *action(const char *name) const { return child<QAction>(name); }
 	void search(const QString &text);
-	void selectRows(std::initializer_list<int> rows) const;
 
 	static QString uuidOf(obs_source_t *source);
 	static QJsonObject settingsOf(obs_source_t *source);
-	static QJsonObject recordOf(obs_source_t *source);
+	static QJsonObject recordOf(obs_source_t *source, const char *key = "OBS-Reelhouse");
 	static QStringList valuesIn(const QJsonObject &object, const char *key);
 
 	static bool waitFor(const std::function<bool()> &condition);
-	// Returns once the poll has run at least this often since.
-	void waitForTicks(int count);
 
 	QTemporaryDir folder;
 	std::unique_ptr<Frontend> frontend;

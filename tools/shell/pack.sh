@@ -27,8 +27,11 @@ warn_of_other_host() {
 	for file in "$@"; do
 		[[ $file =~ -obs([0-9.]+)-qt([0-9.]+)- ]] || continue
 		obs=${BASH_REMATCH[1]} qt=${BASH_REMATCH[2]}
-		here_obs=$(candidate obs-studio) here_qt=$(candidate libqt6core6t64)
+		here_obs=$(candidate obs-studio)
+		# As Debian called it before and since its times of 64 bits.
+		here_qt=$(candidate libqt6core6t64)
+		[[ -n $here_qt ]] || here_qt=$(candidate libqt6core6)
 		[[ $here_obs == "$obs" && $here_qt == "$qt" ]] || say "Warning: these packages are for OBS $obs with Qt $qt." \
-			"This system offers OBS ${here_obs:-of no version} with Qt ${here_qt:-of no version} and cannot use them."
+			"This system offers OBS ${here_obs:-none} and Qt ${here_qt:-none}, and cannot use them."
 	done
 }

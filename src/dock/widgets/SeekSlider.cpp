@@ -44,19 +44,24 @@ void SeekSlider::mousePressEvent(QMouseEvent *event)
 }
 
 // Before the base class moves the slider, which asks whether a key is down. X11 repeats a held key by pairs of release and
-// press, which Qt marks.
+// press at the same moment, of which Qt does not always mark both.
 void SeekSlider::keyPressEvent(QKeyEvent *event)
 {
-	if (!event->isAutoRepeat())
-		keysDown.insert(event->key());
+	const bool goesOn = event->timestamp() != 0 && event->timestamp() == releasedAt && event->key() == releasedKey;
+	if (!event->isAutoRepeat() || goesOn)
+		pressKey(event->key());
 	QSlider::keyPressEvent(event);
 }
 
 void SeekSlider::keyReleaseEvent(QKeyEvent *event)
 {
 	QSlider::keyReleaseEvent(event);
-	if (!event->isAutoRepeat() && keysDown.remove(event->key()) && keysDown.isEmpty())
-		Q_EMIT keysReleased();
+	if (event->isAutoRepeat() || !keysDown.remove(event->key()))
+		return;
+	releasedKey = event->key();
+	releasedAt = event->timestamp();
+	if (!isKeyDown())
+		Q_EMIT keyDownChanged(false);
 }
 
 void SeekSlider::focusOutEvent(QFocusEvent *event)
@@ -66,10 +71,19 @@ void SeekSlider::focusOutEvent(QFocusEvent *event)
 		releaseKeys();
 }
 
+void SeekSlider::pressKey(int key)
+{
+	const bool wasDown = isKeyDown();
+	keysDown.insert(key);
+	if (!wasDown)
+		Q_EMIT keyDownChanged(true);
+}
+
 void SeekSlider::releaseKeys()
 {
 	keysDown.clear();
-	Q_EMIT keysReleased();
+	releasedKey = 0;
+	Q_EMIT keyDownChanged(false);
 }
 
 void SeekSlider::paintEvent(QPaintEvent *event)

@@ -19,8 +19,8 @@ public:
 	bool isKeyDown() const { return !keysDown.isEmpty(); }
 
 Q_SIGNALS:
-	// The last of these keys was let go of, or the focus was lost.
-	void keysReleased();
+	// The first of these keys went down, or the last one was let go of or lost with the focus.
+	void keyDownChanged(bool down);
 
 protected:
 	void mousePressEvent(QMouseEvent *event) override;
@@ -31,9 +31,12 @@ protected:
 
 private:
 	QRect part(QStyle::SubControl control) const;
+	void pressKey(int key);
 	void releaseKeys();
 
 	QSet<int> keysDown;
+	int releasedKey = 0;    // the last one
+	quint64 releasedAt = 0; // in ms of the window system
 };
 
 } // namespace reelhouse

@@ -2,6 +2,7 @@
 #include "dock/widgets/TrackListWidget.hpp"
 
 #include <QDropEvent>
+#include <QFile>
 #include <QIcon>
 #include <QPainter>
 
@@ -91,17 +92,16 @@ void TrackListWidget::paintEmptyText()
 	}
 
 	const bool dark = palette().color(QPalette::Text).lightness() > palette().color(QPalette::Base).lightness();
-	const QIcon icon(dark ? u"theme:Dark/no_sources.svg"_s : u":res/images/no_sources.svg"_s);
+	const QString iconFile = dark ? u"theme:Dark/no_sources.svg"_s : u":res/images/no_sources.svg"_s;
 	const int iconHeight = emptyIconSize.height() + emptyIconGap;
-	const bool withIcon = textRect.height() + iconHeight <= area.height() &&
-			      !icon.pixmap(emptyIconSize, devicePixelRatioF()).isNull();
+	const bool withIcon = textRect.height() + iconHeight <= area.height() && QFile::exists(iconFile);
 	const int height = textRect.height() + (withIcon ? iconHeight : 0);
 	textRect.moveTo(area.left(), area.center().y() - height / 2 + height - textRect.height());
 	if (withIcon) {
 		QRect iconRect(QPoint(), emptyIconSize);
 		iconRect.moveCenter(area.center());
 		iconRect.moveTop(textRect.top() - iconHeight);
-		icon.paint(&painter, iconRect);
+		QIcon(iconFile).paint(&painter, iconRect);
 	}
 	painter.drawText(textRect, flags, emptyText);
 }

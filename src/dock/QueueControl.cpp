@@ -1,0 +1,177 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "dock/QueueControl.hpp"
+
+#include <QComboBox>
+
+#include "dock/Reelhouse.hpp"
+#include "dock/widgets/TrackListWidget.hpp"
+
+namespace reelhouse {
+
+QueueControl::QueueControl(Reelhouse *dock_) : QObject(dock_), dock(dock_) {}
+
+bool QueueControl::isActive() const
+{
+	return dock->isActive();
+}
+
+OBSSourceAutoRelease QueueControl::lockSource() const
+{
+	return dock->lockSource();
+}
+
+QList<QueueControl::ListedSource> QueueControl::listSources()
+{
+	dock->refreshSources();
+	QList<ListedSource> listed;
+	for (int i = 1; i < dock->sourceSelector->count(); i++)
+		listed.append({dock->sourceSelector->itemText(i), dock->sourceSelector->itemData(i).toString()});
+	return listed;
+}
+
+bool QueueControl::selectSource(const QString &uuid)
+{
+	dock->refreshSources();
+	const int index = dock->sourceSelector->findData(uuid);
+	if (index >= 0)
+		dock->sourceSelector->setCurrentIndex(index);
+	return index >= 0;
+}
+
+const QList<Track> &QueueControl::tracks() const
+{
+	return dock->tracks;
+}
+
+const QSet<QString> &QueueControl::refusedTracks() const
+{
+	return dock->refusedIds;
+}
+
+const QString &QueueControl::currentId() const
+{
+	return dock->currentId;
+}
+
+int QueueControl::currentIndex() const
+{
+	return dock->currentIndex();
+}
+
+EndMode QueueControl::endMode() const
+{
+	return static_cast<EndMode>(dock->endMode);
+}
+
+void QueueControl::chooseEndMode(EndMode mode)
+{
+	dock->endModeSelector->setCurrentIndex(dock->endModeSelector->findData(mode));
+}
+
+TagReader &QueueControl::tagReader() const
+{
+	return *dock->tagReader;
+}
+
+bool QueueControl::isSwitching() const
+{
+	return dock->switchPending;
+}
+
+bool QueueControl::playTrack(const QString &id, bool withSceneSwitch)
+{
+	return dock->playTrack(id, withSceneSwitch);
+}
+
+bool QueueControl::playRelative(int delta)
+{
+	return dock->playRelative(delta);
+}
+
+void QueueControl::stopPlayback()
+{
+	dock->stopPlayback();
+}
+
+QList<QString> QueueControl::insertFiles(const QList<QString> &paths, qsizetype position)
+{
+	const Reelhouse::Operation operation(dock);
+	const QList<QString> ids = dock->insertTracks(paths, position);
+	if (ids.isEmpty())
+		return ids;
+	dock->showQuietly();
+	dock->storeQueue();
+	dock->clearError();
+	return ids;
+}
+
+qsizetype QueueControl::removeTracks(const QSet<QString> &ids)
+{
+	return dock->takeTracks(ids, [this] { dock->showQuietly(); });
+}
+
+bool QueueControl::canUndoRemove() const
+{
+	return !dock->removed.isEmpty();
+}
+
+qsizetype QueueControl::undoRemove()
+{
+	const Reelhouse::Operation operation(dock);
+	const qsizetype count = dock->removed.size();
+	if (dock->putTracksBack().isEmpty())
+		return 0;
+	dock->showQuietly();
+	dock->storeQueue();
+	dock->clearError();
+	return count;
+}
+
+void QueueControl::moveTrack(const QString &id, int index)
+{
+	const Reelhouse::Operation operation(dock);
+	TrackListWidget *list = dock->playlistWidget;
+	const QListWidgetItem *row = dock->findRow(id, false);
+	if (!OBSSourceAutoRelease(dock->lockActive()) || !row || index < 0 || index >= list->count())
+		return;
+	dock->reordering = true;
+	const int from = list->row(row);
+	list->model()->moveRow({}, from, {}, index > from ? index + 1 : index);
+	dock->reordering = false;
+	dock->orderChanged();
+	// Another row has the number that is looked for.
+	if (dock->searchText().startsWith(u'#'))
+		dock->filterList();
+}
+
+bool QueueControl::canRestore() const
+{
+	return dock->canRestore();
+}
+
+void QueueControl::restoreSource()
+{
+	dock->restoreSource();
+}
+
+bool QueueControl::canBringBack() const
+{
+	return dock->canBringBack();
+}
+
+void QueueControl::bringBackReplaced()
+{
+	dock->bringBackReplaced();
+}
+
+void QueueControl::importPlaylist()
+{
+	dock->chooseImport();
+}
+
+void QueueControl::exportPlaylist()
+{
+	dock->chooseExport();
+}
+
+} // namespace reelhouse

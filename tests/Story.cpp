@@ -1,0 +1,250 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "Story.hpp"
+
+#include <QAction>
+#include <QDir>
+#include <QLabel>
+#include <QRegularExpression>
+
+#include <future>
+
+#include "HeldClock.hpp"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString mark = u"▶\uFE0E "_s;
+constexpr char settingsOfS[] = R"({"loop": true, "shuffle": false, "playback_behavior": "pause_unpause"})";
+constexpr char settingsOfT[] = R"({"loop": false, "shuffle": true, "playback_behavior": "pause_unpause"})";
+
+// Whose settings a source has: its own, the dock's, or these.
+QString settingsWord(const QJsonObject &settings, const QString &source)
+{
+	const QString text = u"%1 %2 %3"_s.arg(settings["loop"_L1].toBool())
+				     .arg(settings["shuffle"_L1].toBool())
+				     .arg(settings["playback_behavior"_L1].toString());
+	if (text == u"0 0 always_play")
+		return u"managed"_s;
+	return text == (source == u"S" ? u"1 0 pause_unpause"_s : u"0 1 pause_unpause"_s) ? u"own"_s : text;
+}
+
+} // namespace
+
+Story::Story()
+{
+	addUserSteps();
+	addOthersSteps();
+	addQuestions();
+}
+
+void Story::tell(const char *what, const char *playlist, std::initializer_list<Line> lines)
+{
+	SCOPED_TRACE(what);
+	begin(QString::fromUtf8(playlist));
+	for (const auto &[words, expectedState] : lines) {
+		QString seen;
+		for (const QString &one : QString::fromUtf8(words).split(u"; "_s))
+			seen = step(one);
+		EXPECT_EQ(seen.toStdString(), expectedState) << "after: " << words;
+	}
+}
+
+void Story::begin(const QString &playlist)
+{
+	const bool first = sources.isEmpty();
+	for (const OBSSource &source : std::as_const(sources))
+		obs_source_remove(source);
+	sources.clear();
+	obs_queue_task(OBS_TASK_DESTROY, [](void *) {}, nullptr, true);
+	made.clear();
+	usersQueue.clear();
+	everUsers.clear();
+	handMade = unseenEdit = false;
+	sources[u"S"_s] = makeSource(u"S"_s, paths(playlist.split(u' ', Qt::SkipEmptyParts)), settingsOfS);
+	sources[u"T"_s] = makeSource(u"T"_s, paths({u"X"_s, u"Y"_s}), settingsOfT);
+	if (first) {
+		// The polls fall on full quarters of a second, and on a full second those that look for edits.
+		HeldClock::pass(static_cast<int>(1000 - HeldClock::nowMs() % 1000));
+		show(sources[u"S"_s]);
+		obs_post_load_modules();
+		plugin.onEvent = [this] {
+			if (bound())
+				expectSameEverywhere();
+		};
+		sceneRequests = std::make_unique<QSignalSpy>(frontend->dock, SIGNAL(sceneSwitchRequested(QString)));
+	} else {
+		child<QComboBox>("endMode")->setCurrentIndex(0);
+		search({});
+		frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED);
+		look();
+		choose(sources[u"S"_s]);
+	}
+	QCoreApplication::sendPostedEvents();
+	revision = 0;
+	plugin.events.clear();
+	told.clear();
+	lastTold.clear();
+	frontend->saves = 0;
+}
+
+QString Story::step(const QString &words)
+{
+	const Words parts = words.split(u' ');
+	const auto found = steps.constFind(parts.constFirst());
+	EXPECT_NE(found, steps.cend()) << "no such step: " << words.toStdString();
+	if (found == steps.cend())
+		return {};
+	answer.clear();
+	remember(parts);
+	std::thread libobs;
+	if (racing && bound())
+		libobs = std::thread([source = OBSSource(bound())] { videoTick(source); });
+	(*found)(parts.mid(1));
+	if (libobs.joinable())
+		libobs.join();
+	QCoreApplication::sendPostedEvents();
+	keepPromises(parts);
+	return parts.constFirst().endsWith(u'?') ? answer : state();
+}
+
+QString Story::state()
+{
+	OBSSource source = bound();
+	if (!source)
+		return u"no source"_s;
+	QStringList rows;
+	for (int i = 0; i < list()->count(); i++) {
+		const QListWidgetItem *item = list()->item(i);
+		QString text = named(pathAt(i));
+		if (item->isSelected())
+			text = u'[' + text + u']';
+		if (list()->isRowHidden(i))
+			text = u'(' + text + u')';
+		rows += item->text().startsWith(mark) ? u"▶"_s + text : text;
+	}
+	const QJsonObject record = recordOf(source), settings = settingsOf(source);
+	const QString whose = settingsWord(settings, QString::fromUtf8(obs_source_get_name(source)));
+	QString managed = record["managed"_L1].toBool() ? u"managed"_s : u"own"_s;
+	if (managed != whose)
+		managed += u" ("_s + whose + u')';
+	const QStringList kept = valuesIn(recordOf(source, "OBS-Reelhouse-replaced"), "tracks");
+	QStringList parts = {rows.isEmpty() ? u"∅"_s : rows.join(u' '),
+			     (u"src "_s + named(valuesIn(settings, "playlist")).join(u' ')).trimmed(), managed,
+			     u"kept "_s + (!tool()->isEnabled() ? u"-"_s
+					   : kept.isEmpty()     ? u"∅"_s
+								: named(kept).join(u' '))};
+	if (const int mode = record["endMode"_L1].toInt())
+		parts += mode == 1 ? u"next"_s : u"repeat"_s;
+	if (waits())
+		parts += u"waits"_s;
+	const QStringList done = takeDone(source);
+	if (!done.isEmpty())
+		parts += u"does "_s + done.join(u", "_s);
+	if (!sceneRequests->isEmpty())
+		parts += u"scene"_s;
+	sceneRequests->clear();
+	if (!answer.isEmpty())
+		parts += answer;
+	const auto *message = child<QLabel>("message");
+	if (!message->isHidden())
+		parts += named(message->text());
+	return parts.join(u" | "_s);
+}
+
+QString Story::path(const QString &name)
+{
+	if (name.contains(u"://"_s))
+		return name;
+	const QString file = folder.filePath(name);
+	if (!made.contains(name)) {
+		made.insert(name);
+		QDir().mkpath(file.left(file.lastIndexOf(u'/')));
+		if (!name.endsWith(u'/'))
+			makeFile(name);
+	}
+	return name.endsWith(u'/') ? file.chopped(1) : file;
+}
+
+QStringList Story::paths(const QStringList &names)
+{
+	QStringList all;
+	for (const QString &name : names)
+		all += path(name);
+	return all;
+}
+
+QString Story::named(QString path) const
+{
+	return path.remove(folder.path() + u'/');
+}
+
+QStringList Story::named(const QStringList &paths) const
+{
+	QStringList names = paths;
+	return names.replaceInStrings(folder.path() + u'/', QString());
+}
+
+QListWidgetItem *Story::row(const QString &name) const
+{
+	bool isNumber = false;
+	const int number = name.toInt(&isNumber);
+	if (isNumber)
+		return list()->item(number);
+	const int found = static_cast<int>(named(rowPaths()).indexOf(name));
+	return found < 0 ? nullptr : list()->item(found);
+}
+
+QStringList Story::ids() const
+{
+	QStringList all;
+	for (int i = 0; i < list()->count(); i++)
+		all += idAt(i);
+	return all;
+}
+
+QStringList Story::rowPaths() const
+{
+	QStringList all;
+	for (int i = 0; i < list()->count(); i++)
+		all += pathAt(i);
+	return all;
+}
+
+obs_source_t *Story::bound() const
+{
+	const QString uuid = child<QComboBox>("sourceSelector")->currentData().toString();
+	for (const OBSSource &source : sources) {
+		if (!uuid.isEmpty() && source && uuidOf(source) == uuid)
+			return source;
+	}
+	return nullptr;
+}
+
+// There is a track to play, and yet the play button waits.
+bool Story::waits() const
+{
+	return bound() && !recordOf(bound())["current"_L1].toString().isEmpty() &&
+	       !child<QWidget>("playPause")->isEnabled();
+}
+
+QByteArray Story::json(QString text)
+{
+	static const QRegularExpression reference(u"[@#]([\\w./]+)"_s);
+	text.replace(u'\'', u'"');
+	for (auto match = reference.match(text); match.hasMatch(); match = reference.match(text)) {
+		const QListWidgetItem *item = text[match.capturedStart()] == u'#' ? row(match.captured(1)) : nullptr;
+		text.replace(match.capturedStart(), match.capturedLength(),
+			     item ? item->data(Qt::UserRole).toString() : path(match.captured(1)));
+	}
+	return text.toUtf8();
+}
+
+// On a thread of its own, which this one serves.
+QJsonObject Story::request(const std::string &name, const QByteArray &data)
+{
+	auto response = std::async(std::launch::async, [&] { return plugin.request(name, data); });
+	while (response.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
+		QCoreApplication::sendPostedEvents();
+	return response.get();
+}

@@ -1,0 +1,122 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "Story.hpp"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+
+#include <random>
+
+using namespace Qt::StringLiterals;
+
+// Records as no dock has written them. Each is the record of a source on P and Q, with a queue of A and B, and these
+// keys changed; what was put aside before is as written here.
+class Records : public Story {
+protected:
+	QJsonObject object(const char *text) { return QJsonDocument::fromJson(json(QString::fromUtf8(text))).object(); }
+	QJsonObject good()
+	{
+		return object("{'version': 1, 'tracks': [{'value': '@A', 'id': 'a'}, {'value': '@B', 'id': 'b'}],"
+			      "'observed': [{'value': '@P'}, {'value': '@Q'}], 'current': 'b', 'managed': true,"
+			      "'originalLoop': true, 'originalBehavior': 'pause_unpause', 'endMode': 1}");
+	}
+	void put(const char *key, const QJsonObject &record)
+	{
+		step(QLatin1String(key) + u' ' +
+		     QString::fromUtf8(QJsonDocument(record).toJson(QJsonDocument::Compact)));
+	}
+};
+
+TEST_F(Records, WhateverTheySay)
+{
+	const struct {
+		const char *what;
+		const char *changes;
+		const char *aside;
+		const char *state;
+	} rows[] = {
+		{"good", "{}", "", "[A] ▶B | src P Q | managed (own) | kept - | next"},
+		{"another version", "{'version': 2}", "", "[P] Q | src P Q | own | kept A B"},
+		{"a version that is no number", "{'version': '1'}", "", "[P] Q | src P Q | own | kept A B"},
+		{"no tracks", "{'tracks': []}", "", "∅ | src P Q | managed (own) | kept - | next"},
+		{"tracks that are no list", "{'tracks': 'A'}", "", "∅ | src P Q | managed (own) | kept - | next"},
+		{"a track without an id", "{'tracks': [{'value': '@A', 'id': 'a'}, {'value': '@B'}]}", "", "[P] Q | src P Q | own | kept A B | next"},
+		{"a track without a path", "{'tracks': [{'value': '@A', 'id': 'a'}, {'id': 'b'}]}", "", "[P] Q | src P Q | own | kept A  | next"},
+		{"tracks without anything", "{'tracks': [{}, {'value': 5}]}", "{'version': 1}", "[P] Q | src P Q | own | kept ∅ | next"},
+		{"a shared id", "{'tracks': [{'value': '@A', 'id': 'b'}, {'value': '@B', 'id': 'b'}]}", "", "▶[A] ▶B | src P Q | managed (own) | kept - | next"},
+		{"a current track that is not there", "{'current': 'x'}", "", "[A] B | src P Q | managed (own) | kept - | next"},
+		{"a current track that is no text", "{'current': 5}", "", "[A] B | src P Q | managed (own) | kept - | next"},
+		{"another playlist", "{'observed': [{'value': '@P'}]}", "", "[P] Q | src P Q | own | kept A B | next"},
+		{"an empty path in the playlist", "{'observed': [{'value': '@P'}, {}, {'value': '@Q'}]}", "", "[A] ▶B | src P Q | managed (own) | kept - | next"},
+		{"an end mode beyond", "{'endMode': 9223372036854775807}", "", "[A] ▶B | src P Q | managed (own) | kept - | repeat"},
+		{"an end mode below", "{'endMode': -1, 'managed': 'yes'}", "", "[A] ▶B | src P Q | own | kept -"},
+		{"no behaviour", "{'originalBehavior': '', 'originalLoop': 1}", "", "[A] ▶B | src P Q | managed (own) | kept - | next"},
+		{"an empty queue aside", "{}", "{'version': 1}", "[A] ▶B | src P Q | managed (own) | kept ∅ | next"},
+		{"nothing readable aside", "{}", "{'version': 2, 'tracks': []}", "[A] ▶B | src P Q | managed (own) | kept - | next"},
+		{"another version aside", "{}", "{'version': 2, 'tracks': [{'value': '@C'}]}", "[A] ▶B | src P Q | managed (own) | kept C | next"},
+	};
+	for (const auto &[what, changes, aside, expectedState] : rows) {
+		SCOPED_TRACE(what);
+		begin(u"P Q"_s);
+		QJsonObject record = good();
+		const QJsonObject changed = object(changes);
+		for (auto change = changed.begin(); change != changed.end(); ++change)
+			record[change.key()] = change.value();
+		if (*aside)
+			put("aside", object(aside));
+		put("record", record);
+		EXPECT_EQ(step(u"refresh"_s).toStdString(), expectedState);
+	}
+}
+
+// With up to three things in it replaced by anything, in whatever depth.
+TEST_F(Records, ManySpoiltOnes)
+{
+	std::mt19937 random(1);
+	const auto pick = [&random](qsizetype count) {
+		return static_cast<qsizetype>(random() % static_cast<unsigned>(count));
+	};
+	const std::function<QJsonValue(const QJsonValue &)> spoil = [&](const QJsonValue &value) -> QJsonValue {
+		QJsonObject object = value.toObject();
+		QJsonArray array = value.toArray();
+		if (!object.isEmpty() && pick(8)) {
+			const QString key = object.keys()[pick(object.size())];
+			object[key] = spoil(object[key]);
+			return object;
+		}
+		if (!array.isEmpty() && pick(4)) {
+			const qsizetype index = pick(array.size());
+			array[index] = spoil(array[index]);
+			return array;
+		}
+		const QJsonArray anything = {QJsonValue(),
+					     0,
+					     1,
+					     -1,
+					     0.5,
+					     -1e300,
+					     1e18,
+					     true,
+					     u""_s,
+					     u"a"_s,
+					     u"\x01%1/"_s,
+					     u"://"_s,
+					     u"file:"_s,
+					     QString(100'000, u'x'),
+					     QJsonArray(),
+					     QJsonObject(),
+					     good()};
+		return anything[pick(anything.size())];
+	};
+	begin(u"P Q"_s);
+	for (int i = 0; i < 1500 && !HasFailure(); i++) {
+		SCOPED_TRACE(i);
+		for (const char *key : {"record", "aside"}) {
+			QJsonValue record = good();
+			for (qsizetype count = pick(4); count > 0; count--)
+				record = spoil(record);
+			put(key, record.toObject());
+		}
+		for (const char *next : {"refresh", "play 0", "bringBack", "video", "bringBack", "look"})
+			step(QLatin1String(next));
+	}
+}

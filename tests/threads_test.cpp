@@ -1,0 +1,73 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "Story.hpp"
+
+#include <atomic>
+#include <future>
+
+using namespace Qt::StringLiterals;
+
+// Requests come on threads of the WebSocket plug-in's, which may be many, and may wait for nobody.
+class Threads : public Story {
+protected:
+	void SetUp() override { begin(u"A B C"_s); }
+	QJsonObject requestHere(const std::string &name, const QByteArray &data = "{}") const
+	{
+		return plugin.request(name, data);
+	}
+};
+
+TEST_F(Threads, RequestsFromManyAreDoneOnceOrRefused)
+{
+	std::atomic<int> done = 0, refused = 0;
+	std::vector<std::thread> threads;
+	for (int i = 0; i < 4; i++) {
+		threads.emplace_back([&] {
+			while (refused < 100) {
+				const QJsonObject response = requestHere("AddTracks", R"({"paths": [{"path": "/m/x"}]})");
+				if (response["success"_L1].toBool())
+					done++;
+				else if (response["error"_L1] == u"unavailable"_s)
+					refused++;
+				requestHere("GetQueue");
+			}
+		});
+	}
+	ASSERT_TRUE(waitFor([&] {
+		child<QComboBox>("endMode")->setCurrentIndex(done % 3);
+		return done > 100;
+	}));
+	// From here on this thread serves nobody, as when it waits for the others to end.
+	frontend->send(OBS_FRONTEND_EVENT_SCRIPTING_SHUTDOWN);
+	for (std::thread &thread : threads)
+		thread.join();
+	QCoreApplication::processEvents();
+	EXPECT_EQ(list()->count(), 3 + done);
+	EXPECT_EQ(requestHere("GetQueue")["error"_L1], u"unavailable"_s) << "even if this thread could serve it";
+	plugin.end();
+	sources.clear();
+	endObs();
+	EXPECT_EQ(requestHere("GetQueue")["error"_L1], u"unavailable"_s) << "the plug-in may ask even then";
+}
+
+TEST_F(Threads, ARequestThatIsGivenUpIsNeverDone)
+{
+	// Nobody serves the first. The others must not wait as long, or this test runs for minutes.
+	std::thread([this] {
+		for (int i = 0; i < 50; i++)
+			EXPECT_EQ(requestHere("PlayNext")["error"_L1], u"unavailable"_s);
+	}).join();
+	EXPECT_EQ(requestHere("GetQueue")["total"_L1], 3) << "asked on the very thread that serves";
+	EXPECT_EQ(step(u"ask PlayPrevious"_s).toStdString(), "A B ▶[C] | src A B C | managed (own) | kept - | waits");
+}
+
+TEST_F(Threads, ARequestThatHasBegunIsAnsweredWithWhatBecameOfIt)
+{
+	auto response = std::async(std::launch::async, [this] { return requestHere("PlayNext"); });
+	plugin.onEvent = [&] {
+		frontend->send(OBS_FRONTEND_EVENT_SCRIPTING_SHUTDOWN);
+		std::this_thread::sleep_for(std::chrono::milliseconds(200));
+		EXPECT_EQ(response.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+	};
+	ASSERT_TRUE(waitFor([&] { return !plugin.events.empty(); }));
+	EXPECT_EQ(response.get()["success"_L1], true);
+}

@@ -1,7 +1,7 @@
 # TagLib reads titles and lengths from the files of a queue. Without it the module has neither, and does all else.
 option(REELHOUSE_TAGLIB "Read titles and times from media files, if TagLib is there" ON)
 
-# What links to it gets TagLib and knows whether there is one.
+# What links to it gets TagLib, if there is one, with what of ours needs it.
 add_library(reelhouse-taglib INTERFACE)
 if(REELHOUSE_TAGLIB)
   # TagLib has a package of CMake's since 2.0, and one of pkg-config's for longer.
@@ -24,6 +24,8 @@ if(taglib_target)
   message(STATUS "The module will read titles and times with TagLib ${taglib_version}")
   target_link_libraries(reelhouse-taglib INTERFACE ${taglib_target})
   target_compile_definitions(reelhouse-taglib INTERFACE REELHOUSE_TAGLIB)
+  target_sources(reelhouse-taglib INTERFACE "${PROJECT_SOURCE_DIR}/src/media/BoundedStream.cpp"
+                                            "${PROJECT_SOURCE_DIR}/src/media/BoundedStream.hpp")
 else()
   message(STATUS "No TagLib: the module will show file names, and no titles and times from the files")
 endif()

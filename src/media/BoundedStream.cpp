@@ -38,17 +38,20 @@ TagLib::ByteVector BoundedStream::readBlock(StreamSize length)
 	block.resize(static_cast<unsigned>(got));
 	position += got;
 	budget -= got + callCost;
-	disarm(block);
+	disarm(block, length);
 	return block;
 }
 
 // TagLib unpacks a compressed frame of an ID3v2 tag to a thousand times its size, and follows frames within frames until
 // its stack is full. Encrypted ones it leaves alone, so all of these are made to look encrypted: a title is none of them.
-void BoundedStream::disarm(TagLib::ByteVector &block)
+void BoundedStream::disarm(TagLib::ByteVector &block, StreamSize asked)
 {
 	constexpr unsigned headerSize = 10; // of the tag, and of a frame in it
 	const int version = id3Version;
 	id3Version = 0;
+	// TagLib takes the last frame of a cut tag for whole if only this much is missing.
+	if (version > 0 && block.size() < asked)
+		block.resize(block.size() - std::min(block.size(), headerSize));
 	char *bytes = block.data();
 	if (block.size() == headerSize && block.startsWith("ID3")) {
 		id3Version = bytes[3];

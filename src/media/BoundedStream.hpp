@@ -45,7 +45,7 @@ public:
 	void truncate(StreamOffset) override {}
 
 private:
-	void disarm(TagLib::ByteVector &block);
+	void disarm(TagLib::ByteVector &block, StreamSize asked);
 
 	QFile &file;
 	const std::atomic<bool> &stopped;

@@ -4,6 +4,7 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <QTimeZone>
+#include <QUrl>
 
 #include <atomic>
 #include <chrono>
@@ -37,13 +38,17 @@ QString displayTitle(const QString &path, const Tags &tags)
 {
 	if (!tags.title.isEmpty())
 		return tags.title;
-	const QString label = labelFor(path, false);
+	QString name = labelFor(path, false);
+	if (localFilePath(path).isEmpty()) {
+		// This may go on air, which a password before the host and a key behind the path are not meant for.
+		const QUrl url(path);
+		if (url.fileName().isEmpty())
+			return url.host().isEmpty() ? name : url.host();
+		name = url.fileName();
+	}
 	// A number after the last dot is part of a name: "Part 2.5".
 	static const QRegularExpression ending(u"(?<=.)\\.(?=[0-9]*[A-Za-z])[0-9A-Za-z]{1,5}$"_s);
-	// A host alone ends in a dot and letters, too.
-	if (localFilePath(path).isEmpty() && path.endsWith("://"_L1 + label))
-		return label;
-	return label.first(ending.match(label).hasMatch() ? label.lastIndexOf(u'.') : label.size());
+	return name.remove(ending);
 }
 
 QString artistAndTitle(const QString &path, const Tags &tags)
@@ -57,7 +62,7 @@ struct TagReader::Worker {
 	explicit Worker(TagReader *owner) : reader(owner) {}
 
 	void run();
-	std::optional<Known> look(const Request &request) const;
+	Known look(const Request &request) const;
 
 	std::mutex mutex;
 	std::condition_variable idle;
@@ -75,7 +80,7 @@ void TagReader::Worker::run()
 	while (!pending.isEmpty()) {
 		const Request request = pending.takeLast();
 		lock.unlock();
-		const std::optional<Known> read = look(request);
+		const Known read = look(request);
 		lock.lock();
 		// The lock keeps the reader alive while it is posted to; Qt drops what is posted when it is gone after that.
 		if (reader) {
@@ -89,17 +94,16 @@ void TagReader::Worker::run()
 	idle.notify_all();
 }
 
-// Nothing if the file is as it was.
-std::optional<TagReader::Known> TagReader::Worker::look(const Request &request) const
+TagReader::Known TagReader::Worker::look(const Request &request) const
 {
 	const QString file = localFilePath(request.path);
 	const QFileInfo info(file);
 	Stamp stamp;
 	if (info.exists())
 		stamp = {info.size(), info.lastModified(QTimeZone::UTC).toMSecsSinceEpoch()};
-	if (request.known == stamp)
-		return std::nullopt;
-	return Known{stamp, readFile(file, stopped)};
+	if (request.known.stamp == stamp)
+		return request.known;
+	return {stamp, readFile(file, stopped)};
 }
 
 TagReader::TagReader(QObject *parent) : QObject(parent), cache(mostKnown), worker(std::make_shared<Worker>(this)) {}
@@ -120,7 +124,7 @@ std::optional<Tags> TagReader::cached(const QString &path)
 		return Tags();
 	const Known *entry = cache.object(path);
 	if (!asked.contains(path))
-		ask({path, entry ? std::optional(entry->stamp) : std::nullopt});
+		ask({path, entry ? *entry : Known()});
 	return entry ? std::optional(entry->tags) : std::nullopt;
 }
 
@@ -142,14 +146,12 @@ void TagReader::ask(const Request &request)
 	std::thread([worker = worker] { worker->run(); }).detach();
 }
 
-void TagReader::take(const QString &path, const std::optional<Known> &read)
+void TagReader::take(const QString &path, const Known &read)
 {
 	asked.remove(path);
-	if (!read)
-		return;
 	const Known *before = cache.object(path);
-	const bool same = before && before->tags == read->tags;
-	cache.insert(path, std::make_unique<Known>(*read).release());
+	const bool same = before && before->tags == read.tags;
+	cache.insert(path, std::make_unique<Known>(read).release());
 	if (!same)
 		Q_EMIT tagsRead(path);
 }

@@ -52,9 +52,9 @@ Q_SIGNALS:
 	void tagsRead(const QString &path);
 
 private:
-	// By what a change of a file is told.
+	// By what a change of a file is told; at first, and later without a file, it is this.
 	struct Stamp {
-		qint64 size = -1; // in bytes; -1: there is no such file
+		qint64 size = -1; // in bytes
 		qint64 changedMs = 0;
 		bool operator==(const Stamp &) const = default;
 	};
@@ -64,12 +64,12 @@ private:
 	};
 	struct Request {
 		QString path;
-		std::optional<Stamp> known;
+		Known known;
 	};
 	struct Worker;
 
 	void ask(const Request &request);
-	void take(const QString &path, const std::optional<Known> &read);
+	void take(const QString &path, const Known &read);
 
 	QCache<QString, Known> cache;
 	QSet<QString> asked; // the paths that the worker has yet to answer for

@@ -7,6 +7,8 @@ namespace reelhouse {
 
 namespace {
 
+// By the second poll the source has come to what was asked of it before the first.
+constexpr int pollsToSettle = 2;
 // A state that was asked for and is not seen after this many polls, two seconds, will not come. A busy OBS takes its time.
 constexpr int pollsToReach = 8;
 
@@ -61,10 +63,37 @@ void MediaFollower::ask(obs_media_state state)
 	pendingPolls = 0;
 }
 
+void MediaFollower::setPaused(bool paused)
+{
+	const obs_media_state wanted = paused ? OBS_MEDIA_STATE_PAUSED : OBS_MEDIA_STATE_PLAYING;
+	const bool changes = asked() != wanted;
+	if (changes)
+		sendPause(paused);
+	// What was asked for before and has not come yet must not come any more.
+	if (changes || (pending && *pending != wanted))
+		ask(wanted);
+}
+
+void MediaFollower::sendPause(bool paused)
+{
+	OBSSourceAutoRelease source = queue.lockSource();
+	obs_source_media_play_pause(source, paused);
+}
+
+// VLC loses a resume that comes just after a pause, and a pause just after a resume: the last one is asked for again.
+void MediaFollower::followPending(obs_media_state state)
+{
+	if (!pending || ++pendingPolls < pollsToSettle)
+		return;
+	if (plain(state) == *pending || pendingPolls >= pollsToReach)
+		pending.reset();
+	else if (isPlaying(state) && isPlaying(*pending) && pendingPolls % pollsToSettle == 0)
+		sendPause(*pending == OBS_MEDIA_STATE_PAUSED);
+}
+
 MediaFollower::Change MediaFollower::poll(obs_media_state state, qint64 positionMs, qint64 durationMs)
 {
-	if (pending && (plain(state) == *pending || ++pendingPolls >= pollsToReach))
-		pending.reset();
+	followPending(state);
 	known = known || positionMs > 0 || durationMs > 0;
 	if (isLoading(state))
 		return {};

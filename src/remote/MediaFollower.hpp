@@ -30,6 +30,8 @@ public:
 
 	// Something was asked of the source that leads to this state.
 	void ask(obs_media_state state);
+	// Pauses what plays, or resumes what is paused. To be called only while asked() is one of the two.
+	void setPaused(bool paused);
 	// The source was given a track.
 	void trackGiven();
 	// Clients were told this state together with a track.
@@ -40,6 +42,8 @@ public:
 
 private:
 	Change tell(obs_media_state state);
+	void followPending(obs_media_state state);
+	void sendPause(bool paused);
 
 	const QueueControl &queue;
 	obs_media_state told = OBS_MEDIA_STATE_STOPPED;  // as a change

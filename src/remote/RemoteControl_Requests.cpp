@@ -213,13 +213,6 @@ void start(Request &request, const QString &id, bool switchScene = false)
 		request.refuse(Refusal::FileMissing);
 }
 
-void setPaused(Request &request, bool paused)
-{
-	OBSSourceAutoRelease source = request.queue.lockSource();
-	obs_source_media_play_pause(source, paused);
-	request.media.ask(paused ? OBS_MEDIA_STATE_PAUSED : OBS_MEDIA_STATE_PLAYING);
-}
-
 void playTrack(Request &request)
 {
 	const QList<Track> &tracks = request.queue.tracks();
@@ -258,17 +251,18 @@ void play(Request &request)
 	else if (request.queue.currentIndex() < 0)
 		start(request, tracks.constFirst().id);
 	else if (state == OBS_MEDIA_STATE_PAUSED)
-		setPaused(request, false);
+		request.media.setPaused(false);
 	else if (state != OBS_MEDIA_STATE_PLAYING)
 		start(request, request.queue.currentId());
 }
 
 void pauseOrResume(Request &request, bool paused)
 {
+	const obs_media_state state = request.media.asked();
 	if (request.media.isStarting())
 		request.refuse(Refusal::Switching);
-	else if (request.media.asked() == (paused ? OBS_MEDIA_STATE_PLAYING : OBS_MEDIA_STATE_PAUSED))
-		setPaused(request, paused);
+	else if (state == OBS_MEDIA_STATE_PLAYING || state == OBS_MEDIA_STATE_PAUSED)
+		request.media.setPaused(paused);
 }
 
 // Unlike the dock's play button, it does not look at the selection, which a client does not see.
@@ -280,7 +274,7 @@ void togglePlay(Request &request)
 	else if (request.queue.currentIndex() < 0)
 		request.refuse(Refusal::NothingToPlay);
 	else if (state == OBS_MEDIA_STATE_PLAYING || state == OBS_MEDIA_STATE_PAUSED)
-		setPaused(request, state == OBS_MEDIA_STATE_PLAYING);
+		request.media.setPaused(state == OBS_MEDIA_STATE_PLAYING);
 	else
 		start(request, request.queue.currentId());
 }

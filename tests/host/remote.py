@@ -65,6 +65,13 @@ def run_by_commands(show, obs, listener, clips):
     listener.expect("the first plays, whose file has been read", "CurrentTrackChanged", index=0, path=str(one),
                     id=answer["currentId"], title="One & <b>only</b>", artist="أغنية", mediaState=state("PLAYING"))
     listener.expect("it plays", "MediaStateChanged", mediaState=state("PLAYING"))
+    # VLC loses one of two that come at once.
+    before = obs.media(SOURCE)[1]
+    done(client, "Pause")
+    done(client, "Resume")
+    wait_for("it plays on", lambda: obs.media(SOURCE)[1] > before + 3000, 15)
+    listener.expect("it plays on", "MediaStateChanged", mediaState=state("PLAYING"))
+    listener.events.clear()
     # Twice each, without a look in between: the second has nothing to do, and must not undo the first.
     for request, reached in (("Pause", "PAUSED"), ("Resume", "PLAYING")):
         for _ in range(2):
@@ -76,7 +83,7 @@ def run_by_commands(show, obs, listener, clips):
     expect("the rest of the page", answer["remainingMs"] <= answer["tracks"][0]["durationMs"], True)
     listener.expect("it ends, and the last is no media", "TrackFailed", index=2, reason="neverPlayed")
     soon("all states", lambda: [data["mediaState"] for data in listener.hear("MediaStateChanged")],
-           [state(name) for name in ("PLAYING", "PAUSED", "PLAYING", "ENDED", "ENDED")])
+           [state(name) for name in ("PAUSED", "PLAYING", "ENDED", "ENDED")])
     broken.unlink()
     expect("a file that went", client.dock("Play")["error"], "fileMissing")
     gone = done(client, "GetQueue", offset=2)["tracks"]
@@ -205,7 +212,7 @@ def without_the_plugin(show):
 
 
 def run(show):
-    show.clips = [show.clip("one.mp4", 4, title="One & <b>only</b>", artist="أغنية"), show.clip("two.mp4", 4, title="Two"),
+    show.clips = [show.clip("one.mp4", 30, title="One & <b>only</b>", artist="أغنية"), show.clip("two.mp4", 4, title="Two"),
                   show.folder / "broken.mp4"]
     show.clips[2].write_text("This is no media.")
     show.source = vlc_source([])

@@ -211,7 +211,7 @@ private:
 	void filterRows();
 	void showCount();
 	void showQuietly();
-	QStringList idsByNearness() const;
+	QString nearestTrackInQueue() const;
 	void rememberView();
 	void restoreView(const QString &uuid);
 	QListWidgetItem *findRow(const QString &id, bool shownOnly) const;
@@ -296,7 +296,7 @@ private:
 	qint64 durationMs = 0;
 	qint64 seekTargetMs = -1;          // -1: no seek in flight
 	std::optional<quint64> seekSerial; // the switch serial that the slider was taken under, until it is released
-	bool steppingSlider = false; // keys, the wheel or assistive technology move it, and no seek has followed yet
+	bool steppingSlider = false; // keys, the wheel or assistive technology have moved it, and no seek has followed
 	QElapsedTimer switchClock;
 	QElapsedTimer seekClock;
 	QTimer pollTimer;

@@ -194,6 +194,8 @@ void Reelhouse::keepReplacedQueue(obs_source_t *source)
 void Reelhouse::markTouched()
 {
 	OBSSourceAutoRelease source = lockSource();
+	if (!source)
+		return;
 	OBSDataAutoRelease privateSettings = obs_source_get_private_settings(source);
 	ReplacedQueue replaced = ReplacedQueue::read(privateSettings);
 	if (!replaced.presentUntouched)

@@ -137,23 +137,18 @@ void Reelhouse::showQuietly()
 {
 	const QSignalBlocker blocker(playlistWidget);
 	const QSet<QString> selected = playlistWidget->selectedIds();
-	const QStringList nearest = idsByNearness();
+	const QString current = nearestTrackInQueue();
 	const bool wasEmpty = playlistWidget->count() == 0;
 	const int scrolled = playlistWidget->verticalScrollBar()->value();
 	updateRows();
 	filterRows();
-	QSet<QString> present;
-	for (const Track &track : std::as_const(tracks))
-		present.insert(track.id);
-	const auto current =
-		std::ranges::find_if(nearest, [&present](const QString &id) { return present.contains(id); });
-	if (current != nearest.cend()) {
-		const bool staysSelected = playlistWidget->selectRows(selected, *current);
+	if (!current.isEmpty()) {
+		const bool staysSelected = playlistWidget->selectRows(selected, current);
 		if (selected.isEmpty())
 			playlistWidget->clearSelection();
-		playlistWidget->setCurrentItem(findRow(*current, true), staysSelected || selected.isEmpty()
-										? QItemSelectionModel::NoUpdate
-										: QItemSelectionModel::ClearAndSelect);
+		playlistWidget->setCurrentItem(findRow(current, true), staysSelected || selected.isEmpty()
+									       ? QItemSelectionModel::NoUpdate
+									       : QItemSelectionModel::ClearAndSelect);
 	}
 	// Another row has the number that is looked for.
 	if (wasEmpty || searchText().startsWith(u'#'))
@@ -165,23 +160,28 @@ void Reelhouse::showQuietly()
 	updateButtons();
 }
 
-// The current row's id, then those of the rows that the search shows behind it, then of those before it. Empty when no row
-// is current.
-QStringList Reelhouse::idsByNearness() const
+// The id of the current row, if its track is still in the queue, else of the next row that the search shows and whose track
+// is, else of the one before. Empty when no row is current.
+QString Reelhouse::nearestTrackInQueue() const
 {
-	QStringList ids;
 	const int current = playlistWidget->currentRow();
 	if (current < 0)
-		return ids;
-	for (int i = current; i < playlistWidget->count(); i++) {
-		if (!playlistWidget->isRowHidden(i))
-			ids.append(playlistWidget->trackRow(i)->id());
+		return {};
+	QSet<QString> queued;
+	for (const Track &track : tracks)
+		queued.insert(track.id);
+	const auto isNear = [&](int row) {
+		return !playlistWidget->isRowHidden(row) && queued.contains(playlistWidget->trackRow(row)->id());
+	};
+	for (int row = current; row < playlistWidget->count(); row++) {
+		if (isNear(row))
+			return playlistWidget->trackRow(row)->id();
 	}
-	for (int i = current - 1; i >= 0; i--) {
-		if (!playlistWidget->isRowHidden(i))
-			ids.append(playlistWidget->trackRow(i)->id());
+	for (int row = current - 1; row >= 0; row--) {
+		if (isNear(row))
+			return playlistWidget->trackRow(row)->id();
 	}
-	return ids;
+	return {};
 }
 
 void Reelhouse::filterList()

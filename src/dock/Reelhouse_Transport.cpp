@@ -90,15 +90,18 @@ void Reelhouse::stepSeek(int value)
 // Ends stepping without a seek.
 void Reelhouse::endStepping()
 {
-	steppingSlider = false;
+	if (std::exchange(steppingSlider, false))
+		seekSerial.reset();
 	seekDebounce.stop();
 }
 
 // Assistive technology and some styles release a slider that they never pressed.
 void Reelhouse::endSeek()
 {
+	const bool isValid = seekSerial.value_or(switchSerial) == switchSerial;
 	endStepping();
-	if (std::exchange(seekSerial, std::nullopt).value_or(switchSerial) == switchSerial)
+	seekSerial.reset();
+	if (isValid)
 		seekToSlider();
 }
 

@@ -21,7 +21,8 @@ bool MessageLabel::event(QEvent *event)
 	if (event->type() != QEvent::ToolTip || text().isEmpty())
 		return QLabel::event(event);
 	const auto *help = static_cast<QHelpEvent *>(event);
-	QToolTip::showText(help->globalPos(), u"<p>%1</p>"_s.arg(text().toHtmlEscaped()), this, rect());
+	QToolTip::showText(help->globalPos(), u"<p style='white-space:pre-wrap'>%1</p>"_s.arg(text().toHtmlEscaped()),
+			   this, rect());
 	return true;
 }
 

@@ -10,6 +10,28 @@
 
 namespace reelhouse {
 
+namespace {
+
+// Others, modifiers of the wheel among them, may be held meanwhile.
+bool movesSlider(int key)
+{
+	switch (key) {
+	case Qt::Key_Left:
+	case Qt::Key_Right:
+	case Qt::Key_Up:
+	case Qt::Key_Down:
+	case Qt::Key_PageUp:
+	case Qt::Key_PageDown:
+	case Qt::Key_Home:
+	case Qt::Key_End:
+		return true;
+	default:
+		return false;
+	}
+}
+
+} // namespace
+
 QRect SeekSlider::part(QStyle::SubControl control) const
 {
 	QStyleOptionSlider option;
@@ -43,12 +65,19 @@ void SeekSlider::mousePressEvent(QMouseEvent *event)
 	event->setAccepted(press.isAccepted());
 }
 
+// A press ends when the slider is disabled under it. Qt would let the pointer move the slider again afterwards.
+void SeekSlider::mouseMoveEvent(QMouseEvent *event)
+{
+	if (isSliderDown())
+		QSlider::mouseMoveEvent(event);
+}
+
 // Before the base class moves the slider, which asks whether a key is down. X11 repeats a held key by pairs of release and
 // press at the same moment, of which Qt does not always mark both.
 void SeekSlider::keyPressEvent(QKeyEvent *event)
 {
 	const bool goesOn = event->timestamp() != 0 && event->timestamp() == releasedAt && event->key() == releasedKey;
-	if (!event->isAutoRepeat() || goesOn)
+	if (movesSlider(event->key()) && (!event->isAutoRepeat() || goesOn))
 		pressKey(event->key());
 	QSlider::keyPressEvent(event);
 }

@@ -15,7 +15,8 @@ class SeekSlider : public QSlider {
 public:
 	explicit SeekSlider(QWidget *parent) : QSlider(Qt::Horizontal, parent) {}
 
-	// Whether a key is down that went down here. A key that was held before the slider had the focus does not count.
+	// Whether a key that moves the slider is down and went down here. A key that was held before the slider had the focus
+	// does not count.
 	bool isKeyDown() const { return !keysDown.isEmpty(); }
 
 Q_SIGNALS:
@@ -24,6 +25,7 @@ Q_SIGNALS:
 
 protected:
 	void mousePressEvent(QMouseEvent *event) override;
+	void mouseMoveEvent(QMouseEvent *event) override;
 	void keyPressEvent(QKeyEvent *event) override;
 	void keyReleaseEvent(QKeyEvent *event) override;
 	void focusOutEvent(QFocusEvent *event) override;

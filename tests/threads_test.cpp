@@ -58,6 +58,8 @@ TEST_F(Threads, ARequestThatIsGivenUpIsNeverDone)
 			EXPECT_EQ(requestHere("PlayNext")["error"_L1], u"unavailable"_s);
 	}).join();
 	EXPECT_EQ(requestHere("GetQueue")["total"_L1], 3) << "asked on the very thread that serves";
+	// A sign of life of the thread that serves: until then everybody is refused.
+	QCoreApplication::processEvents();
 	EXPECT_EQ(step(u"ask PlayPrevious"_s).toStdString(), "A B ▶[C] | src A B C | managed (own) | kept - | waits");
 }
 

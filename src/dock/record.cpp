@@ -141,6 +141,8 @@ void RecordWriter::write(obs_data_t *privateSettings, const Record &record)
 // Most changes leave the queue's start and end alone: only between them an object is looked for.
 void RecordWriter::updateItems(const QList<Track> &next)
 {
+	if (next.isSharedWith(tracks))
+		return;
 	const auto [oldFirst, newFirst] = std::ranges::mismatch(tracks, next, hasSameItem);
 	const auto start = newFirst - next.begin();
 	const auto shorter = std::min(tracks.size(), next.size());
@@ -148,17 +150,16 @@ void RecordWriter::updateItems(const QList<Track> &next)
 	while (start + end < shorter && hasSameItem(tracks.at(tracks.size() - 1 - end), next.at(next.size() - 1 - end)))
 		end++;
 
-	QHash<QString, OBSData> known;
+	// By the texts that copies of a track share. One that does not share its id gets a new object.
+	QHash<const QChar *, qsizetype> known;
 	for (auto i = start; i < tracks.size() - end; i++)
-		known.insert(tracks.at(i).id, items[i]);
+		known.insert(tracks.at(i).id.constData(), i);
 	std::vector<OBSData> middle;
 	for (auto i = start; i < next.size() - end; i++) {
 		const Track &track = next.at(i);
-		OBSData item = known.value(track.id);
-		// Ids need not be unique, nor stay with one path, in a record that somebody made by hand.
-		if (!item || textIn(item, valueKey) != track.path)
-			item = makeItem(track);
-		middle.push_back(std::move(item));
+		const auto at = known.constFind(track.id.constData());
+		const bool isKnown = at != known.cend() && hasSameItem(tracks.at(*at), track);
+		middle.push_back(isKnown ? items[*at] : makeItem(track));
 	}
 	items.erase(items.begin() + start, items.end() - end);
 	items.insert(items.begin() + start, std::make_move_iterator(middle.begin()),

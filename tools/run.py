@@ -31,7 +31,7 @@ def prepare(home, layout, media, port, other_scenes=(), **options):
 
 
 def make_pictured(folder):
-    """Makes the media of the pictures: one slow film with the length of each track, filled with zeros up to its size."""
+    """Makes the media of the pictures: one slow film with the length of each track, zero-filled to its size."""
     folder.mkdir()
     for number, (name, seconds, mebibytes) in enumerate(PICTURED):
         path = folder / name

@@ -118,7 +118,7 @@ void RecordWriter::write(obs_data_t *privateSettings, const Record &record)
 		observed = record.observed;
 		observedItems = pathArray(observed).Get();
 	}
-	// Make new arrays each time: another thread may be reading those of the previous record.
+	// Make new arrays each time: those of the previous record may still be in use.
 	OBSDataArrayAutoRelease trackArray = obs_data_array_create();
 	for (const OBSData &item : items)
 		obs_data_array_push_back(trackArray, item);

@@ -38,8 +38,8 @@ bool recordObserves(obs_data_t *record, const QList<QString> &paths);
 // one; both set isWhole to false, and the queue must then be rebuilt. Absent values read as 0, false or empty.
 Record readRecord(obs_data_t *record, bool *isWhole = nullptr);
 
-// Writes records. It keeps the object of each track that it has written, and the next record shares these objects.
-// Do not change them. So a record of a long queue costs little more than its array.
+// Writes records. The writer keeps the object of each track that it has written, and the next record shares these
+// objects, so a record of a long queue costs little more than its array. Never change these objects.
 class RecordWriter {
 public:
 	// Replaces the whole record in these private settings.

@@ -50,7 +50,7 @@ void BoundedStream::disarm(TagLib::ByteVector &block, StreamSize asked)
 	constexpr unsigned headerSize = 10; // of the tag and of each frame
 	const int version = id3Version;
 	id3Version = 0;
-	// TagLib reads past the end of a cut tag by up to one header, so cut off one more header.
+	// TagLib accepts the last frame of a cut tag when no more than this is missing, so cut off as much again.
 	if (version > 0 && block.size() < asked)
 		block.resize(block.size() - std::min(block.size(), headerSize));
 	char *bytes = block.data();

@@ -29,7 +29,7 @@ private:
 	const QList<QKeySequence> keys;
 	const std::function<bool()> wanted;
 	const std::function<void()> run;
-	bool claimed = false;   // the last first press of a key was claimed
+	bool claimed = false;   // the last press that was no repeat was claimed
 	quint64 releasedAt = 0; // time stamp of the last release of any key, in ms of the window system
 };
 

@@ -7,8 +7,8 @@
 
 namespace reelhouse {
 
-// A row of the list. It makes the data of each role on demand: data stored in the item makes a long queue half as slow
-// again to show.
+// A row of the list. It makes the data of each role on demand: a long queue takes 1.5 times as long to show with stored
+// data.
 class TrackRow : public QListWidgetItem {
 public:
 	TrackRow(const Track &track, bool current);

@@ -16,7 +16,7 @@ namespace {
 constexpr int pollIntervalMs = 250;
 constexpr int filesPerFolder = 1000;
 
-// Made once for all cases.
+// The files are made once for all cases.
 QStringList mediaFiles(int count)
 {
 	static const QTemporaryDir folder;
@@ -31,7 +31,7 @@ QStringList mediaFiles(int count)
 	return files.first(count);
 }
 
-// Sees the dock's poll timer when it fires.
+// Finds the dock's poll timer when it fires.
 class TimerWatch : public QObject {
 public:
 	TimerWatch() { qApp->installEventFilter(this); }
@@ -47,7 +47,7 @@ protected:
 	}
 };
 
-// Of this thread's processor time: waiting for a busy machine is no work of the dock's.
+// Measures this thread's processor time: time that a busy machine waits is not the dock's.
 double secondsOf(const Work &work)
 {
 	const auto now = [] {
@@ -100,7 +100,7 @@ void Fixture::playThrough(int row)
 	sendStopped(source);
 	settle();
 	media(source) = {OBS_MEDIA_STATE_PLAYING, 500, 4000};
-	// What plays this soon after a switch is not yet taken for the new track.
+	// The dock ignores a "playing" that comes sooner after a switch.
 	QTest::qSleep(100);
 }
 
@@ -158,7 +158,7 @@ void Fixture::compare(double goal, const Work &floor, const Work &dock, const Wo
 {
 	std::vector<double> floors, ratios;
 	for (auto _ : state) {
-		// Each goes first once: the second may find in the cache what both of them read.
+		// Each of the two goes first once, because the second one may find cached data of the first.
 		prepare();
 		double floorTook = secondsOf(floor);
 		double dockTook = secondsOf(dock);

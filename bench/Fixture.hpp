@@ -10,7 +10,7 @@
 
 using Work = std::function<void()>;
 
-// What a list's row and a record's track hold of one file.
+// The values of one file in a list's row and in a record's track.
 struct Entry {
 	explicit Entry(const QString &path);
 	QString path;
@@ -18,35 +18,35 @@ struct Entry {
 	QString id;
 };
 
-// The built module in the scripted host with its dock on a queue of real files, half of whose paths hold "live", and what
-// the bare calls of Qt and libobs work on: the same queue as entries, as rows of a plain list and as a record.
+// The built module in the scripted host. Its dock has a queue of real files, and half of their paths contain "live".
+// The bare calls of Qt and libobs work on the same queue as entries, as rows of a plain list and as a record.
 class Fixture : public Host {
 public:
-	// With as many files as the case's argument says.
+	// Makes as many files as the case's argument says.
 	explicit Fixture(benchmark::State &state);
 
 	using Host::action, Host::child, Host::choose, Host::list, Host::search;
 
-	// Plays the row through both phases: from here on the dock manages the source, which holds one entry.
+	// Plays the row through both phases. Afterwards the dock manages the source, which holds one entry.
 	void playThrough(int row);
-	// What the dock's poll timer, which stands still, does in a second.
+	// Does the polls of one second. The dock's own poll timer is stopped.
 	void pollFourTimes() const;
-	// Drops at the top of the dock's list.
+	// Drops the data at the top of the dock's list.
 	void drop(const QMimeData *data, Qt::DropAction action) const;
 
-	// Shows the first count entries in new rows of the bare list.
+	// Fills the bare list with new rows for the first count entries.
 	void fillBare(int count);
 	void appendBare(const Entry &entry);
-	// A new array of a new object for each entry.
+	// Returns a new array with a new object for each entry. The caller owns it.
 	OBSDataArrayAutoRelease bareTracks() const;
-	// Puts a new record of these tracks in place of the bare record.
+	// Replaces the bare record with a new one of these tracks.
 	void setBareRecord(obs_data_array_t *tracks) const;
 
-	// Measures both by turns and reports the dock's time as the case's, the floor's in seconds, and how many times the
-	// floor the dock takes. Before each measurement comes prepare, which is not measured.
+	// Measures floor and dock by turns. Reports the dock's time as the case's, the floor's time in seconds, and the
+	// ratio. prepare runs before each measurement and is not measured.
 	void compare(double goal, const Work &floor, const Work &dock, const Work &prepare = settle);
 	void report(double goal, double floor, double times) const;
-	// Does what the event loop has yet to do.
+	// Processes the pending events.
 	static void settle() { QCoreApplication::processEvents(); }
 
 	const int rows;
@@ -62,5 +62,5 @@ private:
 	QPointer<QTimer> pollTimer;
 };
 
-// Has a list lay out its rows now, if it has put that off.
+// Makes a list lay out its rows now if that is still pending.
 void layOut(const QListWidget *list);

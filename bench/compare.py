@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Says which ratios of a run of dock_bench miss their goal, and which are worse by over a fifth than in figures.md.
+"""Reports the ratios of a run of dock_bench that miss their goal or are over a fifth worse than in figures.md.
 
-With --record it writes that file anew. It keeps only ratios: they mean the same on every machine, which times do not.
+With --record it writes that file again. The file holds only ratios: times differ between machines, ratios hardly do.
 """
 
 import json
@@ -12,11 +12,11 @@ import sys
 
 FIGURES = pathlib.Path(__file__).with_name("figures.md")
 LENGTHS = [100, 1000, 10000, 100000]
-WORSE = 1.2  # times the committed ratio
+WORSE = 1.2  # a ratio above this many times the committed one is worse
 
 
 def committed():
-    """{(case, rows): ratio}"""
+    """Returns the committed ratios as {(case, rows): ratio}."""
     table = [line.strip("| \n").split("|") for line in FIGURES.read_text().splitlines() if line.startswith("| ")]
     return {(case.strip(), rows): float(ratio) for case, _, *ratios in table[2:]
             for rows, ratio in zip(LENGTHS, ratios) if ratio.strip()}

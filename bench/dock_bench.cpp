@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 
-// The cases, each with the most times its floor that it should take, and the program. Beside the options of Google
-// Benchmark it takes a word that the names of the cases hold, and the largest number of rows.
+// The cases, each with its goal: the most times its floor that it should take. The program takes the options of Google
+// Benchmark, a word that selects cases by name, and the largest number of rows.
 
 #include <QAbstractButton>
 #include <QAction>
@@ -33,7 +33,7 @@ void anyLength(benchmark::internal::Benchmark *benchmark)
 	benchmark->Apply(ownLengths)->Range(100, 100000);
 }
 
-// A stored queue is read, its files are looked for, and it is stored.
+// Loads a stored queue: the dock reads it, looks for its files and stores it.
 void load(benchmark::State &state)
 {
 	Fixture queue(state);
@@ -61,7 +61,7 @@ void load(benchmark::State &state)
 }
 BENCHMARK(load)->Apply(anyLength);
 
-// A text that shows half the rows is entered and cleared.
+// Enters and clears a search that shows half of the rows.
 void search(benchmark::State &state)
 {
 	Fixture queue(state);
@@ -84,7 +84,8 @@ void search(benchmark::State &state)
 }
 BENCHMARK(search)->Apply(anyLength);
 
-// A command leaves the tracks as they are. The floor is a new record of the objects that the one before was made of.
+// Stores after a command that leaves the tracks alone. The floor is a new record that shares the objects of the old
+// one.
 void store(benchmark::State &state)
 {
 	Fixture queue(state);
@@ -100,7 +101,7 @@ void store(benchmark::State &state)
 }
 BENCHMARK(store)->Apply(anyLength);
 
-// A file is dropped. The floor is one row more, and one whole record built and set.
+// Drops a file. The floor is one new row, and one whole record built and set.
 void addOne(benchmark::State &state)
 {
 	Fixture queue(state);
@@ -119,7 +120,7 @@ void addOne(benchmark::State &state)
 	};
 	queue.compare(3, floor, dock, [&] {
 		if (queue.list()->count() > queue.rows) {
-			// The row that was added is the selected one.
+			// The new row is selected.
 			queue.action("remove")->trigger();
 			delete queue.bareList.takeItem(queue.rows);
 		}
@@ -129,7 +130,7 @@ void addOne(benchmark::State &state)
 }
 BENCHMARK(addOne)->Apply(anyLength);
 
-// Half is removed, and brought back.
+// Removes half of the rows and restores them.
 void removeHalf(benchmark::State &state)
 {
 	Fixture queue(state);
@@ -156,7 +157,7 @@ void removeHalf(benchmark::State &state)
 }
 BENCHMARK(removeHalf)->Apply(anyLength);
 
-// A hundred rows from all over the queue are dragged to its top.
+// Drags a hundred rows from all over the queue to its top.
 void drag100(benchmark::State &state)
 {
 	Fixture queue(state);
@@ -185,7 +186,7 @@ void drag100(benchmark::State &state)
 		queue.drop(drag->mimeData(), Qt::MoveAction);
 		layOut(queue.list());
 	};
-	// A list takes a move only while a drag of its own goes on.
+	// A list accepts a move only during a drag of its own.
 	QTimer::singleShot(0, drag, [&] {
 		queue.compare(3, floor, dock, prepare);
 		QDrag::cancel();
@@ -195,7 +196,7 @@ void drag100(benchmark::State &state)
 }
 BENCHMARK(drag100)->Apply(ownLengths)->Range(1000, 100000);
 
-// As many rows as there is room for. The floor has one text for each, not three.
+// Paints a page of rows. The floor paints one text per row, not three.
 void paint(benchmark::State &state)
 {
 	Fixture queue(state);
@@ -215,7 +216,8 @@ double bytesTakenBy(const Work &work)
 	return bytesInUse() - before;
 }
 
-// What the dock holds of a source that it shows, beside the record, which stays with the source. In bytes, not seconds.
+// Measures the memory, in bytes, that the dock needs for a shown source, without the record, which belongs to the
+// source.
 void memory(benchmark::State &state)
 {
 	Fixture queue(state);
@@ -227,7 +229,7 @@ void memory(benchmark::State &state)
 	const double dock = bytesTakenBy([&] { queue.choose(queue.source); });
 	const double floor = bytesTakenBy([&] {
 		for (const Entry &entry : queue.entries) {
-			// A copy of the path, which the dock does not share with others either.
+			// The dock shares no path with others, so copy it here.
 			entries.append(Entry(QString::fromUtf8(entry.path.toUtf8())));
 			queue.appendBare(entries.constLast());
 		}
@@ -239,7 +241,7 @@ void memory(benchmark::State &state)
 }
 BENCHMARK(memory)->Apply(anyLength)->Iterations(1);
 
-// Asked for on this thread, which is served at once: what is timed is the answer, not the way between two threads.
+// Sends the request on this thread, where it is served at once, so only the response is measured.
 void getQueue(benchmark::State &state)
 {
 	Fixture queue(state);
@@ -280,7 +282,7 @@ void countItems(obs_source_t *source, int &items)
 		obs_scene_enum_items(scene, count, &items);
 }
 
-// Counts all that scenes hold.
+// Counts the items of all scenes.
 int walkScenes()
 {
 	const auto append = [](void *data, obs_source_t *source) {
@@ -307,8 +309,8 @@ size_t readPlaylist(obs_source_t *source)
 	return length;
 }
 
-// What happens in each second, whatever the user does: four looks at the media and the current track, of which one is also
-// a look at all scenes and at the source's playlist.
+// The work of each second: four polls of the media and the current track, of which one also walks all scenes and reads
+// the source's playlist.
 void comparePoll(Fixture &queue)
 {
 	const QString last = queue.entries.constLast().id;
@@ -329,7 +331,7 @@ void comparePoll(Fixture &queue)
 	queue.compare(2, floor, [&] { queue.pollFourTimes(); });
 }
 
-// At rest the source still holds the whole playlist; while a track plays it holds one entry, here the queue's last.
+// At rest the source holds the whole playlist. During playback it holds one entry, here the queue's last one.
 void poll(benchmark::State &state, bool playing)
 {
 	Fixture queue(state);
@@ -340,7 +342,7 @@ void poll(benchmark::State &state, bool playing)
 BENCHMARK_CAPTURE(poll, idle, false)->Apply(anyLength);
 BENCHMARK_CAPTURE(poll, playing, true)->Apply(anyLength);
 
-// 100 scenes of 50 items: 45 that are not the dock's business, 4 of 50 VLC sources, and the scene before.
+// 100 scenes of 50 items: 45 of a type that the dock ignores, 4 of 50 VLC sources, and the previous scene.
 void pollManyScenes(benchmark::State &state)
 {
 	Fixture queue(state);
@@ -372,11 +374,11 @@ int main(int argc, char **argv)
 	benchmark::Initialize(&argc, argv);
 	QApplication app(argc, argv);
 	QApplication::setQuitOnLastWindowClosed(false);
-	// Nothing is to be measured that the dock has not done.
+	// A failed expectation ends the run, because a figure of work that was not done means nothing.
 	GTEST_FLAG_SET(throw_on_failure, true);
 	const std::string word = argc > 1 ? argv[1] : "";
 	const std::string most = argc > 2 ? argv[2] : "100000";
-	// The lengths are powers of ten.
+	// All lengths are powers of ten, so the number of digits selects them.
 	const std::string filter = word + ".*/[0-9]{1," + std::to_string(most.size()) + "}/";
 	return !benchmark::RunSpecifiedBenchmarks(nullptr, nullptr, filter);
 }

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Measures the dock in the real OBS, with the real VLC source, beside what OBS and the source do by themselves.
+"""Measures the dock in the real OBS with the real VLC source, and OBS and the source without the dock.
 
-"bench" measures what a user waits for. "longrun" makes thousands of track switches beside an OBS without the dock, and
-fails when one is lost or made up, or when an OBS leaks or does not end well.
+"bench" measures how long a user waits. "longrun" switches tracks thousands of times, in an OBS with the
+dock and one without, and fails when a switch is lost or comes unrequested, or when an OBS leaks or ends badly.
 """
 
 import os
@@ -19,7 +19,7 @@ from obs_config import SOURCE, scene, vlc_source
 from obs_host import Client, HostError, press_key, wait_for
 from show import Show, done, edit_elsewhere, expect, items, main, media_action, soon
 
-BARE = "Bare"  # a source that the dock leaves alone
+BARE = "Bare"  # a source that the dock does not bind
 ENDED, STARTED = "MediaInputPlaybackEnded", "MediaInputPlaybackStarted"
 COMMAND, PLAYING = "command", "playing"
 CHANGED, STOPPED, UPDATED = "CurrentTrackChanged", "MediaInputActionTriggered", "InputSettingsChanged"
@@ -39,7 +39,7 @@ class Listener(Client):
         self.source = source
 
     def times(self, *names, timeout=20):
-        """Waits until an event of each of these names has come, and returns when each did."""
+        """Waits for an event of each of these names and returns the time of each."""
         times = {}
         while not times.keys() >= set(names):
             try:
@@ -58,8 +58,8 @@ def main_window(obs):
 
 
 def longest_answers(windows, acts):
-    """In milliseconds, how long each window takes at most to say where it is, which its user interface does between
-    two events, while the acts go on in other threads."""
+    """Runs the acts in other threads and meanwhile asks each window for its position, which OBS answers between two
+    events. Returns the longest answer of each window in milliseconds."""
     longest = [0] * len(windows)
     with ThreadPoolExecutor() as pool:
         deeds = [pool.submit(act) for act in acts]
@@ -75,14 +75,14 @@ def longest_answers(windows, acts):
 
 
 def begin(show, *sources):
-    """OBS on one scene of these sources, the first of which the dock shows."""
+    """Starts OBS on one scene of these sources. The dock shows the first one."""
     obs_config.write_collection(show.home, [scene("Main", *sources)], sources)
     obs_config.remember_source(show.home, sources[0])
     return show.start()
 
 
 def plays(obs, source=SOURCE):
-    """Waits until the source plays, and returns when that is."""
+    """Waits until the source plays and returns the time of that."""
     start = time.perf_counter()
     while obs.media(source)[0] != "playing":
         if time.perf_counter() - start > 20:
@@ -91,8 +91,8 @@ def plays(obs, source=SOURCE):
 
 
 def measure_switches(show, rounds=4):
-    """From a command, and from the end of a track, to the source's "playing", and what the time is spent on."""
-    # Of many lengths, so that the ends come at all moments between two polls.
+    """Measures the time from a command, and from a track's end, to the source's "playing", and its parts."""
+    # The clips have many lengths, so that the ends come at all moments between two polls.
     clips = [show.clip(f"short {number}.mp4", 1.5 + 0.07 * number) for number in range(8)]
     obs = begin(show, vlc_source(clips), vlc_source([], name=BARE, playback_behavior="always_play"))
     soon("the queue", lambda: len(obs.labels() or []), len(clips))
@@ -127,7 +127,7 @@ def measure_switches(show, rounds=4):
 
 
 def processor_share(pid, seconds=8):
-    """In percent of one processor."""
+    """Returns the processor time that a process takes, in percent of one processor."""
     def used():
         fields = Path(f"/proc/{pid}/stat").read_text().rpartition(")")[2].split()
         return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
@@ -137,7 +137,7 @@ def processor_share(pid, seconds=8):
 
 
 def measure_load(show, repeats=6):
-    """What OBS takes to start, at rest and while a track plays, by turns without and with the dock."""
+    """Measures OBS's start, and its processor time at rest and during playback, by turns without and with the dock."""
     shows = [Show(show.arguments, with_module=False), show]
     clip = show.clip("long.mp4", 60)
     figures = {"start, s": [], "processor at rest, %": [], "processor while playing, %": []}
@@ -161,7 +161,7 @@ def measure_load(show, repeats=6):
 
 
 def long_queue(show, rows):
-    """A source whose stored queue is that long, half of it named "live"."""
+    """Returns a source with a stored queue of this length. Half of the names contain "live"."""
     paths = [show.clip(f"{rows}.mp4", 60)]
     for number in range(1, rows):
         paths.append(show.folder / f"{rows}/{number // 1000}/{number} {'studio' if number % 2 else 'live'}.mp4")
@@ -176,7 +176,7 @@ def long_queue(show, rows):
 
 
 def measure_answers(show, rows, repeats=3):
-    """The longest answer of the window, in milliseconds, during each thing that is done to a queue this long."""
+    """Returns the longest answer of the window, in milliseconds, during each operation on a queue of this length."""
     obs = begin(show, long_queue(show, rows))
     window, client = main_window(obs), obs.client
     search, count = obs.widget("search"), obs.widget("trackCount")
@@ -199,7 +199,7 @@ def measure_answers(show, rows, repeats=3):
     for _ in range(repeats):
         done(client, "SelectSource", sourceUuid="")
         for name, act in deeds.items():
-            # For a second more: what the deed leads to may come later.
+            # Watch for one more second: an effect of the operation may come later.
             took[name] += longest_answers([window], [lambda: (act(), time.sleep(1))])
     show.end()
     return {name: f"{median(times):.0f}" for name, times in took.items()}
@@ -216,7 +216,7 @@ def bench(show):
 
 
 class Side:
-    """One OBS of the long run on ten clips of a second, with or without the dock, and what is counted of it."""
+    """One OBS of the long run, with or without the dock, on ten clips of a second, and its counters."""
 
     def __init__(self, show):
         self.show, self.dock = show, bool(show.module)
@@ -226,7 +226,7 @@ class Side:
         self.obs = begin(show, vlc_source(self.clips, playback_behavior="always_play"))
         if self.dock:
             soon("the queue", lambda: len(self.obs.labels() or []), TRACKS)
-        # What the source plays by itself at the start is no switch.
+        # The source plays at the start by itself; do not count that as a switch.
         media_action(self.obs, "STOP")
         wait_for("the source is at rest",
                  lambda: self.obs.media(SOURCE)[0] in ("stopped", "ended", "none"))
@@ -240,7 +240,7 @@ class Side:
             edit_elsewhere(self.obs, *(self.clips if walks else self.clips[index:index + 1]))
 
     def follow(self):
-        """A switch that was asked for is seen when the source opens its media."""
+        """Waits for a requested switch: it is seen when the source opens its media."""
         self.asked += 1
         try:
             self.listener.times(STARTED)
@@ -249,7 +249,7 @@ class Side:
         self.seen += 1
 
     def round(self):
-        """A walk through the queue, after which nothing may follow, and tracks that are asked for."""
+        """Lets the queue play to its end, checks that nothing follows, and then plays single tracks."""
         self.play(0, walks=True)
         for _ in range(TRACKS):
             self.follow()
@@ -257,7 +257,7 @@ class Side:
             self.listener.times(STARTED, timeout=5)
             self.seen += 1
         except HostError:
-            pass  # as it should be
+            pass  # no further switch, as wanted
         for number in range(PLAYS):
             self.play(number % TRACKS)
             self.follow()
@@ -285,7 +285,7 @@ def longrun(show):
         tell("longest answer of the window, ms", *[f"{max(times):.0f}" for times in zip(*answers)])
     finally:
         other.remove()
-    expect("switches that nobody had asked for", [side.seen - side.asked for side in sides], [0, 0])
+    expect("unrequested switches", [side.seen - side.asked for side in sides], [0, 0])
 
 
 if __name__ == "__main__":

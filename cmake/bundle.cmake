@@ -1,4 +1,5 @@
-# The macOS bundle as OBS looks for one in a plug-ins folder, and a component package that installs it for every user.
+# Makes the macOS bundle that OBS looks for in a plug-ins folder, and a component package that installs it for every
+# user.
 set(bundle_id org.reelhouse.obs-reelhouse)
 file(GLOB_RECURSE data_files CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/data/*")
 set_target_properties(
@@ -9,11 +10,11 @@ set_target_properties(
              MACOSX_BUNDLE_BUNDLE_VERSION "${PROJECT_VERSION}"
              MACOSX_BUNDLE_GUI_IDENTIFIER "${bundle_id}"
              MACOSX_BUNDLE_INFO_PLIST "${PROJECT_SOURCE_DIR}/cmake/package/Info.plist.in"
-             # libobs is there before us; an install that rewrote the search path would break the signature.
+             # libobs is already loaded, and an install that rewrites the search path would break the signature.
              BUILD_WITH_INSTALL_RPATH ON
              LINK_DEPENDS "${data_files};${manifest}")
 
-# One step after the other, since what is signed may not change. Ad hoc: arm64 loads nothing that is not signed at all.
+# Sign last: signed files must not change. arm64 loads only signed code, so an ad-hoc signature is the least.
 set(resources "$<TARGET_BUNDLE_CONTENT_DIR:obs-reelhouse>/Resources")
 add_custom_command(
   TARGET obs-reelhouse
@@ -25,7 +26,7 @@ add_custom_command(
   VERBATIM)
 install(TARGETS obs-reelhouse LIBRARY DESTINATION .)
 
-# The list of components keeps the installer from updating another copy of the bundle, wherever it finds one.
+# The list of components keeps the installer from updating another copy of the bundle elsewhere.
 set(package_root "${PROJECT_BINARY_DIR}/package-root")
 add_custom_target(
   component-package

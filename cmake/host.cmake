@@ -1,5 +1,5 @@
-# The one host that a build is for. The module refuses every other OBS and Qt at load.
-# "installed" stands for the versions that this build finds, which is what a development build wants.
+# A build accepts one host: the module refuses every other OBS and Qt when it is loaded. "installed" means the versions
+# that this build finds, which suits development.
 set(REELHOUSE_OBS_VERSION "32.0.4" CACHE STRING "OBS version that the module accepts, or \"installed\"")
 set(REELHOUSE_QT_VERSION "6.8.3" CACHE STRING "Qt runtime version that the module accepts, or \"installed\"")
 

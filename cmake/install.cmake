@@ -1,7 +1,7 @@
-# Where OBS looks for modules. The default component goes below the install prefix of OBS itself; the component "user"
-# is laid out for a user's own plug-in folder (~/.config/obs-studio/plugins on Linux).
+# OBS looks for modules in two places. The default component is installed below OBS's own prefix. The component "user"
+# has the layout of a user's plug-in folder (~/.config/obs-studio/plugins on Linux).
 
-# For the plug-in manager of OBS 32, which reads it beside the locale files.
+# The plug-in manager of OBS 32 reads this file beside the locale files.
 set(manifest "${PROJECT_BINARY_DIR}/manifest.json")
 configure_file(cmake/package/manifest.json.in "${manifest}" @ONLY)
 

@@ -1,10 +1,10 @@
-# What CPack packs: a Debian package for the installed host, and an archive for a user's own plug-in folder.
+# CPack makes a Debian package for the installed host, and an archive for a user's own plug-in folder.
 set(CPACK_GENERATOR DEB TXZ)
 set(CPACK_PROJECT_CONFIG_FILE "${PROJECT_SOURCE_DIR}/cmake/package/generator.cmake")
 set(CPACK_BUILD_DIRECTORY "${PROJECT_BINARY_DIR}")
 set(CPACK_PACKAGE_DIRECTORY "${PROJECT_BINARY_DIR}/packages")
-# Raised when the same version is packed anew, for whatever reason; 1 with a new version. Both are in the names of the
-# files, so that the packages for several hosts stay beside each other.
+# Raise it to pack the same version again; set it to 1 with a new version. The file names hold both, so packages for
+# several hosts stay beside each other.
 set(package_revision 2)
 set(package_file_name "${PROJECT_NAME}-${PROJECT_VERSION}-${package_revision}-obs${host_obs_version}\
 -qt${host_qt_version}-${CMAKE_SYSTEM_PROCESSOR}")
@@ -17,7 +17,7 @@ set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ
                                                 WORLD_EXECUTE)
 
-# dpkg-shlibdeps finds the libraries; what the module refuses at load, the package manager shall refuse before.
+# dpkg-shlibdeps finds the libraries. The package manager must also refuse the hosts that the module refuses.
 function(depend_on_version package version)
   string(REGEX MATCH "^(.*[.])([0-9]+)$" matched "${version}")
   math(EXPR next_patch "${CMAKE_MATCH_2} + 1")
@@ -28,7 +28,7 @@ depend_on_version(obs-studio "${host_obs_version}")
 depend_on_version(libqt6core6t64 "${host_qt_version}")
 list(JOIN depends ", " CPACK_DEBIAN_PACKAGE_DEPENDS)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# The VLC source, and the VLC that it plays with.
+# The VLC source and VLC itself.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "obs-plugins, libvlc5, vlc-plugin-base")
 set(CPACK_DEBIAN_PACKAGE_SECTION video)
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
@@ -39,7 +39,7 @@ set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
-# SOURCE_DATE_EPOCH sets it, where the same sources are to give the same package.
+# For reproducible packages, SOURCE_DATE_EPOCH sets this time.
 string(TIMESTAMP package_date "%a, %d %b %Y %H:%M:%S +0000" UTC)
 configure_file(cmake/package/debian-changelog.in package/changelog.Debian @ONLY)
 configure_file(cmake/package/debian-copyright.in package/copyright @ONLY)

@@ -1,4 +1,4 @@
-# Where the project is found, and who answers for its packages. Both addresses are reserved for examples. Put the project's
-# own here before anything is published: ./dev package --release refuses these.
+# The project's home page and the maintainer of its packages. Both addresses are reserved for examples. Replace them
+# before you publish: ./dev package --release refuses them.
 set(project_homepage "https://obs-reelhouse.example")
 set(project_contact "The Reelhouse developers <developers@obs-reelhouse.example>")

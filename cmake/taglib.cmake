@@ -1,10 +1,10 @@
-# TagLib reads titles and lengths from the files of a queue. Without it the module has neither, and does all else.
+# TagLib reads titles and lengths of media files. Without it the module works, but has no titles and lengths.
 option(REELHOUSE_TAGLIB "Read titles and times from media files, if TagLib is there" ON)
 
-# What links to it gets TagLib, if there is one, with what of ours needs it.
+# A target that links this library gets TagLib, if there is one, and our sources' definitions for it.
 add_library(reelhouse-taglib INTERFACE)
 if(REELHOUSE_TAGLIB)
-  # TagLib has a package of CMake's since 2.0, and one of pkg-config's for longer.
+  # TagLib has a CMake package since 2.0; older versions only have one of pkg-config.
   find_package(taglib 2.0 CONFIG QUIET)
   if(taglib_FOUND)
     set(taglib_target TagLib::tag)

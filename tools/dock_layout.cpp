@@ -1,7 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 
-// Prints the state of a main window with OBS's docks along the bottom and ours above them or, with the word "side", at
-// the right of the picture, as OBS keeps it in its configuration. Without one, OBS opens a new dock floating and hidden.
+// Prints the state of a main window, in the form of OBS's configuration: OBS's docks along the bottom and our dock
+// above them, or at the right of the picture with the argument "side". Without such a state OBS opens a new dock
+// floating and hidden.
 
 #include <QApplication>
 #include <QDockWidget>

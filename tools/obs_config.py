@@ -1,4 +1,4 @@
-"""An OBS configuration of our own: no first-run wizard, our dock docked, one scene with one VLC source."""
+"""Writes a configuration for OBS: no first-run wizard, our dock docked, one scene with one VLC source."""
 
 import json
 import os
@@ -13,11 +13,11 @@ MODULE = "obs-reelhouse"
 
 def write_config(home: Path, dock_layout: Path | None, websocket_port: int, password: str = "",
                  preview: bool = True, side: bool = False, theme: str = "") -> None:
-    """Prepares a home folder for OBS, whose WebSocket server asks for the password if there is one. Without the program
-    that prints a dock layout, OBS keeps its own, with our dock closed. side puts it at the right of the picture.
+    """Prepares a home folder for OBS. With a password, its WebSocket server asks for it. dock_layout is the program
+    that prints a dock layout; without it OBS keeps its own, with our dock closed. side puts the dock at the right.
 
-    Whoever sends OBS clicks and keys goes without the preview: before each frame of it OBS takes whatever has come over
-    the X connection, which it shares with Qt, and throws it away, so that one event in some thousands is lost."""
+    Turn the preview off to send clicks and keys: before each frame of a preview, OBS reads what has come over its X
+    connection, which it shares with Qt, and drops it. So one event in some thousands is lost."""
     config = home / ".config/obs-studio"
     config.mkdir(parents=True, exist_ok=True)
     print_layout = [dock_layout, "side" if side else "below"]
@@ -62,13 +62,13 @@ def write_json(path: Path, data) -> None:
 
 
 def vlc_source(paths, name=SOURCE, **settings):
-    """A VLC source as a scene collection holds it."""
+    """Returns a VLC source in the form of a scene collection file."""
     return {"id": "vlc_source", "versioned_id": "vlc_source", "name": name, "uuid": str(uuid.uuid4()),
             "settings": {"playlist": [{"value": str(path)} for path in paths], "loop": False, **settings}}
 
 
 def scene(name, *sources):
-    """A scene that shows the given sources, fitted into a canvas of 1280 by 720."""
+    """Returns a scene that shows the sources, each fitted into a canvas of 1280 by 720."""
     items = [{"name": source["name"], "source_uuid": source["uuid"], "id": number, "visible": True,
               "bounds_type": 2, "bounds": {"x": 1280.0, "y": 720.0}, "scale": {"x": 1.0, "y": 1.0}}
              for number, source in enumerate(sources, 1)]
@@ -83,6 +83,6 @@ def write_collection(home: Path, scenes, sources, name="Reelhouse") -> None:
 
 
 def remember_source(home: Path, source) -> None:
-    """Has the dock open with this source chosen."""
+    """Writes the dock's settings so that it opens with this source chosen."""
     write_json(home / f".config/obs-studio/plugin_config/{MODULE}/settings.json",
                {"remainingTime": False, "sourceUuid": source["uuid"]})

@@ -1,7 +1,7 @@
-"""The real OBS as a person and a machine see it: its windows, its accessibility tree and its WebSocket server.
+"""Drives the real OBS by its windows, its accessibility tree and its WebSocket server.
 
-Meant to run inside a D-Bus session of its own (dbus-run-session), which the accessibility bus needs. As a program it
-makes one request to the dock of the OBS that was started on a home folder.
+Run it inside a D-Bus session of its own (dbus-run-session): the accessibility bus needs one. As a program, it sends one
+request to the dock of the OBS that was started on a home folder.
 """
 
 import base64
@@ -28,18 +28,18 @@ from websockets.sync.client import connect  # noqa: E402
 CONTENT = "OBS-Reelhouse-content"
 VENDOR = "OBS-Reelhouse"
 VENDOR_EVENTS = 1 << 9
-# Not with --disable-missing-files-check: OBS then leaks the list that it would have shown, and its leaks are a test.
+# Do not add --disable-missing-files-check: OBS then leaks the list of missing files, and the tests look for leaks.
 OBS_COMMAND = ["obs", "--multi", "--disable-updater", "--disable-shutdown-check"]
 MENU = ["Move Up", "Move Down", "Move to Top", "Move to Bottom", "Remove", "Undo Remove", "Show Current Track",
         "Show in Folder", "Give Playlist Back to Source", "About Reelhouse"]
 
 
 class HostError(Exception):
-    """What went wrong, in words for the person who started this."""
+    """An error with a message for the user."""
 
 
 def wait_for(what, condition, timeout=30.0):
-    """Returns the first true result of condition, asked again and again; raises HostError after timeout seconds."""
+    """Calls condition until its result is true and returns that; raises HostError after timeout seconds."""
     deadline = time.monotonic() + timeout
     while True:
         result = condition()
@@ -62,7 +62,7 @@ class Desktop:
     def __init__(self, size="1600x1000"):
         self.children = []
         read_end, write_end = os.pipe()
-        # Not to be reset when the only client leaves, which would end whoever starts just then.
+        # Do not let the server reset when its only client leaves: a client that starts then would end.
         xvfb = self._start(["Xvfb", "-displayfd", str(write_end), "-screen", "0", f"{size}x24", "-nolisten", "tcp",
                             "-noreset"], pass_fds=[write_end])
         os.close(write_end)
@@ -70,7 +70,7 @@ class Desktop:
             number = pipe.readline().strip()
         if not number:
             raise HostError(f"Xvfb did not start (exit code {xvfb.wait()}).")
-        # The accessibility bus has its socket there: two desktops that shared it would see each other's windows.
+        # The accessibility bus has its socket here: two desktops that share it see each other's windows.
         self.runtime = tempfile.mkdtemp(prefix="obs-run-")
         os.environ.update(DISPLAY=f":{number}", XDG_RUNTIME_DIR=self.runtime, LIBGL_ALWAYS_SOFTWARE="1",
                           QT_QPA_PLATFORM="xcb", QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1", NO_AT_BRIDGE="1")
@@ -90,7 +90,7 @@ class Desktop:
 
     @contextlib.contextmanager
     def film(self, path):
-        """Records what is on the screen meanwhile as an animated GIF, small enough for a page."""
+        """Records the screen during the block as an animated GIF that is small enough for a page."""
         filters = ("fps=5,scale=800:-1:flags=lanczos,split[a][b];"
                    "[a]palettegen=max_colors=64:stats_mode=diff[p];[b][p]paletteuse=dither=none:diff_mode=rectangle")
         recorder = subprocess.Popen(["ffmpeg", "-v", "error", "-y", "-f", "x11grab", "-framerate", "10", "-i",
@@ -108,7 +108,7 @@ class Desktop:
 
 
 def id_of(node):
-    """Object names joined by dots; empty for a node that has just gone."""
+    """Returns the object names, joined by dots; empty for a node that has just gone."""
     return node.get_accessible_id() or ""
 
 
@@ -158,7 +158,7 @@ class Widget:
         return round(x + across * width), round(y + down * height)
 
     def press(self):
-        """The widget's own accessible action, as a screen reader triggers it."""
+        """Triggers the widget's accessible action, as a screen reader does."""
         if not self.node.get_action_iface().do_action(0):
             raise HostError(f"Pressing {self.name!r} did nothing.")
 
@@ -186,7 +186,7 @@ def answer_challenge(password, challenge, salt):
 
 
 class Client:
-    """A connection to OBS's WebSocket server. Events that come while it waits for something else are kept."""
+    """A connection to OBS's WebSocket server. It stores events that come during other waits."""
 
     def __init__(self, port, password="", events=0):
         self.events = []
@@ -209,7 +209,7 @@ class Client:
             self.events.append(message["d"]["eventData"])
 
     def ask(self, request, **data):
-        """Sends a request whose answer is still to be received."""
+        """Sends a request without waiting for the response."""
         self.send(6, {"requestType": request, "requestId": "1", "requestData": data})
 
     def try_request(self, request, **data):
@@ -224,14 +224,14 @@ class Client:
         return answer
 
     def dock(self, request, **data):
-        """One of the dock's own requests."""
+        """Sends one of the dock's requests and returns its response."""
         return self.request("CallVendorRequest", vendorName=VENDOR, requestType=request,
                             requestData=data)["responseData"]
 
 
 class Obs:
-    """One run of OBS Studio on a configuration home made by obs_config, with our module where it was built, or, without
-    module and data, with what is installed."""
+    """One run of OBS Studio on a home folder made by obs_config. It loads our module from the build tree, or, without
+    module and data, the installed one."""
 
     def __init__(self, home: Path, module: Path | None, data: Path | None, port: int):
         self.home = Path(home)
@@ -258,7 +258,7 @@ class Obs:
         if self.process.poll() is not None:
             raise HostError(f"OBS ended with code {self.process.returncode}.")
 
-    # The host itself, through its WebSocket server
+    # OBS itself, through its WebSocket server
 
     def connect(self):
         def attempt():
@@ -268,7 +268,7 @@ class Obs:
             except OSError:
                 return None
         self.client = wait_for("OBS opens its WebSocket server", attempt, 60)
-        # While a scene collection loads, requests are refused.
+        # OBS refuses requests while it loads a scene collection.
         wait_for("OBS finishes loading", lambda: self.try_request("GetSceneList")[0], 60)
 
     def try_request(self, request, **data):
@@ -284,12 +284,12 @@ class Obs:
         return [item["value"] for item in self.settings(source).get("playlist", [])]
 
     def record(self, source):
-        """The queue as the module stores it with the source; None where it has not yet."""
+        """Returns the record that the module stores with the source; None when there is none yet."""
         private = self.request("GetSourcePrivateSettings", sourceName=source)["sourceSettings"]
         return private.get("OBS-Reelhouse")
 
     def media(self, source):
-        """(state without its prefix, position in ms, duration in ms); unknown times are 0."""
+        """Returns (state without its prefix, position in ms, duration in ms); unknown times are 0."""
         status = self.request("GetMediaInputStatus", inputName=source)
         state = status["mediaState"].removeprefix("OBS_MEDIA_STATE_").lower()
         return state, max(status["mediaCursor"] or 0, 0), max(status["mediaDuration"] or 0, 0)
@@ -315,16 +315,16 @@ class Obs:
                 if found:
                     return found
         except GLib.Error:
-            pass  # gone while it was looked at
+            pass  # the node has just gone
         return None
 
     def find(self, wanted, what, timeout=30):
-        """The first widget for which wanted(node) holds, waited for."""
+        """Waits for a widget for which wanted(node) is true, and returns it."""
         return Widget(wait_for(f"{what} is on screen",
                                lambda: (top := self.application()) and self.walk(top, wanted), timeout))
 
     def widget(self, name):
-        """One of the dock's own widgets, by object name."""
+        """Returns a widget of the dock by its object name."""
         if name not in self.nodes:
             suffix = f".{CONTENT}" if name == CONTENT else None
             if suffix:
@@ -341,7 +341,7 @@ class Obs:
         return self.widget("playlist").children
 
     def labels(self):
-        """The texts of the list's rows; None while they are being replaced."""
+        """Returns the texts of the list's rows; None while the dock replaces them."""
         try:
             return [row.name for row in self.rows()]
         except GLib.Error:
@@ -355,7 +355,7 @@ class Obs:
         self.row(label).click(across=0.3, times=2)
 
     def choose(self, selector, text):
-        """Opens one of the dock's selectors with the mouse and picks an entry with the keyboard."""
+        """Opens a selector of the dock with the mouse and chooses an entry with the keyboard."""
         box = self.widget(selector)
         before = self.windows()
         box.click(across=0.5)
@@ -370,8 +370,8 @@ class Obs:
         return set(found.stdout.split())
 
     def menu(self, label, entry, disabled=(), meanwhile=lambda: None):
-        """Opens the context menu on a row and picks an entry with the keyboard, which passes over the disabled ones:
-        Qt keeps popups out of the accessibility tree."""
+        """Opens the context menu on a row and chooses an entry with the keyboard, because Qt keeps popups out of the
+        accessibility tree. The keyboard skips disabled entries."""
         before = self.windows()
         self.row(label).click(across=0.3, button=3)
         wait_for("the context menu opens", lambda: self.windows() - before, 5)
@@ -390,7 +390,7 @@ class Obs:
         xdotool("windowmove", self.main_window(), 0, 0, "windowsize", self.main_window(), "100%", "100%")
 
     def quit(self, timeout=60):
-        """Closes the main window as a person does and returns the exit code."""
+        """Closes the main window as a user does and returns the exit code."""
         if self.client:
             self.client.socket.close()
         xdotool("windowactivate", "--sync", self.main_window())
@@ -409,10 +409,10 @@ class Obs:
         self.output.close()
 
     def complaints(self):
-        """What OBS's log says against a clean run, line by line."""
+        """Returns the lines of OBS's log that a clean run does not have."""
         log = self.log
         lines = re.findall(r".*(?:Not all sources were cleared|Ambiguous shortcut).*", log)
-        # Modules of OBS's own call the frontend after it has gone: one in OBS 30, two in OBS 32.
+        # OBS's own modules call the frontend after its end: one module in OBS 30, two in OBS 32.
         late = re.findall(r".*no callbacks!", log)
         major = re.search(r": OBS (\d+)\.", log)
         if len(late) > (2 if major and int(major.group(1)) > 30 else 1):

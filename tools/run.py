@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Opens OBS with our dock on a queue of the given media; without a display it plays the queue and reports."""
+"""Opens OBS with our dock and a queue of the given media. Without a display it plays the queue and reports."""
 
 import argparse
 import os
@@ -13,9 +13,9 @@ import obs_config
 from obs_config import SOURCE
 from obs_host import CONTENT, Desktop, HostError, Obs, free_port, press_key, wait_for, xdotool
 
-# How far a track has to play before it counts as playing, in milliseconds.
+# A track counts as playing after this many milliseconds.
 PLAYED_MS = 1000
-# The show of the README's pictures: each track's name, its length in seconds and its size in MiB.
+# The queue in the README's pictures: name, length in seconds and size in MiB of each track.
 PICTURED = (("Countdown.mp4", 120, 31.4), ("Opening titles.mp4", 45, 22.8), ("Harbour at dawn.mp4", 260, 148.6),
             ("Interview, part 1.mp4", 640, 402.3), ("Sponsors.mp4", 30, 12.1), ("Interview, part 2.mp4", 580, 377.9),
             ("Nina Vale – Northern Lights.mp4", 245, 96.5), ("Viewers' questions.mp4", 410, 251.0),
@@ -31,7 +31,7 @@ def prepare(home, layout, media, port, other_scenes=(), **options):
 
 
 def make_pictured(folder):
-    """The media of the pictures: one slow film, as long and, with nothing behind it, as large as each track says."""
+    """Makes the media of the pictures: one slow film with the length of each track, zero-filled to its size."""
     folder.mkdir()
     for number, (name, seconds, mebibytes) in enumerate(PICTURED):
         path = folder / name
@@ -43,7 +43,7 @@ def make_pictured(folder):
 
 
 def open_on_display(arguments):
-    # With a password, because the server can be reached from the network.
+    # Set a password, because the network can reach the server.
     port, password = free_port(), secrets.token_urlsafe()
     prepare(arguments.home, arguments.layout, arguments.media, port, password=password)
     print(f"WebSocket server: localhost:{port}, password {password}", flush=True)
@@ -75,7 +75,7 @@ def play_track(obs, label):
 
 
 def show_search(obs, words, label):
-    """Finds a track by typing, plays it and lets the search go, for the film."""
+    """For the film: searches a track, plays it and ends the search."""
     obs.widget("search").click()
     xdotool("type", "--delay", 150, words)
     wait_for("the search shows the track", lambda: " of " in obs.widget("trackCount").name, 5)
@@ -85,7 +85,7 @@ def show_search(obs, words, label):
 
 
 def enable_preview(obs):
-    """Has OBS show its preview, and lets the track play on meanwhile, so that there is a picture in it."""
+    """Turns OBS's preview on and waits until the track has played on, so that the preview shows a picture."""
     obs.find(lambda node: node.get_accessible_id().endswith(".enablePreviewButton"), "OBS's disabled preview").press()
     start = obs.media(SOURCE)[1]
 
@@ -96,8 +96,7 @@ def enable_preview(obs):
 
 
 def watch(arguments, media, use, size="1280x800", **options):
-    """Opens OBS on a queue of these media, without a display, and has use(obs, desktop) make something of it. Returns
-    the exit code."""
+    """Opens OBS on a queue of these media, without a display, and calls use(obs, desktop). Returns the exit code."""
     port = free_port()
     prepare(arguments.home, arguments.layout, media, port, **options)
     desktop = Desktop(size)
@@ -135,7 +134,7 @@ def play_through(arguments):
 
 
 def take_pictures(arguments):
-    """The README's pictures: the dock below in the dark and at the side in the light, and a film of it."""
+    """Makes the README's pictures: the dock at the bottom in a dark theme, at the side in a light one, and a film."""
     media = list(make_pictured(arguments.home / "Show"))
     labels = [path.name for path in media]
 

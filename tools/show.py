@@ -1,4 +1,4 @@
-"""What the tests and the measurements in the real OBS share: their media and runs, and how they look and wait."""
+"""Shared by tests and measurements in the real OBS: media, runs of OBS, waiting and comparing."""
 
 import argparse
 import json
@@ -21,7 +21,7 @@ def expect(what, actual, wanted):
 
 
 def soon(what, look, wanted, timeout=10):
-    """Waits until look() gives what is wanted."""
+    """Waits until look() returns the wanted value."""
     last = []
 
     def matches():
@@ -36,7 +36,7 @@ def soon(what, look, wanted, timeout=10):
 
 
 class Show:
-    """The media, the configuration and the runs of OBS that one scenario takes."""
+    """The media, the configuration and the runs of OBS of one scenario."""
 
     def __init__(self, arguments, with_module=True):
         self.arguments = arguments
@@ -67,7 +67,7 @@ class Show:
         self.ended()
 
     def ended(self):
-        """When OBS ends, by whatever hand."""
+        """Waits until OBS has ended."""
         wait_for("OBS ends", lambda: self.obs.process.poll() is not None, 60)
         expect("exit code", self.obs.process.returncode, 0)
         self.obs.kill()
@@ -79,7 +79,7 @@ class Show:
         shutil.rmtree(self.folder, ignore_errors=True)
 
     def drag_in(self, *what, until):
-        """Drags files from another program's window onto the list, and keeps that program until the drop shows."""
+        """Drags files from another program's window onto the list. That program runs until the drop shows."""
         source = subprocess.Popen([self.arguments.drag_source, *map(str, what)], stdout=subprocess.PIPE, text=True)
 
         def hear(word):
@@ -97,17 +97,17 @@ class Show:
 
 
 def drag(obs, start, target, meanwhile=lambda: None, before_drop=lambda: None):
-    """Drags with the mouse until OBS lets go of the drag."""
+    """Drags with the mouse and waits until OBS has ended the drag."""
     before = obs.windows()
     xdotool("mousemove", "--sync", *start, "mousedown", 1)
     xdotool("mousemove_relative", "--sync", 8, 8)
     meanwhile()
     for offset in (-12, -4, 0):
         xdotool("mousemove", "--sync", target[0], target[1] + offset)
-        time.sleep(0.1)  # a drag follows the pointer by its own timer
+        time.sleep(0.1)  # a drag follows the pointer with a timer
     before_drop()
     xdotool("mouseup", 1)
-    # What is dragged has a window of its own until the end of the drag, which swallows every click.
+    # The dragged item has a window until the drag ends, and this window swallows every click.
     wait_for("the drag ends", lambda: not obs.windows() - before, 5)
 
 
@@ -116,18 +116,18 @@ def paths_in(record, key="tracks"):
 
 
 def playing(obs, path):
-    """The source holds exactly this entry and plays it."""
+    """Whether the source holds exactly this entry and plays it."""
     return obs.playlist(SOURCE) == [str(path)] and obs.media(SOURCE)[0] == "playing"
 
 
 def play(obs, clip):
-    """Starts a track from the list."""
+    """Plays a track from the list."""
     obs.double_click(clip.name)
     wait_for(f"{clip.name} plays", lambda: playing(obs, clip), 15)
 
 
 def queue_of(obs):
-    """The names in the list, whichever of them is current; None while they are being replaced."""
+    """Returns the names in the list without the mark of the current one; None while the dock replaces them."""
     labels = obs.labels()
     return labels and [label.removeprefix(MARK) for label in labels]
 
@@ -154,7 +154,7 @@ def press_in(box, button):
 
 
 def answer(obs, button):
-    """Answers a question of OBS's."""
+    """Presses a button of a question that OBS asks."""
     press_in(by_id(obs, ".QMessageBox.qt_msgbox_buttonbox", "OBS asks"), button)
 
 
@@ -163,7 +163,7 @@ def bring_back(obs):
 
 
 def saved_collection(show):
-    """The file that OBS has saved, and what it holds."""
+    """Returns the path and the content of the scene collection that OBS has saved."""
     path = show.home / ".config/obs-studio/basic/scenes/Reelhouse.json"
     return path, json.loads(path.read_text())
 
@@ -177,7 +177,7 @@ def items(key, values):
 
 
 def done(client, request, **data):
-    """The answer of a request that is not refused."""
+    """Sends a request and returns its response; fails when it is refused."""
     answer = client.dock(request, **data)
     if not answer["success"]:
         raise HostError(f"{request} {data} was refused: {answer['error']}, {answer['comment']}.")
@@ -185,7 +185,7 @@ def done(client, request, **data):
 
 
 def main(scenarios, description):
-    """Runs the scenario that the command line names; the exit code."""
+    """Runs the scenario that the command line names and returns the exit code."""
     parser = argparse.ArgumentParser(description=description)
     parser.add_argument("scenario", choices=scenarios)
     parser.add_argument("--module", type=Path)

@@ -139,7 +139,7 @@ void QueueControl::moveTrack(const QString &id, int index)
 	list->model()->moveRow({}, from, {}, index > from ? index + 1 : index);
 	dock->reordering = false;
 	dock->orderChanged();
-	// Another row has the number that is looked for.
+	// A search for a row number now matches another row.
 	if (dock->searchText().startsWith(u'#'))
 		dock->filterList();
 }

@@ -15,81 +15,86 @@ namespace reelhouse {
 
 class TagReader;
 
-// What others than the user may see of the dock, and do with its queue: the remote control, the Tools menu, the text source
-// that shows the current track. What it does is what the user can do by hand; operations that have nothing to act on do
-// nothing. User-interface thread. It belongs to the dock.
+// The dock's interface for code that is not the user: the remote control, the Tools menu and the text source that shows
+// the current track. Each operation does what the user can do by hand, and does nothing when there is nothing to act
+// on. Call it on the user-interface thread. The dock owns it.
 class QueueControl : public QObject {
 	Q_OBJECT
 
 public:
 	explicit QueueControl(Reelhouse *dock);
 
-	// Whether a scene collection is there to work on.
+	// Whether a scene collection is loaded and the dock works on it.
 	bool isActive() const;
-	// The bound source, or null when none is bound or it has been deleted or removed. The caller owns the reference.
+	// The bound source, or null when none is bound or it has been deleted or removed. The caller owns the
+	// reference.
 	OBSSourceAutoRelease lockSource() const;
 
-	// One entry of the selector.
+	// One entry of the source selector.
 	struct ListedSource {
-		QString label; // with the scenes that show the source
+		QString label; // the source's name and the scenes that show it
 		QString uuid;
 	};
-	// What the selector offers, brought up to date, without its entry for no source.
+	// Refreshes the selector and returns its entries, without the one for "no source".
 	QList<ListedSource> listSources();
-	// Chooses in the selector; an empty UUID is its entry for no source. False when it has no such entry.
+	// Chooses the entry with this UUID; an empty UUID is the one for "no source". Returns false when there is no
+	// such entry.
 	bool selectSource(const QString &uuid);
 
 	const QList<Track> &tracks() const;
-	// The ids of tracks whose file was missing when they were to be played. Their sizes still say what was measured
-	// before.
+	// The ids of the tracks that could not be played because their file was missing. Their Track::size keeps the
+	// value that was measured earlier.
 	const QSet<QString> &refusedTracks() const;
 	const QString &currentId() const;
-	// The position of the current track in the queue, -1 for none.
+	// The position of the current track in the queue; -1 when no track is current.
 	int currentIndex() const;
 	EndMode endMode() const;
 	void chooseEndMode(EndMode mode);
-	// What the files of the queue say about themselves.
+	// Reads titles and lengths of the queue's files. The dock owns it.
 	TagReader &tagReader() const;
 
-	// A track is on its way to the source, whose media state still means the previous one.
+	// Whether a switch is pending. The media state of the source then still belongs to the previous track.
 	bool isSwitching() const;
-	// These two return false when they could not start a track, which the message line explains if its file is missing.
+	// These two return false when no track could be started. If the file is missing, the dock's message line says
+	// so.
 	bool playTrack(const QString &id, bool withSceneSwitch);
 	bool playRelative(int delta);
 	void stopPlayback();
 
-	// These leave the user's selection, search and scroll position alone; if the current row goes, the next one that the
-	// search shows takes its place.
-	// Puts new tracks before the one at this position, or at the end where there is none. Returns their ids.
+	// The next four operations leave the user's selection, search text and scroll position alone. If the current
+	// row is removed, the next row that the search shows becomes current.
+	// Inserts new tracks before the one at this position; a position past the end means the end. Returns their ids.
 	QList<QString> insertFiles(const QList<QString> &paths, qsizetype position);
-	// Returns how many tracks it has removed, of which the next undo puts back as many.
+	// Returns the number of removed tracks. One undo restores all of them.
 	qsizetype removeTracks(const QSet<QString> &ids);
 	bool canUndoRemove() const;
-	// Returns how many tracks have come back.
+	// Returns the number of restored tracks.
 	qsizetype undoRemove();
-	// Makes index the position of the track with this id, whether the search shows it or not.
+	// Moves the track with this id to the position index, whether the search shows it or not. Does nothing for an
+	// unknown id or a position outside the queue.
 	void moveTrack(const QString &id, int index);
 
 	bool canRestore() const;
-	// Gives the source the whole queue as its own playlist, and its own settings.
+	// Writes the whole queue to the source as its playlist and restores the source's own settings.
 	void restoreSource();
-	// Whether an edit of the playlist made elsewhere has replaced a queue that can be brought back.
+	// Whether there is a replaced queue, which an edit of the playlist elsewhere has replaced.
 	bool canBringBack() const;
-	// Exchanges that queue and the present one. The source plays on.
+	// Exchanges the replaced queue and the queue in the dock. The source goes on playing.
 	void bringBackReplaced();
 
-	// Ask for a playlist file, and append what it lists, or write the queue to it. An error shows in the dock.
+	// Open a file dialog and return at once. Import appends the entries of the chosen file; export writes the queue
+	// to it. The dock shows errors.
 	void importPlaylist();
 	void exportPlaylist();
 
 Q_SIGNALS:
-	// The source, the queue, the current track or the end mode may be another than before. Comes once for an operation,
-	// at its end.
+	// The source, the queue, the current track or the end mode may have changed. Emitted once per operation, at its
+	// end.
 	void changed();
-	// What the poll has read of the source's media, in milliseconds, never negative. It reads nothing while a track is
-	// on its way to the source.
+	// Emitted by each poll of the source's media. Times are in milliseconds and never negative. There is no poll
+	// while a switch is pending.
 	void mediaPolled(obs_media_state state, qint64 positionMs, qint64 durationMs);
-	// The track that was on its way has been given to the source.
+	// The source has received the settings of the new track.
 	void switchFinished();
 	void canBringBackChanged(bool canBringBack);
 

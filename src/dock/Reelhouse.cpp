@@ -26,9 +26,9 @@ namespace {
 
 constexpr int pollIntervalMs = 250;
 constexpr int saveDelayMs = 500;
-// Changes that do not come to rest are saved this often.
+// The longest that a change waits for the save while more changes follow.
 constexpr int saveDeadlineMs = 5000;
-// How long keys and wheel have to rest on the seek slider.
+// The seek follows when keys and wheel have rested for this long.
 constexpr int seekDebounceMs = 300;
 
 constexpr QLatin1String sourceUuidKey("sourceUuid");
@@ -66,7 +66,7 @@ Reelhouse::Reelhouse(const QString &settingsPath_, QWidget *parent)
 	updateButtons();
 }
 
-// After a shutdown every handle to libobs is already null, so a dock that outlives libobs makes no call into it.
+// A dock may outlive libobs. It then makes no call into libobs, because shutdown() has set every handle to null.
 Reelhouse::~Reelhouse()
 {
 	shutdown();
@@ -142,8 +142,8 @@ Reelhouse::Operation::~Operation()
 		Q_EMIT dock->control->changed();
 }
 
-// Final once it returns: either the libobs thread applied the settings before, and its continuation finds a newer
-// serial, or it finds no settings at all.
+// A cancel is final once it returns: either the libobs thread has applied the settings and its continuation finds a
+// newer serial, or it finds no settings.
 void Reelhouse::cancelSwitch()
 {
 	const Operation operation(this);
@@ -163,7 +163,7 @@ void Reelhouse::cancelSwitch()
 	OBSSourceAutoRelease source = lockSource();
 	if (!source)
 		return;
-	// The settings may or may not have reached the source; what it holds now decides which track is current.
+	// The settings may have reached the source or not, so the source's own playlist decides which track is current.
 	OBSDataAutoRelease settings = obs_source_get_settings(source);
 	const QList<QString> paths = pathsIn(settings, playlistKey);
 	if (paths != observed)
@@ -192,7 +192,7 @@ void Reelhouse::saveSelection()
 		showError(ui("CreateSettingsError"));
 		return;
 	}
-	// Written beside the file and renamed over it: a failed save leaves the previous one whole.
+	// QSaveFile renames over the old file, so a failed save leaves that file whole.
 	QSaveFile file(settingsPath);
 	if (!file.open(QIODevice::WriteOnly)) {
 		showError(ui("SaveSettingsError").arg(file.errorString()));

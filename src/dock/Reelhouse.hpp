@@ -37,10 +37,11 @@ class TagReader;
 class TrackListWidget;
 } // namespace reelhouse
 
-// The dock. It binds one VLC source at a time, holds that source's play queue, keeps it in the source's private
+// The dock. It binds one VLC source at a time, holds that source's play queue, stores it in the source's private
 // settings, and plays it by giving the source one entry after the other.
 //
-// Everything runs on the user-interface thread, except what libobs calls: mediaStopped(), mediaNext(), mediaPrevious().
+// Everything runs on the user-interface thread, except three functions that libobs calls: mediaStopped(), mediaNext()
+// and mediaPrevious().
 class Reelhouse : public QWidget {
 	Q_OBJECT
 
@@ -48,38 +49,39 @@ public:
 	using Track = reelhouse::Track;
 	using RemovedTrack = reelhouse::RemovedTrack;
 
-	// What the list showed of one source when the dock let go of it.
+	// The state of the list for one source when the dock unbound it.
 	struct ViewState {
 		QString selectedTrackId;
 		QString searchText;
 		int scrollValue = 0;
 	};
 
-	// Rows of the list by the ids of their tracks.
+	// Rows of the list, named by the ids of their tracks.
 	struct RowSelection {
 		QSet<QString> selected;
 		QString current;
 	};
 
-	// Builds the widgets and reads the settings file; nothing is listed or bound before resume(). An empty path means
-	// that settings are neither read nor written.
+	// Builds the widgets and reads the settings file. Nothing is listed or bound before resume(). With an empty
+	// path, settings are neither read nor written.
 	explicit Reelhouse(const QString &settingsPath, QWidget *parent = nullptr);
 	~Reelhouse() override;
 
-	// Lets go of the source and all that belongs to the scene collection. Harmless when repeated.
+	// Releases the source and everything else that belongs to the scene collection. A second call does nothing.
 	void suspend();
-	// Starts on the now active scene collection. Does nothing after shutdown().
+	// Starts work on the active scene collection. Does nothing after shutdown().
 	void resume();
-	// Suspends for good. From here on the dock binds nothing and writes no record.
+	// Suspends for good: the dock binds nothing and writes no record afterwards.
 	void shutdown();
 
-	// For everybody but the user. It lives as long as the dock.
+	// The interface for other code. It lives as long as the dock.
 	reelhouse::QueueControl &queueControl() const { return *control; }
 
 Q_SIGNALS:
-	// Half a second after the last write to a source's private settings: the scene collection wants saving.
+	// Private settings of a source have changed and the scene collection has to be saved. Emitted half a second
+	// after the last write, and at the latest five seconds after the first one.
 	void configurationChanged();
-	// The source with this UUID has switched to a track that the user started from the list.
+	// The source with this UUID has switched to a track that the user played from the list.
 	void sceneSwitchRequested(const QString &uuid);
 
 protected:
@@ -91,10 +93,10 @@ private:
 	friend class reelhouse::QueueControl;
 
 	// Reelhouse.cpp
-	// Whether a scene collection is there to work on.
+	// Whether a scene collection is loaded and the dock works on it.
 	bool isActive() const { return !suspended && !shutDown; }
-	// One operation, which may be part of another one. When the outermost ends, it tells of the change, if there was
-	// one: a listener that calls back finds nothing half done.
+	// The scope of one operation, which may contain others. The outermost scope emits the change signal at its end,
+	// so a listener that calls back finds no operation half done.
 	class Operation {
 	public:
 		explicit Operation(Reelhouse *dock);
@@ -138,9 +140,10 @@ private:
 	void reloadSource();
 	void bindSource(const QString &uuid);
 	void disconnectSource();
-	// The bound source, or null when none is bound or it has been deleted or removed.
+	// The bound source, or null when none is bound or it has been deleted or removed. The caller owns the
+	// reference.
 	OBSSourceAutoRelease lockSource() const;
-	// As lockSource(), and null while no scene collection is active.
+	// As lockSource(), but also null while no scene collection is active.
 	OBSSourceAutoRelease lockActive() const;
 
 	// Reelhouse_Record.cpp
@@ -159,8 +162,8 @@ private:
 	QString idHeldBySource(const QString &preferredId) const;
 
 	// Reelhouse_Playback.cpp
-	// The first three return false when they could not start a track, which the message line explains if its file is
-	// missing.
+	// The first three return false when no track could be started. If the file is missing, the message line says
+	// so.
 	bool playTrack(const QString &id, bool withSceneSwitch);
 	bool playRelative(int delta);
 	bool togglePlay();
@@ -168,9 +171,9 @@ private:
 	void issueSwitch(obs_source_t *source);
 	void markCurrentRow(const QString &previousId);
 	void playSelected();
-	// The id of the list's current row; empty when there is none or the search hides it.
+	// The id of the list's current row; empty when there is no current row or the search hides it.
 	QString selectedId() const;
-	// The position of the current track in the queue, -1 for none.
+	// The position of the current track in the queue; -1 when no track is current.
 	int currentIndex() const;
 
 	// Reelhouse_Poll.cpp
@@ -178,7 +181,7 @@ private:
 	void followSeek(qint64 positionMs);
 	void describePlayback(obs_media_state state, qint64 positionMs);
 	void applyEndMode(obs_media_state state);
-	// These three are called by libobs on a thread of its own.
+	// libobs calls these three on a thread of its own.
 	static void mediaStopped(void *data, calldata_t *params);
 	static void mediaNext(void *data, calldata_t *params);
 	static void mediaPrevious(void *data, calldata_t *params);
@@ -217,7 +220,7 @@ private:
 	QListWidgetItem *findRow(const QString &id, bool shownOnly) const;
 	QString searchText() const;
 	void explainEmptyList();
-	// 0, 1, or 2 for any larger number of selected rows that the search does not hide.
+	// Counts the selected rows that the search shows, and stops at 2.
 	int visibleSelectionCount() const;
 
 	// Reelhouse_Editing.cpp
@@ -233,7 +236,8 @@ private:
 	void orderChanged();
 
 	// Reelhouse_PlaylistFiles.cpp
-	// Ask for a playlist file, and append what it lists, or write the queue to it.
+	// Open a file dialog and return at once. Import appends the entries of the chosen file; export writes the queue
+	// to it.
 	void chooseImport();
 	void chooseExport();
 	void importPlaylist(const QString &file);
@@ -246,66 +250,66 @@ private:
 
 	const QString settingsPath;
 	reelhouse::QueueControl *const control;
-	reelhouse::TagReader *const tagReader; // what the files of the queue say about themselves
+	reelhouse::TagReader *const tagReader; // reads titles and lengths of the queue's files
 
-	// The user's choice in the selector. It outlives its source's disappearance, so that the source is bound again
-	// when it comes back.
+	// The user's choice in the selector. It is kept when the source disappears, so that the source is bound again
+	// when it returns.
 	QString sourceUuid;
 
-	// The bound source; all of these are set or none is.
+	// The bound source: either all of these are set or none is.
 	OBSWeakSource weakSource;
 	OBSSignal stoppedSignal;
 	OBSSignal nextSignal;
 	OBSSignal previousSignal;
-	std::atomic<quint64> bindSerial = 0; // one per binding; the libobs thread reads it
+	std::atomic<quint64> bindSerial = 0; // counts the bindings; the libobs thread reads it
 
-	// Switch handshake: the libobs thread touches these two, only with switchMutex held.
+	// Switch handshake. The libobs thread uses the first two members, only with switchMutex held.
 	std::mutex switchMutex;
-	OBSData pendingSettings;    // applied when the source reports media_stopped; null = nothing to apply
-	quint64 switchSerial = 0;   // one per issued or cancelled switch: a late continuation compares and gives up
-	bool switchPending = false; // from playTrack() until the continuation or a cancel
+	OBSData pendingSettings;    // applied when the source reports media_stopped; null: nothing to apply
+	quint64 switchSerial = 0;   // one per issued or cancelled switch: a late continuation compares and does nothing
+	bool switchPending = false; // from playTrack() until finishSwitch() or a cancel
 	bool sceneSwitchWanted = false;
 
-	// The queue of the bound source and what the record keeps beside it.
+	// The queue of the bound source, and the other values of its record.
 	QList<Track> tracks;
 	QList<RemovedTrack> removed;     // the last removal, ascending by index; one undo consumes it
 	QHash<QString, ViewState> views; // by source UUID
-	QList<QString> observed; // the source's playlist as last seen or written here; a difference is somebody's edit
+	QList<QString> observed; // the source's playlist as last read or written; a difference is an edit elsewhere
 	QString currentId;       // empty, or the id of the current track
-	bool managed = false;    // the source holds a playlist and settings of the dock's making
+	bool managed = false;    // the dock wrote the source's present playlist and settings
 	bool originalLoop = false;
 	bool originalShuffle = false;
 	QString originalBehavior;
 	reelhouse::RecordWriter recordWriter;
-	QSet<QString> refusedIds; // of the tracks whose file was missing when they were to be played
+	QSet<QString> refusedIds; // tracks that could not be played because their file was missing
 
-	int operations = 0;                   // that are going on, one within the other
-	bool stateTouched = false;            // the outermost of them has a change to tell
-	std::optional<RowSelection> menuRows; // what the open context menu acts on
-	bool bringBackOffered = false;        // as last told by canBringBackChanged()
-	int shownCount = 0;                   // rows that the search shows
+	int operations = 0;                   // nested operations that are running
+	bool stateTouched = false;            // the outermost operation has to emit the change signal
+	std::optional<RowSelection> menuRows; // the rows that the open context menu acts on
+	bool bringBackOffered = false;        // the value that canBringBackChanged() last sent
+	int shownCount = 0;                   // number of rows that the search shows
 
 	bool suspended = true;
 	bool shutDown = false;
-	bool reordering = false; // rows are being moved by the dock itself
+	bool reordering = false; // the dock itself is moving rows
 	bool remainingTime = false;
 	bool narrowLayout = false;
-	bool playbackArmed = false; // the current track was seen playing: its end counts
+	bool playbackArmed = false; // a poll saw the current track play, so its end counts
 	int endMode = reelhouse::EndStop;
 	quint32 tickCount = 0;
 	qint64 durationMs = 0;
 	qint64 seekTargetMs = -1;          // -1: no seek in flight
-	std::optional<quint64> seekSerial; // the switch serial that the slider was taken under, until it is released
-	bool steppingSlider = false; // keys, the wheel or assistive technology have moved it, and no seek has followed
+	std::optional<quint64> seekSerial; // while the slider is held: switchSerial at the start of the seek
+	bool steppingSlider = false;       // keys, wheel or assistive technology moved the slider; the seek follows
 	QElapsedTimer switchClock;
 	QElapsedTimer seekClock;
 	QTimer pollTimer;
-	QTimer saveTimer;                    // runs while changes come close upon each other
-	QTimer saveDeadline;                 // runs from the first change that is not saved yet
-	QTimer seekDebounce;                 // runs while the wheel or a key that was let go may go on
-	QWidget *focusAfterSwitch = nullptr; // the control that a switch took the keyboard focus from
+	QTimer saveTimer;                    // restarts with each change
+	QTimer saveDeadline;                 // runs from the first unsaved change
+	QTimer seekDebounce;                 // runs until the wheel or the released keys have rested
+	QWidget *focusAfterSwitch = nullptr; // the control that lost the keyboard focus to a switch
 
-	// Owned by Qt's parent-child tree.
+	// Owned by their Qt parents.
 	QComboBox *sourceSelector = nullptr;
 	QGridLayout *topGrid = nullptr;
 	QWidget *sourceRow = nullptr;

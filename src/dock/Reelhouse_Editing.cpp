@@ -20,13 +20,13 @@ void Reelhouse::addFiles()
 {
 	if (!OBSSourceAutoRelease(lockSource()))
 		return;
-	// Weak across the dialog: a scene collection that is switched meanwhile could not be cleared of a source that is
-	// still referenced here.
+	// Hold no strong reference during the dialog: OBS could not clear the source if the scene collection changes
+	// meanwhile.
 	const OBSWeakSource boundBefore = weakSource;
 	const QPointer<Reelhouse> self(this);
 	const QList<QString> paths =
 		QFileDialog::getOpenFileNames(this, ui("AddMediaTitle"), QString(), ui("MediaFileFilter"));
-	// Meanwhile the dock may also have been bound to another source, or deleted.
+	// During the dialog, the dock may have been deleted or bound to another source.
 	if (!self)
 		return;
 	OBSSourceAutoRelease source = lockSource();
@@ -71,7 +71,8 @@ void Reelhouse::clearSearchSilently()
 		return;
 	const QSignalBlocker blocker(searchEdit);
 	searchEdit->clear();
-	// The clear button follows the field's signals; made anew, it starts from the field's text.
+	// The clear button follows the field's signals, which are blocked here. A new button starts from the field's
+	// text.
 	searchEdit->setClearButtonEnabled(false);
 	searchEdit->setClearButtonEnabled(true);
 }
@@ -86,7 +87,7 @@ void Reelhouse::removeSelected()
 	});
 }
 
-// Out of the queue, for the next undo. Stops the current track if it goes.
+// Moves the tracks from the queue to the undo list. Stops playback if the current track is among them.
 qsizetype Reelhouse::takeTracks(const QSet<QString> &ids, const std::function<void()> &showRows)
 {
 	const Operation operation(this);
@@ -109,8 +110,8 @@ qsizetype Reelhouse::takeTracks(const QSet<QString> &ids, const std::function<vo
 	markTouched();
 	const bool stops = tracks.isEmpty() || ids.contains(currentId);
 	if (stops) {
-		// Managed, so that the stop empties the source's playlist, which may still hold what was removed, and
-		// stores the queue.
+		// The source's playlist may still hold a removed track. With managed set, the stop below empties that
+		// playlist and stores the queue.
 		managed = true;
 		currentId.clear();
 		stopPlayback();
@@ -133,7 +134,7 @@ void Reelhouse::undoRemove()
 	clearError();
 }
 
-// Returns the id of the first track that the last removal took, or an empty string when there is nothing to undo.
+// Returns the id of the first restored track; an empty string when there is nothing to undo.
 QString Reelhouse::putTracksBack()
 {
 	OBSSourceAutoRelease source = lockActive();
@@ -179,7 +180,7 @@ void Reelhouse::orderChanged()
 	const Operation operation(this);
 	OBSSourceAutoRelease source = lockActive();
 	if (!source) {
-		// The drag has moved rows of a queue that is no longer anybody's.
+		// The drag has moved rows, but no source is bound any more.
 		rebuildList(selectedId());
 		return;
 	}

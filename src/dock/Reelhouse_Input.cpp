@@ -25,12 +25,12 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Below this width in pixels the top of the dock takes two rows.
+// Below this width, in pixels, the top of the dock takes two rows.
 constexpr int wideWidth = 600;
-// Left free of a tooltip's text, over the whole width of the screen, in pixels.
+// A tooltip's text leaves this many pixels of the screen's width free.
 constexpr int tipMargin = 48;
 
-// OBS's own hotkeys come after the focused widget, so a key that one of them holds has to be left alone here.
+// OBS handles its hotkeys after the focused widget, so the dock must leave Escape alone when a hotkey uses it.
 bool obsUsesEscape()
 {
 	bool found = false;
@@ -45,7 +45,7 @@ bool obsUsesEscape()
 	return found;
 }
 
-// Where a track comes from, on one line: its folder, or its URL up to the last slash.
+// The folder of a track as one line, or its URL up to the last slash.
 QString folderText(const QString &path)
 {
 	const QString local = localFilePath(path);
@@ -60,7 +60,7 @@ QString folderText(const QString &path)
 	return text;
 }
 
-// By a click on the label, or by Space while it has the keyboard focus.
+// The user changes the time display with a click on the label, or with Space while the label has the focus.
 bool choosesTimeMode(const QWidget *label, const QEvent *event)
 {
 	if (event->type() == QEvent::KeyPress) {
@@ -117,8 +117,8 @@ bool Reelhouse::eventFilter(QObject *watched, QEvent *event)
 	}
 	if (watched == viewport && isFileDrag(event)) {
 		auto *drag = static_cast<QDropEvent *>(event);
-		// The list moves its own rows itself. It must not see anybody else's: under a search it would take rows
-		// of other lists, OBS's scenes and sources among them.
+		// QListWidget accepts rows of any other list, such as OBS's scenes and sources, so it must not see such
+		// a drag. It handles only drags of its own rows.
 		if (drag->source() != playlistWidget && drag->source() != viewport) {
 			handleFileDrag(drag);
 			return true;
@@ -127,7 +127,7 @@ bool Reelhouse::eventFilter(QObject *watched, QEvent *event)
 	return QWidget::eventFilter(watched, event);
 }
 
-// False when the pointer rests on anything but the size column of a row.
+// Returns false when the pointer is not over the size column of a row.
 bool Reelhouse::showFolderTip(const QHelpEvent *event)
 {
 	const QListWidgetItem *row = playlistWidget->itemAt(event->pos());
@@ -175,7 +175,7 @@ void Reelhouse::handleFileDrag(QDropEvent *event)
 			return;
 		appendFiles(files);
 	}
-	// Not the proposed action: a move would let the file manager delete what is queued here.
+	// Accept a copy, not the proposed action: after a move the file manager may delete the files.
 	event->setDropAction(Qt::CopyAction);
 	event->accept();
 }

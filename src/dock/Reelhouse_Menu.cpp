@@ -50,7 +50,7 @@ void Reelhouse::buildMenu()
 	connect(aboutAction, &QAction::triggered, this, &Reelhouse::showAbout);
 	connect(playlistWidget, &QWidget::customContextMenuRequested, this,
 		[this, menu](const QPoint &position) { menu->popup(prepareMenu(position)); });
-	// Qt hides a menu before it triggers what was chosen, which still has to find the rows.
+	// Qt hides a menu before it triggers the chosen action, and that action still needs the rows.
 	connect(menu, &QMenu::aboutToHide, this, [this, menu] {
 		const auto forget = [this, menu] {
 			if (!menu->isVisible())
@@ -85,7 +85,7 @@ void Reelhouse::updateMenuActions(bool active, const QString &selected)
 	undoRemoveAction->setEnabled(active && !removed.isEmpty());
 	locateCurrentAction->setEnabled(active && currentIndex() >= 0);
 	restorePlaylistAction->setEnabled(active && canRestore());
-	// An open menu keeps to the rows that it was opened on, and offers nothing for them once they are gone.
+	// An open menu acts only on the rows that it was opened on. Disable its actions when these rows are gone.
 	if (menuRows) {
 		if (!active || !playlistWidget->showsAny(menuRows->selected)) {
 			for (QAction *action : {removeAction, openFolderAction, moveUpAction, moveDownAction,
@@ -109,8 +109,8 @@ void Reelhouse::updateMenuActions(bool active, const QString &selected)
 	moveBottomAction->setEnabled(moveDownAction->isEnabled());
 }
 
-// Makes the selection what the menu will act on. Takes the requested position in viewport coordinates and returns where
-// the menu goes, in global ones.
+// Selects the rows that the menu will act on. Takes the requested position in viewport coordinates and returns the
+// menu's position in global ones.
 QPoint Reelhouse::prepareMenu(QPoint position)
 {
 	QWidget *viewport = playlistWidget->viewport();
@@ -120,7 +120,7 @@ QPoint Reelhouse::prepareMenu(QPoint position)
 		playlistWidget->setCurrentItem(row, keepSelection ? QItemSelectionModel::NoUpdate
 								  : QItemSelectionModel::ClearAndSelect);
 	} else {
-		// Asked for from the keyboard.
+		// The keyboard opened the menu.
 		position = playlistWidget->visualRect(playlistWidget->currentIndex()).center();
 	}
 	menuRows.reset();
@@ -129,8 +129,8 @@ QPoint Reelhouse::prepareMenu(QPoint position)
 	return viewport->mapToGlobal(position);
 }
 
-// While the menu is open, a track that ends moves the selection to the next one. Returns whether there is something to
-// act on: always without a menu, which leaves the selection as it is.
+// Selects the menu's rows again, since an ended track may have moved the selection. Returns false when they are gone.
+// Without an open menu it changes nothing and returns true.
 bool Reelhouse::selectMenuRows()
 {
 	return !menuRows || playlistWidget->selectRows(menuRows->selected, menuRows->current);

@@ -13,8 +13,8 @@
 
 using namespace reelhouse;
 
-// A track starts in two phases. Here the wish is recorded and the media stopped; when the source reports media_stopped,
-// mediaStopped() gives it the new settings, so that the old media is never seen under them.
+// A switch has two phases. playTrack() stores the new settings and stops the media. When the source reports
+// media_stopped, mediaStopped() applies these settings, so the source never has the new settings with the old media.
 bool Reelhouse::playTrack(const QString &id, bool withSceneSwitch)
 {
 	const Operation operation(this);
@@ -40,10 +40,10 @@ bool Reelhouse::playTrack(const QString &id, bool withSceneSwitch)
 	managed = true;
 	observed = {track->path};
 	switchClock.start();
-	// One entry may be all that is left of a queue that an edit made elsewhere has replaced.
+	// A queue of one entry stays untouched: an edit elsewhere may have replaced a longer queue with it.
 	if (tracks.size() > 1)
 		markTouched();
-	// Stored before the media is stopped: whatever happens next, the record already names the new track.
+	// Store before the media is stopped: if OBS dies between the two, the record already names the new track.
 	storeQueue();
 	issueSwitch(source);
 
@@ -63,8 +63,8 @@ void Reelhouse::issueSwitch(obs_source_t *source)
 	obs_data_set_string(settings, behaviorKey, "always_play");
 
 	switchPending = true;
-	// The stop is asked for under the lock, which libobs only queues: its thread sees the old serial and settings or
-	// the new ones, never a mix.
+	// Request the stop under the lock: libobs's thread then sees either the old serial and settings or the new
+	// ones. libobs only queues the stop, so this cannot deadlock.
 	const std::lock_guard lock(switchMutex);
 	switchSerial++;
 	pendingSettings = settings.Get();
@@ -83,7 +83,7 @@ void Reelhouse::markCurrentRow(const QString &previousId)
 	}
 }
 
-// Wraps at both ends, unlike the end mode that goes on to the next track.
+// Wraps at both ends. The end mode "next" does not.
 bool Reelhouse::playRelative(int delta)
 {
 	const qsizetype count = tracks.size();
@@ -131,7 +131,7 @@ void Reelhouse::stopPlayback()
 	const Operation operation(this);
 	const QString previousId = currentId;
 	cancelSwitch();
-	// A track whose switch never reached the source is not the current one after all.
+	// If the switch never reached the source, its track does not stay current.
 	if (currentId != previousId)
 		markCurrentRow(previousId);
 	playbackArmed = false;

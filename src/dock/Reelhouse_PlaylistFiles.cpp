@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Owned by the dock, which may be deleted while it is open.
+// The dock owns the dialog and may be deleted while the dialog is open.
 QFileDialog *makeDialog(QWidget *dock, const char *titleKey, const QStringList &filters)
 {
 	auto *dialog = new QFileDialog(dock, ui(titleKey));
@@ -31,7 +31,8 @@ void Reelhouse::chooseImport()
 		return;
 	QFileDialog *dialog = makeDialog(this, "ImportPlaylistTitle", {ui("PlaylistFileFilter")});
 	dialog->setFileMode(QFileDialog::ExistingFile);
-	// Meanwhile the dock may have been bound to another source, whose queue was not meant.
+	// During the dialog, the dock may have been bound to another source. The file is not meant for that source's
+	// queue.
 	connect(dialog, &QFileDialog::fileSelected, this, [this, serial = bindSerial.load()](const QString &file) {
 		if (serial == bindSerial)
 			importPlaylist(file);
@@ -46,7 +47,8 @@ void Reelhouse::chooseExport()
 	const QString xspfFilter = ui("PlaylistXspfFilter");
 	QFileDialog *dialog = makeDialog(this, "ExportPlaylistTitle", {ui("PlaylistM3u8Filter"), xspfFilter});
 	dialog->setAcceptMode(QFileDialog::AcceptSave);
-	// A name without an ending gets the filter's, before the dialog asks whether to replace that file.
+	// The dialog adds the filter's ending to a name without one, before it asks whether to replace an existing
+	// file.
 	dialog->setDefaultSuffix(u"m3u8"_s);
 	connect(dialog, &QFileDialog::filterSelected, dialog, [dialog, xspfFilter](const QString &filter) {
 		dialog->setDefaultSuffix(filter == xspfFilter ? u"xspf"_s : u"m3u8"_s);

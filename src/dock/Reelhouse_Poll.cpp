@@ -17,12 +17,12 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Source list and outside edits are looked at on every fourth tick, once a second.
+// Every fourth tick, once a second, the poll also looks at the list of sources and for edits elsewhere.
 constexpr quint32 ticksPerRefresh = 4;
-// A source that reports playing this soon after a switch may still mean the previous media.
+// For this long after a switch, a source that reports "playing" may mean the previous media.
 constexpr qint64 settleMs = 99;
 constexpr qint64 seekPatienceMs = 999;
-// How near to its target a seek has to land, at the least.
+// A seek has landed within this distance of its target, or within a thousandth of the duration if that is more.
 constexpr qint64 seekToleranceMs = 100;
 
 const char *statusKey(obs_media_state state)
@@ -59,7 +59,7 @@ void Reelhouse::tick()
 	OBSSourceAutoRelease source = lockSource();
 	if (!source)
 		return;
-	// Until the source has stopped, its state and playlist still mean the previous track.
+	// During a switch, the source's state and playlist still belong to the previous track.
 	if (switchPending) {
 		updateButtons();
 		return;
@@ -92,19 +92,19 @@ void Reelhouse::followSeek(qint64 positionMs)
 	updateTime(positionMs);
 }
 
-// For assistive technology alone; no widget shows it.
+// Only assistive technology shows this text.
 void Reelhouse::describePlayback(obs_media_state state, qint64 positionMs)
 {
 	const QString duration = durationMs >= 1 ? clockText(durationMs) : unknownClock.toString();
 	const QString description = ui(statusKey(state)) + u" · "_s + clockText(positionMs) + u" / "_s + duration;
-	// Qt announces a description that is set again, too, and a screen reader would hear each poll's.
+	// Qt announces each description that is set, even an equal one, and a screen reader would read out every poll.
 	if (timeLabel->accessibleDescription() != description)
 		timeLabel->setAccessibleDescription(description);
 }
 
 void Reelhouse::applyEndMode(obs_media_state state)
 {
-	// Most polls bring nothing new and need not search the queue: the track plays on, or none is to end.
+	// Return early, without a search of the queue, when the state cannot arm or end anything.
 	if (!managed || (state == OBS_MEDIA_STATE_PLAYING) == playbackArmed)
 		return;
 	const int current = currentIndex();
@@ -144,7 +144,7 @@ void Reelhouse::mediaStopped(void *data, calldata_t *params)
 		if (!dock->pendingSettings || !source || obs_source_removed(source))
 			return;
 		serial = dock->switchSerial;
-		// Switching decoupling on makes libobs drop the old track's buffered audio and start its timing anew.
+		// Turning decoupling on makes libobs drop the old track's buffered audio and restart its timing.
 		const bool decoupled = obs_source_async_decoupled(source);
 		obs_source_set_async_decoupled(source, true);
 		if (!decoupled)
@@ -155,7 +155,7 @@ void Reelhouse::mediaStopped(void *data, calldata_t *params)
 	QMetaObject::invokeMethod(dock, [dock, serial] { dock->finishSwitch(serial); }, Qt::QueuedConnection);
 }
 
-// The source's own hotkeys, OBS's media controls and remote controls all end here, on libobs's thread.
+// libobs's thread. The source's own hotkeys, OBS's media controls and remote controls lead here.
 void Reelhouse::mediaNext(void *data, calldata_t *)
 {
 	static_cast<Reelhouse *>(data)->postStep(1);
@@ -174,8 +174,8 @@ void Reelhouse::postStep(int step)
 	QMetaObject::invokeMethod(this, follow, Qt::QueuedConnection);
 }
 
-// The source holds one entry, which leaves its own controls nowhere to step to: they step the queue. What it did of its
-// own, going on or starting the entry anew, ends with the switch.
+// The source holds one entry, so its own controls cannot step to another one; they step the queue instead. The switch
+// ends what the source itself did with the step, such as starting the entry again.
 void Reelhouse::followStep(int step, quint64 serial)
 {
 	if (serial == bindSerial && managed && currentIndex() >= 0)

@@ -56,8 +56,8 @@ SourceListing listVlcSources()
 
 using NamedScene = std::pair<QString, OBSSource>;
 
-// In the order of their names. The scenes are walked after the enumeration: it holds libobs's source list, and a walk
-// takes each scene's own locks. libobs counts groups among the scenes.
+// Returns the scenes sorted by name; libobs counts groups as scenes. Walk them only after the enumeration: it holds
+// libobs's source list, and the walk locks each scene.
 std::vector<NamedScene> allScenes()
 {
 	std::vector<NamedScene> scenes;
@@ -77,7 +77,7 @@ std::vector<NamedScene> allScenes()
 
 namespace reelhouse {
 
-// Records sceneName for every VLC source that can be reached from source. User-interface thread.
+// Adds sceneName to every VLC source that can be reached from source. User-interface thread.
 void collectSceneSources(obs_source_t *source, const QString &sceneName, ScenesBySource &scenesBySource,
 			 QSet<obs_source_t *> &visited)
 {
@@ -106,7 +106,7 @@ void labelWithScenes(SourceListing &sources)
 		collectSceneSources(scene, name, scenesBySource, visited);
 	}
 	for (auto &[text, uuid] : sources) {
-		// In the order of the scenes, which is that of their names.
+		// These are sorted by name, because allScenes() is.
 		const QList<QString> scenes = scenesBySource.value(uuid);
 		if (!scenes.isEmpty())
 			text = scenes.join(u" / "_s) + u" · "_s + text;
@@ -141,10 +141,10 @@ void Reelhouse::refreshSources()
 	OBSSourceAutoRelease bound = lockSource();
 	const QString boundUuid = bound ? uuidOf(bound) : QString();
 	const QString chosenUuid = sourceSelector->currentData().toString();
-	// The second case: the bound source is gone, and what it left behind has to go as well.
+	// The second condition: the bound source is gone, and its queue must be cleared.
 	if (chosenUuid != boundUuid || (!bound && (weakSource || !tracks.isEmpty())))
 		bindSource(chosenUuid);
-	// A source may have come or gone beside the one that is bound.
+	// The text of an empty list depends on the other sources, too.
 	explainEmptyList();
 }
 
@@ -162,7 +162,7 @@ void Reelhouse::rebuildSelector(const QList<std::pair<QString, QString>> &source
 	sourceSelector->setCurrentIndex(std::max(sourceSelector->findData(sourceUuid), 0));
 }
 
-// The user's own choice, which is remembered; a refresh that finds another source to bind is not.
+// The user chose an entry. Only this choice is saved, not the binding that a refresh makes.
 void Reelhouse::chooseSource()
 {
 	const Operation operation(this);
@@ -208,7 +208,8 @@ void Reelhouse::bindSource(const QString &uuid)
 	clearError();
 }
 
-// Before the source is let go of: no callback must outlive the binding, and no step that one has posted counts any more.
+// Disconnect before dropping the source: a running callback may still use the dock. The new serial makes steps that
+// callbacks have posted invalid.
 void Reelhouse::disconnectSource()
 {
 	stoppedSignal.Disconnect();

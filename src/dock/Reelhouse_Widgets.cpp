@@ -32,7 +32,7 @@ constexpr int timeGap = 4;
 constexpr QSize transportButtonSize(22, 22);
 constexpr QSize transportIconSize(14, 14);
 
-// The themes give selectors and fields vertical margins of their own, which cut the text at this row height.
+// OBS's themes give selectors and fields vertical margins, which cut off the text at this row height.
 constexpr QLatin1String selectorStyle("QComboBox { margin-top: 0; margin-bottom: 0; }");
 constexpr QLatin1String fieldStyle("QLineEdit { margin-top: 0; margin-bottom: 0; }");
 
@@ -57,7 +57,7 @@ QToolButton *makeTransportButton(QWidget *parent, const QString &name, const cha
 	return button;
 }
 
-// For an action that the list triggers by key as well.
+// For an action that the list also triggers by this key.
 void addToList(QListWidget *list, QAction *action, const QKeySequence &key)
 {
 	action->setShortcut(key);
@@ -66,7 +66,7 @@ void addToList(QListWidget *list, QAction *action, const QKeySequence &key)
 	list->addAction(action);
 }
 
-// OBS binds these two itself, whatever the platform's own are.
+// OBS's main window uses these two keys for Redo on every platform.
 QList<QKeySequence> redoKeys()
 {
 	return QKeySequence::keyBindings(QKeySequence::Redo) +
@@ -102,7 +102,7 @@ void Reelhouse::buildUi()
 
 	setTabOrder({addFilesButton, sourceSelector, findChild<QToolButton *>(u"refresh"_s), searchEdit, playlistWidget,
 		     previousButton, playPauseButton, stopButton, nextButton, seekSlider, timeLabel, endModeSelector});
-	// Tooltips come from the event filter alone.
+	// Only the event filter shows tooltips.
 	for (QWidget *child : findChildren<QWidget *>())
 		child->setToolTip(QString());
 }
@@ -136,7 +136,8 @@ void Reelhouse::buildTopGrid()
 	sourceSelector = new Selector(this);
 	sourceSelector->setObjectName(u"sourceSelector"_s);
 	sourceSelector->setAccessibleName(ui("SelectSource"));
-	// Their names are lost to assistive technology on Linux, where Qt tells their values instead.
+	// Qt on Linux gives assistive technology a selector's value in place of its name, so selectors have a
+	// description.
 	sourceSelector->setAccessibleDescription(ui("SourceSelectorDescription"));
 	sourceSelector->addItem(ui("SelectSource"), QString());
 	sourceSelector->setMinimumContentsLength(8);
@@ -150,7 +151,7 @@ void Reelhouse::buildTopGrid()
 	placeTopGrid();
 }
 
-// One row in a wide dock; in a narrow one the source has the first row to itself.
+// A wide dock has one row here. In a narrow dock the source takes the first row alone.
 void Reelhouse::placeTopGrid()
 {
 	if (narrowLayout) {
@@ -168,8 +169,8 @@ void Reelhouse::buildList()
 {
 	playlistWidget = new TrackListWidget(this);
 	playlistWidget->setObjectName(u"playlist"_s);
-	// Without an accessible name on purpose: for item views Qt hands that out as the accessible id as well, and the
-	// list could no longer be found by its object name.
+	// Set no accessible name: for item views Qt uses the name as the accessible id, too, and tools could no longer
+	// find the list by its object name.
 	playlistWidget->setAccessibleDescription(ui("PlaylistDescription"));
 	playlistWidget->setItemDelegate(new TrackDelegate(playlistWidget));
 	playlistWidget->setSelectionMode(QAbstractItemView::ExtendedSelection);
@@ -177,7 +178,7 @@ void Reelhouse::buildList()
 	playlistWidget->setDefaultDropAction(Qt::MoveAction);
 	playlistWidget->setUniformItemSizes(true);
 	playlistWidget->setSpacing(0);
-	// In the smallest dock the list gives way, so that the controls above and below it stay whole.
+	// In the smallest dock the list shrinks, so that the controls above and below it stay whole.
 	playlistWidget->setMinimumHeight(1);
 	playlistWidget->setContextMenuPolicy(Qt::CustomContextMenu);
 	playlistWidget->installEventFilter(this);
@@ -245,7 +246,8 @@ void Reelhouse::makeShortcuts()
 		playlistWidget, {Qt::Key_Delete}, [this] { return removeAction->isEnabled(); },
 		[this] { removeAction->trigger(); });
 	addToList(playlistWidget, undoRemoveAction, QKeySequence::Undo);
-	// Whether there is anything to undo here or not: OBS would undo what it did last, which may be on air.
+	// Claim Undo even when there is nothing to undo here: otherwise OBS would undo its own last change, perhaps on
+	// air.
 	new KeyClaim(
 		playlistWidget, QKeySequence::keyBindings(QKeySequence::Undo), [] { return true; },
 		[this] { undoRemoveAction->trigger(); });
@@ -262,7 +264,7 @@ void Reelhouse::makeShortcuts()
 	new KeyClaim(this, {QKeySequence::Find}, [] { return true; }, find);
 }
 
-// What the user can do, in the order of the widgets.
+// The user's operations, in the order of the widgets.
 void Reelhouse::connectSignals()
 {
 	auto *refreshButton = findChild<QToolButton *>(u"refresh"_s);

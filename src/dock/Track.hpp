@@ -6,19 +6,19 @@
 
 namespace reelhouse {
 
-// Values of Track::size that are no size in bytes.
+// Values of Track::size that are not a size in bytes.
 inline constexpr qint64 SizeNotLocal = -1; // the path names no local file
 inline constexpr qint64 SizeUnknown = -2;  // not measured yet; never stored
 inline constexpr qint64 SizeMissing = -3;  // the local path names no regular file
 
-// Data of a list row beside its text.
+// Data roles of a list row.
 enum TrackRole { IdRole = Qt::UserRole, PathRole, SizeRole };
 
-// What happens when a track ends; the numbers are stored.
+// What happens when a track ends. The record stores these numbers.
 enum EndMode { EndStop, EndNext, EndRepeat };
 
-// One queue entry, a plain value for any thread. The id, not the path, is its identity: the same file may be queued
-// more than once.
+// One queue entry, a plain value for any thread. Its identity is the id, not the path: the same file may be queued more
+// than once.
 struct Track {
 	QString id;
 	QString path; // as the source's playlist item holds it: a local path or a URL

@@ -11,8 +11,8 @@ namespace reelhouse {
 
 namespace {
 
-// The local path of a file URL, which may be empty; nothing for any other entry. Most entries are plain paths, and
-// parsing each of a long queue as a URL costs more than all the rest of its row, so the scheme is looked at first.
+// Returns the local path of a file URL, which may be empty, and nothing for any other entry. Check the scheme first:
+// most entries are plain paths, and parsing each as a URL costs more than the rest of its row.
 std::optional<QString> fileUrlPath(const QString &path)
 {
 	if (!path.startsWith("file:"_L1, Qt::CaseInsensitive))

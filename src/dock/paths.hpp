@@ -17,25 +17,27 @@ inline constexpr char behaviorKey[] = "playback_behavior";
 // The path or URL inside one object of a playlist array.
 inline constexpr char valueKey[] = "value";
 
-// A text in the settings, empty when it is absent.
+// Returns the text under the key; empty when it is absent.
 QString textIn(obs_data_t *data, const char *key);
 void setText(obs_data_t *data, const char *key, const QString &text);
 
-// The "value" strings of the array under key, in array order, empty ones left out; an empty list for an absent array.
+// The "value" strings of the array under key, in array order and without empty ones. An absent array gives an empty
+// list.
 QList<QString> pathsIn(obs_data_t *settings, const char *key);
 
-// Whether pathsIn() is exactly these paths. In most cases told without reading them into strings; of text that is not
-// UTF-8 never.
+// Whether pathsIn() returns exactly these paths. Compares the stored UTF-8 directly, without making strings, unless
+// some text differs or is not valid UTF-8.
 bool holdsPaths(obs_data_t *settings, const char *key, const QList<QString> &paths);
 
-// A new array that holds one object with "value" per path. The caller owns its one reference.
+// Returns a new array with one object per path, under "value". The caller owns the reference.
 OBSDataArrayAutoRelease pathArray(const QList<QString> &paths);
 
-// The local file that a playlist entry names: a file URL decoded, a plain path unchanged, an empty string for any
-// other URL.
+// Returns the local file of a playlist entry: a file URL is decoded, a plain path is unchanged, any other URL gives an
+// empty string.
 QString localFilePath(const QString &path);
 
-// The row text of an entry: its file name, or the whole path where it has none; marked when it is the current track.
+// Returns the row text of an entry: its file name, or the whole path when it has none. The current track's text is
+// marked.
 QString labelFor(const QString &path, bool current);
 
 } // namespace reelhouse

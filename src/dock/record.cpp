@@ -26,7 +26,7 @@ constexpr char originalBehaviorKey[] = "originalBehavior";
 constexpr char endModeKey[] = "endMode";
 constexpr long long lastEndMode = 2;
 
-// A replaced queue is its record with these keys beside the record's own.
+// A replaced queue is stored as its record with the three keys below added.
 constexpr char replacedKey[] = "OBS-Reelhouse-replaced";
 constexpr char untouchedKey[] = "untouched";
 constexpr char presentUntouchedKey[] = "presentUntouched";
@@ -57,7 +57,7 @@ OBSData makeItem(const Track &track)
 	return item.Get();
 }
 
-// Copies of a track share their texts, which tells most of them without a look at the texts.
+// Compare the pointers first: copies of a track share their texts.
 bool isSameText(const QString &a, const QString &b)
 {
 	return a.constData() == b.constData() || a == b;
@@ -118,7 +118,7 @@ void RecordWriter::write(obs_data_t *privateSettings, const Record &record)
 		observed = record.observed;
 		observedItems = pathArray(observed).Get();
 	}
-	// New arrays each time: the ones of the previous record may be in other hands.
+	// Make new arrays each time: those of the previous record may still be in use.
 	OBSDataArrayAutoRelease trackArray = obs_data_array_create();
 	for (const OBSData &item : items)
 		obs_data_array_push_back(trackArray, item);
@@ -138,7 +138,8 @@ void RecordWriter::write(obs_data_t *privateSettings, const Record &record)
 	obs_data_set_obj(privateSettings, recordKey, data);
 }
 
-// Most changes leave the queue's start and end alone: only between them an object is looked for.
+// Reuse the objects at the start and the end of the queue, which most changes leave alone. Look up only those between
+// them.
 void RecordWriter::updateItems(const QList<Track> &next)
 {
 	if (next.isSharedWith(tracks))
@@ -171,7 +172,7 @@ ReplacedQueue ReplacedQueue::read(obs_data_t *privateSettings)
 {
 	OBSDataAutoRelease record = obs_data_get_obj(privateSettings, replacedKey);
 	OBSDataArrayAutoRelease tracks = obs_data_get_array(record, tracksKey);
-	// An empty queue comes back only if it was one.
+	// An unreadable record without tracks is no queue. A readable one may be an empty queue.
 	if (!isReadable(record) && obs_data_array_count(tracks) == 0)
 		return {};
 	return {record.Get(), obs_data_get_bool(record, untouchedKey), obs_data_get_bool(record, presentUntouchedKey),
@@ -182,12 +183,12 @@ void ReplacedQueue::write(obs_data_t *privateSettings) const
 {
 	if (!record)
 		return;
-	// Not a copy, which would take long for a long queue: the queue that is now in the source has or gets a record of
-	// its own.
+	// Store the record itself: a copy of a long queue takes long, and the queue in the source has a record of its
+	// own.
 	obs_data_set_obj(privateSettings, replacedKey, record);
 	obs_data_set_bool(record, untouchedKey, isUntouched);
 	obs_data_set_bool(record, presentUntouchedKey, presentUntouched);
-	setText(record, leftoverKey, leftoverId);
+	setText(record, leftoverKey, singleTrackId);
 }
 
 ReplacedQueue replaceQueue(obs_data_t *stored, const QList<Track> &rebuilt, const ReplacedQueue &replaced)
@@ -197,22 +198,22 @@ ReplacedQueue replaceQueue(obs_data_t *stored, const QList<Track> &rebuilt, cons
 	bool isWhole = false;
 	const QList<Track> before = readRecord(stored, &isWhole).tracks;
 	const bool isUsable = isWhole && isReadable(stored);
-	const bool isLeftover = before.size() == 1 && before.constFirst().id == replaced.leftoverId;
+	const bool isSingleOfEdit = before.size() == 1 && before.constFirst().id == replaced.singleTrackId;
 	ReplacedQueue next = replaced;
 	if (isUsable && std::ranges::equal(before, rebuilt, {}, &Track::path, &Track::path)) {
-		// Nothing is lost. The entries have new ids.
-		if (isLeftover)
-			next.leftoverId = onlyId(rebuilt);
+		// The rebuilt queue has the same entries, with new ids.
+		if (isSingleOfEdit)
+			next.singleTrackId = onlyId(rebuilt);
 		return next;
 	}
-	// What nothing can be read of still beats having nothing to bring back.
-	const bool isWorthKeeping = before.isEmpty() ? !isUsable && !replaced.record : !isLeftover;
-	if (isWorthKeeping && (!replaced.record || !replaced.presentUntouched)) {
+	// Even an unreadable record is better than nothing to bring back.
+	const bool mayReplace = before.isEmpty() ? !isUsable && !replaced.record : !isSingleOfEdit;
+	if (mayReplace && (!replaced.record || !replaced.presentUntouched)) {
 		next.record = stored;
 		next.isUntouched = false;
 	}
 	next.presentUntouched = true;
-	next.leftoverId = onlyId(rebuilt);
+	next.singleTrackId = onlyId(rebuilt);
 	return next;
 }
 

@@ -10,66 +10,65 @@
 
 namespace reelhouse {
 
-// What is kept with a source, as objects in its private settings: the record of its queue, and the queue that an edit of
-// the playlist made elsewhere has replaced. Everything here runs on the user-interface thread. Fetch the private settings
-// anew each time: OBS replaces them when it loads a scene collection.
+// Two objects in a source's private settings: the record of its queue, and the replaced queue, which an edit of the
+// playlist elsewhere has replaced. Everything here runs on the user-interface thread. Fetch the private settings for
+// each call: OBS replaces them when it loads a scene collection.
 
-// The record of a queue.
 struct Record {
 	QList<Track> tracks;
-	QList<QString> observed; // the source's playlist as last seen or written
+	QList<QString> observed; // the source's playlist as last read or written
 	QString currentId;
 	bool managed = false;
 	bool originalLoop = false;
 	bool originalShuffle = false;
 	QString originalBehavior;
-	int endMode = 0; // 0 to 2 when it was read
+	int endMode = 0; // an EndMode; readRecord() limits it to 0 to 2
 };
 
-// The object that holds the record, or null when there is none. It may be of any format.
+// Returns the object that holds the record, or null when there is none. Its format is not checked.
 OBSDataAutoRelease storedRecord(obs_data_t *privateSettings);
 
-// Whether this is a record of the format that is read and written here. False for null.
+// Whether the record has the format version that this module reads and writes. False for null.
 bool isReadable(obs_data_t *record);
 
-// Whether the playlist that the record observed is exactly these paths.
+// Whether the observed playlist of the record is exactly these paths.
 bool recordObserves(obs_data_t *record, const QList<QString> &paths);
 
-// Everything but the observed playlist. An entry without a path is left out, one that lost its id gets a new one; then
-// isWhole becomes false, which makes the record unusable for a load. What is absent reads as 0, false or empty.
+// Reads everything but the observed playlist. An entry without a path is left out and an entry without an id gets a new
+// one; both set isWhole to false, and the queue must then be rebuilt. Absent values read as 0, false or empty.
 Record readRecord(obs_data_t *record, bool *isWhole = nullptr);
 
-// Writes records. It keeps the object of each track that it has written, and the next record shares them: nobody changes
-// such an object, so a record of a long queue costs little more than its array.
+// Writes records. The writer keeps the object of each track that it has written, and the next record shares these
+// objects, so a record of a long queue costs little more than its array. Never change these objects.
 class RecordWriter {
 public:
-	// Replaces the whole record in the private settings.
+	// Replaces the whole record in these private settings.
 	void write(obs_data_t *privateSettings, const Record &record);
 
 private:
 	void updateItems(const QList<Track> &tracks);
 
-	QList<Track> tracks;        // as last written
-	std::vector<OBSData> items; // their objects
+	QList<Track> tracks;        // of the last record
+	std::vector<OBSData> items; // the objects of these tracks
 	QList<QString> observed;
 	OBSDataArray observedItems;
 };
 
-// The queue that an edit of the playlist made elsewhere has replaced. An "untouched" queue is as such an edit made it:
-// the user has not changed it here, nor played from it if it has more than one entry.
+// The replaced queue, which an edit of the playlist elsewhere has replaced. An "untouched" queue is still as such an
+// edit made it: the user has not changed it in the dock, and has not played one of several entries.
 struct ReplacedQueue {
-	OBSData record = nullptr;      // null when there is none; else it can become the queue again
-	bool isUntouched = false;      // the user brought another queue back in exchange for it
-	bool presentUntouched = false; // of the queue that the source has now
-	QString leftoverId;            // the only entry of a queue that such an edit made; empty for others
+	OBSData record = nullptr;      // the record of the replaced queue; null when there is none
+	bool isUntouched = false;      // it was untouched when the user exchanged it for another queue
+	bool presentUntouched = false; // the queue in the dock is untouched
+	QString singleTrackId;         // the id of the only entry, if an edit elsewhere made a queue of one; else empty
 
 	static ReplacedQueue read(obs_data_t *privateSettings);
-	// Does nothing when there is no record.
+	// Does nothing when record is null.
 	void write(obs_data_t *privateSettings) const;
 };
 
-// What is replaced after a rebuild has put other tracks in place of the stored record's. The queue that the user last
-// made or played is never lost: it is the one that is replaced, or it stays so.
+// Returns the replaced queue after a rebuild has put other tracks in place of the stored record's. The queue that the
+// user last made or played is never lost: it becomes the replaced queue or stays it. stored may be null.
 ReplacedQueue replaceQueue(obs_data_t *stored, const QList<Track> &rebuilt, const ReplacedQueue &replaced);
 
 } // namespace reelhouse

@@ -9,9 +9,9 @@
 
 namespace reelhouse {
 
-// Calls visit with the source of each item of a scene or group, hidden items included, until it returns false. Does nothing
-// for any other source, null included, and for one that is in visited, where it puts the others: scenes may show each
-// other. User-interface thread.
+// Calls visit with the source of each item of a scene or group, hidden items included, until visit returns false. Adds
+// each parent to visited and skips parents that are in it, because scenes may contain each other. Does nothing for null
+// or for a source of another kind. User-interface thread.
 void visitItems(obs_source_t *parent, QSet<obs_source_t *> &visited, const std::function<bool(obs_source_t *)> &visit);
 
 } // namespace reelhouse

@@ -5,14 +5,14 @@
 
 namespace reelhouse {
 
-// What stands for a clock time that is not known.
+// The text for an unknown clock time.
 inline constexpr QStringView unknownClock = u"—:—";
 
-// The module's locale text for a key, or an empty string when the locale lookup has none. User-interface thread.
+// Returns the module's locale text for a key; an empty string when the lookup has none. User-interface thread.
 QString ui(const char *key);
 
-// "minutes:seconds" for a time in milliseconds, fractions cut off, negative times as 0. There is no hours field: minutes
-// grow past 59.
+// Returns "minutes:seconds" for a time in milliseconds. Fractions are cut off, negative times read as 0, and minutes
+// grow past 59 because there is no hours field.
 QString clockText(qint64 ms);
 
 } // namespace reelhouse

@@ -7,7 +7,7 @@ namespace reelhouse {
 
 namespace {
 
-// Takes out the 0 that stands after each 255 of an unsynchronised tag, and fills it up with 0, as tags may be.
+// Removes the 0 after each 255 of an unsynchronised tag. Fills the end with 0, which a tag allows.
 void synchronise(char *begin, char *end)
 {
 	char *to = begin;
@@ -27,7 +27,7 @@ BoundedStream::BoundedStream(QFile &file_, const std::atomic<bool> &stopped_)
 
 TagLib::ByteVector BoundedStream::readBlock(StreamSize length)
 {
-	// What a read costs besides its bytes.
+	// The fixed part of what a read takes from the budget.
 	constexpr qint64 callCost = 256;
 	const qint64 left = std::min(size - position, budget - callCost);
 	if (stopped || left <= 0 || length == 0 || !file.seek(position))
@@ -42,14 +42,15 @@ TagLib::ByteVector BoundedStream::readBlock(StreamSize length)
 	return block;
 }
 
-// TagLib unpacks a compressed frame of an ID3v2 tag to a thousand times its size, and follows frames within frames until
-// its stack is full. Encrypted ones it leaves alone, so all of these are made to look encrypted: a title is none of them.
+// Hides the frames of an ID3v2 tag that are dangerous: TagLib unpacks a compressed frame to a thousand times its size,
+// and follows nested frames until the stack is full. TagLib skips encrypted frames, so this marks both kinds as
+// encrypted. No title is in them.
 void BoundedStream::disarm(TagLib::ByteVector &block, StreamSize asked)
 {
-	constexpr unsigned headerSize = 10; // of the tag, and of a frame in it
+	constexpr unsigned headerSize = 10; // of the tag and of each frame
 	const int version = id3Version;
 	id3Version = 0;
-	// TagLib takes the last frame of a cut tag for whole if only this much is missing.
+	// TagLib accepts the last frame of a cut tag when no more than this is missing, so cut off as much again.
 	if (version > 0 && block.size() < asked)
 		block.resize(block.size() - std::min(block.size(), headerSize));
 	char *bytes = block.data();
@@ -60,7 +61,7 @@ void BoundedStream::disarm(TagLib::ByteVector &block, StreamSize asked)
 			bytes[5] = static_cast<char>(bytes[5] & '\x7f');
 		return;
 	}
-	// Older ones have neither kind.
+	// Versions before 3 have no such frames.
 	if (version < 3)
 		return;
 	if (unsynchronised)
@@ -69,9 +70,9 @@ void BoundedStream::disarm(TagLib::ByteVector &block, StreamSize asked)
 	const auto isIdByte = [](char c) {
 		return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
 	};
-	// Where frames start depends on how their sizes are read, so whatever could be the header of one is taken for it.
+	// The start of a frame depends on how sizes are read, so check every place that may be a frame header.
 	for (char *frame = bytes; frame + headerSize <= bytes + block.size(); frame++) {
-		// No size within the budget begins with another byte.
+		// The first byte of a size within the budget is at most 7.
 		if (!std::all_of(frame, frame + 3, isIdByte) || static_cast<unsigned char>(frame[4]) > 7)
 			continue;
 		const bool nests = std::equal(frame, frame + 4, "CHAP") || std::equal(frame, frame + 4, "CTOC");

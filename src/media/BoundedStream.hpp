@@ -10,7 +10,7 @@
 
 namespace reelhouse {
 
-// TagLib's own types differ between 1.13 and 2.0.
+// The types of TagLib 1.13 and 2.0 differ.
 #if TAGLIB_MAJOR_VERSION >= 2
 using StreamOffset = TagLib::offset_t;
 using StreamPlace = TagLib::offset_t;
@@ -21,18 +21,18 @@ using StreamPlace = unsigned long;
 using StreamSize = unsigned long;
 #endif
 
-// An open file as TagLib is to see it: read-only, and at its end once much was read of it or the reading was stopped.
-// So a hostile file neither keeps TagLib busy nor makes it take much memory. One thread, but for the flag.
+// An open file for TagLib: read-only, with a budget. Reads return nothing once the budget is used up or stopped is set,
+// so a hostile file costs TagLib little time and memory. Use it on one thread; any thread may set the flag.
 class BoundedStream : public TagLib::IOStream {
 public:
 	BoundedStream(QFile &file, const std::atomic<bool> &stopped);
 
-	// TagLib knows the kind of a file by its content, and tries the ending of its name first if it is told one.
+	// Sets the ending of the file's name. TagLib tries the kind for this ending before it looks at the content.
 	void setEnding(const QString &ending) { fileName = "." + ending.toUtf8(); }
 	TagLib::FileName name() const override { return fileName.constData(); }
 
 	TagLib::ByteVector readBlock(StreamSize length) override;
-	// A place before the start or beyond all numbers is not gone to.
+	// Does nothing for a position before the start or too large for a number.
 	void seek(StreamOffset offset, Position from = Beginning) override;
 	StreamOffset tell() const override { return static_cast<StreamOffset>(position); }
 	StreamOffset length() override { return static_cast<StreamOffset>(size); }
@@ -51,9 +51,9 @@ private:
 	const std::atomic<bool> &stopped;
 	const qint64 size;
 	qint64 position = 0;
-	// In bytes: enough for a large cover picture, or for the fragments of a film of many hours.
+	// In bytes; enough for a large cover picture or for the fragments of a film of many hours.
 	qint64 budget = 16 << 20;
-	// Of the ID3v2 header that was just read; version 0: what was read is none.
+	// The version in the ID3v2 header of the last read; 0 when the last read was not such a header.
 	int id3Version = 0;
 	bool unsynchronised = false;
 	QByteArray fileName = "";

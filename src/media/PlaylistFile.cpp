@@ -23,7 +23,7 @@ namespace reelhouse {
 
 namespace {
 
-// More than any playlist; what is larger is somebody's film with the wrong ending.
+// No playlist is larger; a larger file is probably a film with the wrong ending.
 constexpr qint64 maxSize = 128 * 1024 * 1024;
 constexpr auto xspfNamespace = "http://xspf.org/ns/0/"_L1;
 
@@ -43,7 +43,7 @@ bool hasEscapes(const QString &text)
 	return text.contains(u'%') && text.contains(escape);
 }
 
-// As Windows names a file.
+// Whether this is a Windows path with a drive letter.
 bool startsWithDrive(QStringView path)
 {
 	return path.size() > 2 && path[0].isLetter() && path[1] == u':' && (path[2] == u'\\' || path[2] == u'/');
@@ -51,7 +51,7 @@ bool startsWithDrive(QStringView path)
 
 // ---- reading
 
-// An empty string for a URL that names no local file.
+// Returns an empty string for a URL that names no local file.
 QString localFileOf(QUrl url)
 {
 	if (url.host() == "localhost"_L1)
@@ -64,7 +64,8 @@ QString absolute(const QString &path, const QString &folder)
 	return QDir::isAbsolutePath(path) ? path : QDir::cleanPath(folder + u'/' + path);
 }
 
-// A relative entry. Some programs escape it as in a URL, others write backslashes; both are also characters of a name.
+// Some programs escape a relative entry as in a URL and some write backslashes. Both may also be part of a name, so the
+// file that exists decides.
 QString relativeEntry(const QString &entry, const QString &folder)
 {
 	QString path = absolute(entry, folder);
@@ -81,7 +82,7 @@ QString relativeEntry(const QString &entry, const QString &folder)
 	return QFileInfo::exists(other) ? other : path;
 }
 
-// One entry of an M3U or PLS file.
+// Returns the path of an entry of an M3U or PLS file.
 QString plainEntry(const QString &entry, const QString &folder)
 {
 	if (entry.startsWith("file:"_L1, Qt::CaseInsensitive)) {
@@ -93,7 +94,7 @@ QString plainEntry(const QString &entry, const QString &folder)
 	return relativeEntry(entry, folder);
 }
 
-// One location of an XSPF file.
+// Returns the path of a location of an XSPF file.
 QString locationEntry(const QString &location, const QUrl &base)
 {
 	QUrl url(location);
@@ -106,13 +107,13 @@ QString locationEntry(const QString &location, const QUrl &base)
 
 void add(QList<QString> &paths, const QString &path)
 {
-	// No path holds a null character, and libobs would cut the path there.
+	// A path has no null character, and libobs would cut the path there.
 	if (!path.isEmpty() && !path.contains(QChar(u'\0')))
 		paths.append(path);
 }
 
-// UTF-8 with or without its mark, UTF-16 with it, and else what older programs wrote, where the format allows that.
-// Nothing for what is no text.
+// Decodes UTF-8 with or without a byte order mark and UTF-16 with one. Other text is Latin-1 if the format allows that.
+// Returns nothing for bytes that are not text.
 std::optional<QString> decoded(const QByteArray &bytes, bool allowsLatin1)
 {
 	QStringDecoder decoder(QStringConverter::encodingForData(bytes).value_or(QStringConverter::Utf8),
@@ -170,7 +171,7 @@ QList<QString> readPls(const QString &text, const QString &file)
 	return paths;
 }
 
-// What the reader stands before, and what is in it, if take says so; everything else is skipped.
+// Calls take for each child element with this name and skips all other children.
 template <typename Take> void eachElement(QXmlStreamReader &reader, QLatin1StringView name, const Take &take)
 {
 	while (reader.readNextStartElement()) {
@@ -190,7 +191,7 @@ PlaylistContent readXspf(const QByteArray &bytes, const QString &file)
 		base = base.resolved(QUrl(reader.attributes().value("xml:base"_L1).toString()));
 		eachElement(reader, "trackList"_L1, [&] {
 			eachElement(reader, "track"_L1, [&] {
-				// The first of a track's locations is the one to play.
+				// Players use the first location of a track.
 				QString location;
 				eachElement(reader, "location"_L1, [&] {
 					const QString text =
@@ -210,7 +211,7 @@ PlaylistContent readXspf(const QByteArray &bytes, const QString &file)
 
 // ---- writing
 
-// Without what would end a line, what a reader would trim, and what XML does not allow.
+// Returns the text as one line, without outer spaces, which a reader trims, and without characters that XML forbids.
 QString oneLine(const QString &title)
 {
 	QString line = QString::fromUtf8(title.toUtf8());
@@ -219,7 +220,7 @@ QString oneLine(const QString &title)
 	return line.trimmed();
 }
 
-// Of a local file.
+// Returns a local file relative to the folder if it is below the folder, else its absolute path.
 QString pathFrom(const QString &folder, const QString &local)
 {
 	const QString path = QDir::cleanPath(local);
@@ -227,13 +228,13 @@ QString pathFrom(const QString &folder, const QString &local)
 	return path.startsWith(prefix) ? path.sliced(prefix.size()) : path;
 }
 
-// Any other URL as it stands, without what would end a line.
+// Returns a URL unchanged unless it holds a character that would break the line.
 QString urlText(const QString &url)
 {
 	return oneLine(url) == url ? url : QString::fromLatin1(QUrl::toPercentEncoding(url, "!#$%&'()*+,/:;=?@[]"));
 }
 
-// Whether every reader of M3U finds this file again, also one that takes each entry for a URL.
+// Whether every M3U reader finds this file again, even one that reads each entry as a URL.
 bool readsAsItself(const QString &path)
 {
 	return oneLine(path) == path && !path.contains(u'#') && !path.contains(u'?') && !path.contains(u'\\') &&
@@ -248,7 +249,7 @@ QString m3uLine(const QString &path, const QString &folder)
 	const QString text = pathFrom(folder, local);
 	if (!readsAsItself(text))
 		return QUrl::fromLocalFile(local).toString(QUrl::FullyEncoded);
-	// What stands before a colon could be taken for a URL's scheme.
+	// A reader may take the text before a colon for the scheme of a URL.
 	return text.contains(u':') && QDir::isRelativePath(text) ? "./"_L1 + text : text;
 }
 
@@ -302,7 +303,7 @@ QByteArray xspfText(const QList<PlaylistEntry> &entries, const QString &folder)
 PlaylistContent readPlaylist(const QString &path)
 {
 	QFile file(path);
-	// Opening a pipe would wait for who writes to it.
+	// Opening a pipe would block until a program writes to it.
 	if (const QFileInfo info(path); info.exists() && !info.isFile())
 		return {{}, ui("PlaylistNotText")};
 	if (!file.open(QIODevice::ReadOnly))
@@ -326,7 +327,7 @@ QString writePlaylist(const QString &path, const QList<PlaylistEntry> &entries)
 {
 	const QString folder = folderOf(path);
 	const QByteArray text = endingOf(path) == "xspf"_L1 ? xspfText(entries, folder) : m3uText(entries, folder);
-	// Written beside the file and renamed over it.
+	// QSaveFile renames over the old file, so a failed write leaves that file whole.
 	QSaveFile file(path);
 	if (file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.commit())
 		return {};

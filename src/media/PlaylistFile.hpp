@@ -6,25 +6,26 @@
 
 namespace reelhouse {
 
-// Playlist files: M3U and M3U8, PLS and XSPF. The file's ending says which of them it is.
+// Reads and writes playlist files: M3U, M3U8, PLS and XSPF. The file's ending decides which. User-interface thread:
+// they use the locale.
 
 struct PlaylistContent {
-	QList<QString> paths; // as a queue holds them: local paths, or URLs that name no local file
-	QString error;        // why the file cannot be read; empty when it was
+	QList<QString> paths; // as in a queue: local paths, or URLs that name no local file
+	QString error;        // why the file could not be read; empty on success
 };
 
 struct PlaylistEntry {
-	QString path; // as a queue holds it
+	QString path; // as in a queue
 	QString title;
-	qint64 durationMs = -1; // -1: not known
+	qint64 durationMs = -1; // -1: unknown
 };
 
-// What the file lists, in its order. Entries that are relative to the file come as absolute paths. An HLS manifest is
-// one entry, itself: its lines are pieces of one stream.
+// Returns the entries of the file in their order, relative ones as absolute paths. An HLS manifest gives one entry, the
+// manifest itself, because its lines are pieces of one stream.
 PlaylistContent readPlaylist(const QString &file);
 
-// Writes XSPF where the file's ending says so, M3U8 for every other. Entries beside or below the file are written relative
-// to it. Returns why that failed, or an empty string; a file that was there before is then as it was.
+// Writes XSPF if the file's ending is xspf, and M3U8 otherwise. Entries in or below the file's folder are written
+// relative to it. Returns an empty string on success, else the reason; an existing file is then unchanged.
 QString writePlaylist(const QString &file, const QList<PlaylistEntry> &entries);
 
 } // namespace reelhouse

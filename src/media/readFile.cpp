@@ -32,7 +32,7 @@ namespace {
 
 constexpr qsizetype longestText = 500;
 
-// TagLib as it is packaged writes what it thinks of a file to stderr.
+// Packaged builds of TagLib write debug messages to stderr.
 class SilentListener : public TagLib::DebugListener {
 public:
 	void printMessage(const TagLib::String &) override {}
@@ -40,7 +40,7 @@ public:
 
 void silenceTagLib()
 {
-	// Never destroyed: another user of TagLib in this process may still be heard when the program ends.
+	// Never destroy the listener: another user of TagLib in this process may send messages until the process ends.
 	static const TagLib::DebugListener *const listener = [] {
 		auto *silent = new SilentListener;
 		TagLib::setDebugListener(silent);
@@ -59,7 +59,7 @@ QString oneLine(const TagLib::String &text)
 	return line.first(longestText - (line[longestText - 1].isHighSurrogate() ? 1 : 0));
 }
 
-// What an MP4 file says of itself as a whole. TagLib knows only the length of its sound.
+// Values of an MP4 file as a whole. TagLib reads only the length of its sound.
 struct Movie {
 	qint64 durationMs = -1;
 	bool tooDeep = false;
@@ -85,10 +85,10 @@ bool isContainer(const TagLib::ByteVector &name)
 	return std::ranges::any_of(names, [&name](const char *one) { return name == one; });
 }
 
-// Follows the atoms from here as TagLib does, since it follows them until its stack is full.
+// Walks the atoms as TagLib does, to find nesting that would fill TagLib's stack.
 void followAtoms(BoundedStream &stream, qint64 end, int depth, Movie &movie)
 {
-	// What players write is six deep.
+	// Real files have at most six levels.
 	movie.tooDeep |= depth > 16;
 	while (!movie.tooDeep && stream.tell() + 8 <= end) {
 		const qint64 start = stream.tell(), most = stream.length() - start;
@@ -139,7 +139,7 @@ Tags readStream(BoundedStream &stream)
 
 Tags readFile(const QString &path, const std::atomic<bool> &stopped)
 {
-	// To open a pipe or a device may wait forever, and has effects.
+	// Open only plain files: opening a pipe or a device may block for ever and has effects.
 	const QFileInfo info(path);
 	QFile file(path);
 	if (path.isEmpty() || !info.isFile() || !file.open(QIODevice::ReadOnly))
@@ -156,12 +156,12 @@ Tags readFile(const QString &path, const std::atomic<bool> &stopped)
 			stream.setEnding(info.suffix());
 			tags = readStream(stream);
 		}
-		// What is played is the whole movie.
+		// A player plays the whole movie, not only the length of its sound.
 		if (movie.durationMs > 0)
 			tags.durationMs = movie.durationMs;
 		return tags;
 	} catch (const std::exception &) {
-		// Of the standard library's, from inside TagLib.
+		// TagLib lets exceptions of the standard library through.
 		return {};
 	}
 }

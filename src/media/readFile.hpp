@@ -7,14 +7,14 @@
 
 namespace reelhouse {
 
-// False in a build without TagLib, where no file has tags.
+// False in a build without TagLib. No file then has tags.
 #ifdef REELHOUSE_TAGLIB
 inline constexpr bool canReadTags = true;
 #else
 inline constexpr bool canReadTags = false;
 #endif
 
-// readTags() for a local file. Ends early once stopped is set; what it then returns is of no use. Any thread.
+// Does readTags() for a local file. Returns early when stopped becomes true; ignore that result. Any thread.
 Tags readFile(const QString &file, const std::atomic<bool> &stopped);
 
 } // namespace reelhouse

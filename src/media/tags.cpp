@@ -23,7 +23,7 @@ namespace reelhouse {
 
 namespace {
 
-// How many files are remembered, and how many may wait to be read.
+// The most files that are cached, and the most that may wait to be read.
 constexpr int mostKnown = 300;
 
 } // namespace
@@ -40,13 +40,14 @@ QString displayTitle(const QString &path, const Tags &tags)
 		return tags.title;
 	QString name = labelFor(path, false);
 	if (localFilePath(path).isEmpty()) {
-		// This may go on air, which a password before the host and a key behind the path are not meant for.
+		// The title may go on air. The rest of a URL may hold a password or a key, so use only the file name or
+		// the host.
 		const QUrl url(path);
 		if (url.fileName().isEmpty())
 			return url.host().isEmpty() ? name : url.host();
 		name = url.fileName();
 	}
-	// A number after the last dot is part of a name: "Part 2.5".
+	// Digits alone after the last dot are part of a name: "Part 2.5".
 	static const QRegularExpression ending(u"(?<=.)\\.(?=[0-9]*[A-Za-z])[0-9A-Za-z]{1,5}$"_s);
 	return name.remove(ending);
 }
@@ -57,7 +58,7 @@ QString artistAndTitle(const QString &path, const Tags &tags)
 	return tags.artist.isEmpty() ? title : tags.artist + u" – "_s + title;
 }
 
-// The thread lives only while there is something to read. It is not joined, since a read may never return.
+// The thread runs only while files wait to be read. Do not join it: a read may never return.
 struct TagReader::Worker {
 	explicit Worker(TagReader *owner) : reader(owner) {}
 
@@ -66,11 +67,11 @@ struct TagReader::Worker {
 
 	std::mutex mutex;
 	std::condition_variable idle;
-	// These three with the mutex held.
-	TagReader *reader; // null when it is gone
+	// Use these three only with the mutex held.
+	TagReader *reader; // null after its destruction
 	QList<Request> pending;
 	bool running = false;
-	std::atomic<bool> stopped = false; // ends a read at its next access to the file
+	std::atomic<bool> stopped = false; // stops a read at its next access to the file
 };
 
 void TagReader::Worker::run()
@@ -82,7 +83,8 @@ void TagReader::Worker::run()
 		lock.unlock();
 		const Known read = look(request);
 		lock.lock();
-		// The lock keeps the reader alive while it is posted to; Qt drops what is posted when it is gone after that.
+		// The lock keeps the reader alive during the post. Qt drops posted events of an object that is
+		// destroyed later.
 		if (reader) {
 			const auto deliver = [to = reader, path = request.path, read] {
 				to->take(path, read);

@@ -11,7 +11,7 @@
 
 namespace reelhouse {
 
-// What a media file says about itself, which may be anything: the texts are one line each and end after 500 characters.
+// Tags of a media file. Each text is one line of at most 500 characters. Their content is not to be trusted.
 struct Tags {
 	QString title;
 	QString artist;
@@ -19,40 +19,40 @@ struct Tags {
 	bool operator==(const Tags &) const = default;
 };
 
-// Opens and reads the local file that the entry names, now: not for the user-interface thread. Any thread; never throws.
-// Empty for a URL, for what is no plain file, for a file of an unknown kind, and in a build without TagLib. A cut or
-// hostile file gives what can be read of it with a bounded amount of work.
+// Opens and reads the entry's local file. Any thread, but not the user-interface thread, because it blocks. Never
+// throws. Returns empty tags for a URL, a file that is not plain, an unknown kind of file, and in a build without
+// TagLib. Reads a damaged or hostile file with a bounded amount of work and returns what it found.
 Tags readTags(const QString &path);
 
-// The title, or else the entry's label without the ending of its file name.
+// Returns the title; without one, the entry's label without the ending of its file name.
 QString displayTitle(const QString &path, const Tags &tags);
 
-// "artist – title", or the title alone where no artist is known.
+// Returns "artist – title", or the title alone when the artist is unknown.
 QString artistAndTitle(const QString &path, const Tags &tags);
 
-// Tags for the user-interface thread, which touches no file for them: even to ask a network disk for the size of a file
-// can take minutes. One thread of its own looks at the files, at the one that was asked for last before the others.
+// Gives tags to the user-interface thread without touching a file on it: on a network disk even a question for the size
+// may take minutes. One worker thread reads the files, the last requested one first.
 class TagReader : public QObject {
 	Q_OBJECT
 
 public:
 	explicit TagReader(QObject *parent);
-	// Waits a moment for a file that is being read, but no longer for a disk that does not answer.
+	// Waits briefly for a file that is being read, but not for a disk that does not answer.
 	~TagReader() override;
 
-	// What is known of this entry; nothing if it was not read yet. In either case the file is then looked at in the
-	// background, and read if it is new or has another size or time of change. Empty tags for a URL.
+	// Returns the cached tags of this entry; nothing if it was never read. Always queues a check of the file, which
+	// reads it when it is new or its size or time of change differs. Empty tags for a URL.
 	std::optional<Tags> cached(const QString &path);
 
-	// What is known of this entry already, without a look at its file. Empty if that is nothing.
+	// Returns the cached tags of this entry, or empty tags, and does not queue a check.
 	Tags known(const QString &path) const;
 
 Q_SIGNALS:
-	// cached() has tags for this path where it had none, or others.
+	// cached() now has tags for this path, or other ones than before.
 	void tagsRead(const QString &path);
 
 private:
-	// By what a change of a file is told; at first, and later without a file, it is this.
+	// Identifies a version of a file. The default means "no file" or "never checked".
 	struct Stamp {
 		qint64 size = -1; // in bytes
 		qint64 changedMs = 0;
@@ -72,7 +72,7 @@ private:
 	void take(const QString &path, const Known &read);
 
 	QCache<QString, Known> cache;
-	QSet<QString> asked; // the paths that the worker has yet to answer for
+	QSet<QString> asked; // paths that wait for the worker
 	// Shared with the worker's thread, which may outlive this object.
 	std::shared_ptr<Worker> worker;
 };

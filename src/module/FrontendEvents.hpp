@@ -6,7 +6,7 @@
 namespace reelhouse {
 
 // Suspends, resumes and shuts down the dock as scene collections come and go. The frontend calls it on the
-// user-interface thread; data is not read.
+// user-interface thread. data is unused.
 void frontendEvent(obs_frontend_event event, void *data);
 
 } // namespace reelhouse

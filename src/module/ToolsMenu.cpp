@@ -19,7 +19,7 @@ namespace reelhouse {
 
 namespace {
 
-// In the Tools menu, which owns it and may be gone before the module.
+// The Tools menu owns the entry and may be destroyed before the module unloads.
 QPointer<QAction> entry;
 
 QAction *addCommand(QMenu *menu, const QString &name, const char *textKey)
@@ -37,7 +37,7 @@ void addChoice(QMenu *menu, TrackText *trackText, const QString &text, const QSt
 	QObject::connect(choice, &QAction::triggered, trackText, [trackText, uuid] { trackText->choose(uuid); });
 }
 
-// Anew each time: sources come, go, and are renamed.
+// Fills the menu again each time: sources come, go and are renamed.
 void listTextSources(QMenu *menu, QActionGroup *group, TrackText *trackText)
 {
 	menu->clear();
@@ -62,7 +62,7 @@ void addTextSourceMenu(QMenu *menu, TrackText *trackText)
 	const auto list = [choices, group, trackText] {
 		listTextSources(choices, group, trackText);
 	};
-	// With the whole menu: some desktops leave out a menu that was empty when the one above it opened.
+	// Fill the submenu when its parent opens: some desktops hide a submenu that is empty at that moment.
 	QObject::connect(menu, &QMenu::aboutToShow, trackText, list);
 	list();
 }

@@ -14,13 +14,13 @@ namespace reelhouse {
 
 namespace {
 
-// In the VLC source's private settings: the UUID of the text source.
+// A key of the VLC source's private settings, for the UUID of the text source.
 constexpr char textSourceKey[] = "OBS-Reelhouse-text";
 constexpr char textKey[] = "text";
 
-// A kind of text source and its setting that makes it show a file instead of its text.
+// A kind of text source, and the setting that makes it show a file.
 struct TextKind {
-	const char *id; // of all its versions
+	const char *id; // the type id without its version
 	const char *fileKey;
 };
 constexpr TextKind textKinds[] = {{"text_ft2_source", "from_file"}, {"text_gdiplus", "read_from_file"}};
@@ -36,14 +36,14 @@ bool showsItsText(obs_source_t *source)
 	return !obs_data_get_bool(settings, kind->fileKey);
 }
 
-// Or is about to, as soon as the media has been opened.
+// Counts a source that still opens its media as playing.
 bool isPlaying(obs_media_state state)
 {
 	return state == OBS_MEDIA_STATE_PLAYING || state == OBS_MEDIA_STATE_PAUSED ||
 	       state == OBS_MEDIA_STATE_OPENING || state == OBS_MEDIA_STATE_BUFFERING;
 }
 
-// Does nothing where the text source is gone or has the text already.
+// Does nothing when the text source is gone or already has the text.
 void setText(const QString &uuid, const QString &text)
 {
 	OBSSourceAutoRelease source = obs_get_source_by_uuid(uuid.toUtf8().constData());
@@ -64,7 +64,7 @@ TrackText::TrackText(QueueControl *queue_) : QObject(queue_), queue(queue_)
 	connect(queue, &QueueControl::changed, this, &TrackText::follow);
 	connect(queue, &QueueControl::switchFinished, this, [this] { justSwitched = true; });
 	connect(queue, &QueueControl::mediaPolled, this, [this](obs_media_state state) {
-		// The source may not have come to the new track yet, and then still tells how the one before ended.
+		// The source may not have started the new track yet. It then still reports how the previous one ended.
 		if (!std::exchange(justSwitched, false) || isPlaying(state))
 			update();
 	});
@@ -119,15 +119,14 @@ void TrackText::follow()
 	update();
 }
 
-// Compares with what the text source holds, since others may set that: a Properties dialog that is cancelled puts an old
-// text back.
+// Compare with the text in the source, since others may change it: a cancelled Properties dialog restores an old text.
 void TrackText::update()
 {
 	const QString target = chosen();
 	if (!shownIn.isEmpty() && shownIn != target)
 		setText(shownIn, QString());
 	shownIn = target;
-	// Until the source has stopped, its state still means the previous track.
+	// During a switch, the source's state still belongs to the previous track.
 	if (!target.isEmpty() && !queue->isSwitching())
 		setText(target, text());
 }

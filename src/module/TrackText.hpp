@@ -9,8 +9,8 @@ namespace reelhouse {
 
 class QueueControl;
 
-// Shows the current track in a text source while it is playing or paused. Which one is the choice of the VLC source that
-// the dock has bound, and is kept in its private settings. User-interface thread.
+// Shows the current track in a text source while the track is playing or paused. The private settings of the bound VLC
+// source name that text source. User-interface thread.
 class TrackText : public QObject {
 public:
 	struct TextSource {
@@ -20,12 +20,13 @@ public:
 
 	explicit TrackText(QueueControl *queue);
 
-	// The text sources of the scene collection in the order of their names, without those that show a file.
+	// Returns the text sources of the scene collection, sorted by name, without those that show a file.
 	static QList<TextSource> textSources();
 
-	// The UUID of the text source that was chosen for the bound source; empty for none. It may be gone.
+	// Returns the UUID of the text source that was chosen for the bound source; empty for none. That source may be
+	// gone.
 	QString chosen() const;
-	// An empty UUID is the choice of none. Does nothing when no source is bound.
+	// Chooses a text source; an empty UUID chooses none. Does nothing when no source is bound.
 	void choose(const QString &uuid);
 
 private:
@@ -34,9 +35,9 @@ private:
 	QString text() const;
 
 	QueueControl *const queue; // the parent
-	QString path;              // of the current track; kept, since each poll would search a long queue for it
-	QString shownIn;           // the text source that holds a text of ours; emptied when another takes its place
-	bool justSwitched = false; // since the last poll
+	QString path;              // of the current track; cached so that a poll need not search the queue
+	QString shownIn; // UUID of the text source that shows our text; it is cleared when another one is used
+	bool justSwitched = false; // a switch has ended since the last poll
 };
 
 } // namespace reelhouse

@@ -10,7 +10,7 @@
 #include "module/ToolsMenu.hpp"
 #include "remote/RemoteControl.hpp"
 
-// libobs declares these two without exporting them, which other modules built its way do.
+// libobs declares these two functions without exporting them.
 MODULE_EXPORT obs_module_t *obs_current_module(void);
 MODULE_EXPORT const char *obs_module_text(const char *key);
 
@@ -31,7 +31,8 @@ namespace {
 
 constexpr char dockId[] = "OBS-Reelhouse";
 
-// The dock relies on how exactly one OBS and one Qt behave, so every other one is refused, newer patches included.
+// The dock relies on the exact behaviour of one OBS and one Qt, so it refuses every other version, newer patches
+// included.
 bool isRequiredHost()
 {
 	if (obs_get_version() != MAKE_SEMANTIC_VERSION(HOST_OBS_MAJOR, HOST_OBS_MINOR, HOST_OBS_PATCH)) {
@@ -85,7 +86,7 @@ bool obs_module_load(void)
 
 void obs_module_post_load(void)
 {
-	// libobs calls this even for a module that refused to load.
+	// libobs calls this even when the module has refused to load.
 	if (dock)
 		RemoteControl::start(&dock->queueControl());
 }
@@ -93,8 +94,8 @@ void obs_module_post_load(void)
 void obs_module_unload(void)
 {
 	RemoteControl::close();
-	// The dock goes with the main window. Once it is gone after the exit announcement, so is the frontend, and a
-	// call to it would only be logged as an error.
+	// The main window destroys the dock. If that happened after the exit announcement, the frontend is gone, too,
+	// and a call to it would log an error.
 	if (!exiting || dock)
 		obs_frontend_remove_event_callback(frontendEvent, nullptr);
 	if (!exiting)
@@ -104,7 +105,7 @@ void obs_module_unload(void)
 	dock->shutdown();
 	if (!exiting)
 		obs_frontend_remove_dock(dockId);
-	// Null by now if the frontend destroyed it with its dock widget.
+	// Null when the frontend has destroyed the dock together with its dock widget.
 	delete dock;
 	dock = nullptr;
 }

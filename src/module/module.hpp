@@ -7,12 +7,12 @@
 
 namespace reelhouse {
 
-// Module-wide state, user-interface thread only.
+// Module-wide state. User-interface thread only.
 
-// The one dock. Null once anybody has destroyed it, the frontend with its dock widget included.
+// The dock. Null before it is made and after it is destroyed, which the frontend may do with its dock widget.
 extern QPointer<Reelhouse> dock;
 
-// The frontend has announced that OBS exits; from here on it may be gone.
+// The frontend has announced its exit and may be gone.
 extern bool exiting;
 
 } // namespace reelhouse

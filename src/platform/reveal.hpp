@@ -6,11 +6,11 @@
 
 #include <functional>
 
-// Shows a file, by its absolute path, selected in the file manager. Returns at once, on the user-interface thread: true
-// when the request could be started, false when there is nobody to ask. A file manager that is asked and then refuses or
-// does not answer in time leads to a call of refused, on the same thread, unless context is gone by then.
+// Shows a file, given by its absolute path, selected in the file manager. User-interface thread; returns at once.
+// Returns true when the request was started, false when there is no file manager to ask. Calls refused, on the same
+// thread, when the file manager refuses or does not answer in time; never after context is destroyed.
 bool revealFile(const QString &path, QObject *context, std::function<void()> refused);
 
-// Whether the desktop can be asked to open a folder. On Wayland Qt says that it did so even where there is nobody to ask, so
-// file manager, portal and launcher are looked for beforehand. User-interface thread.
+// Whether the desktop can open a folder. On Wayland Qt reports success even when no program can do it, so this looks
+// for a file manager, a portal or a launcher. User-interface thread.
 bool canOpenFolders();

@@ -14,20 +14,20 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr QLatin1String fileManager("org.freedesktop.FileManager1");
-// A file manager that the bus has to start first may take this long.
+// The bus may have to start the file manager, which takes this long at most.
 constexpr int patienceMs = 5000;
-// The bus itself answers at once, or hangs.
+// The bus itself answers at once or hangs.
 constexpr int busPatienceMs = 500;
 
-// Whether a service runs, or the bus knows how to start it.
+// Whether the service runs or the bus can start it.
 bool isOnBus(const QString &service)
 {
 	const QDBusConnection session = QDBusConnection::sessionBus();
 	for (const QString &list : {u"ListNames"_s, u"ListActivatableNames"_s}) {
 		const QDBusMessage request = QDBusMessage::createMethodCall(
 			u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s, u"org.freedesktop.DBus"_s, list);
-		const QDBusMessage answer = session.call(request, QDBus::Block, busPatienceMs);
-		if (answer.arguments().value(0).toStringList().contains(service))
+		const QDBusMessage reply = session.call(request, QDBus::Block, busPatienceMs);
+		if (reply.arguments().value(0).toStringList().contains(service))
 			return true;
 	}
 	return false;
@@ -35,7 +35,7 @@ bool isOnBus(const QString &service)
 
 } // namespace
 
-// Not waited for: a bus or a file manager that is slow to start, or hangs, must not hold up OBS.
+// Send the request without waiting for the reply: a slow bus or file manager must not block OBS.
 bool revealFile(const QString &path, QObject *context, std::function<void()> refused)
 {
 	const QDBusConnection session = QDBusConnection::sessionBus();
@@ -44,10 +44,10 @@ bool revealFile(const QString &path, QObject *context, std::function<void()> ref
 	QDBusMessage request = QDBusMessage::createMethodCall(fileManager, u"/org/freedesktop/FileManager1"_s,
 							      fileManager, u"ShowItems"_s);
 	request << QStringList{QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded)} << QString();
-	auto *answer = new QDBusPendingCallWatcher(session.asyncCall(request, patienceMs), context);
-	QObject::connect(answer, &QDBusPendingCallWatcher::finished, context, [answer, refused = std::move(refused)] {
-		answer->deleteLater();
-		if (answer->isError())
+	auto *reply = new QDBusPendingCallWatcher(session.asyncCall(request, patienceMs), context);
+	QObject::connect(reply, &QDBusPendingCallWatcher::finished, context, [reply, refused = std::move(refused)] {
+		reply->deleteLater();
+		if (reply->isError())
 			refused();
 	});
 	return true;

@@ -7,9 +7,9 @@ namespace reelhouse {
 
 namespace {
 
-// By the second poll the source has come to what was asked of it before the first.
+// By the second poll, the source has carried out a request that came before the first.
 constexpr int pollsToSettle = 2;
-// A state that was asked for and is not seen after this many polls, two seconds, will not come. A busy OBS takes its time.
+// After this many polls, two seconds, a requested state will not come. A busy OBS needs some of this time.
 constexpr int pollsToReach = 8;
 
 bool isLoading(obs_media_state state)
@@ -22,7 +22,7 @@ bool isPlaying(obs_media_state state)
 	return state == OBS_MEDIA_STATE_PLAYING || state == OBS_MEDIA_STATE_PAUSED;
 }
 
-// One of the four that clients are told.
+// Maps a state to one of the four that clients know.
 obs_media_state plain(obs_media_state state)
 {
 	if (isLoading(state))
@@ -53,7 +53,7 @@ void MediaFollower::trackGiven()
 {
 	pending.reset();
 	starting = firstPoll = running = true;
-	known = false;
+	hasPlayed = false;
 }
 
 void MediaFollower::ask(obs_media_state state)
@@ -69,7 +69,7 @@ void MediaFollower::setPaused(bool paused)
 	const bool changes = asked() != wanted;
 	if (changes)
 		sendPause(paused);
-	// What was asked for before and has not come yet must not come any more.
+	// An earlier request for another state no longer counts.
 	if (changes || (pending && *pending != wanted))
 		ask(wanted);
 }
@@ -80,7 +80,7 @@ void MediaFollower::sendPause(bool paused)
 	obs_source_media_play_pause(source, paused);
 }
 
-// VLC loses a resume that comes just after a pause, and a pause just after a resume: the last one is asked for again.
+// VLC loses a resume just after a pause and a pause just after a resume, so send the last request again.
 void MediaFollower::followPending(obs_media_state state)
 {
 	if (!pending || ++pendingPolls < pollsToSettle)
@@ -94,11 +94,11 @@ void MediaFollower::followPending(obs_media_state state)
 MediaFollower::Change MediaFollower::poll(obs_media_state state, qint64 positionMs, qint64 durationMs)
 {
 	followPending(state);
-	known = known || positionMs > 0 || durationMs > 0;
+	hasPlayed = hasPlayed || positionMs > 0 || durationMs > 0;
 	if (isLoading(state))
 		return {};
 	const bool plays = isPlaying(state);
-	// The source may not have come to the new track yet, and then still reports how the one before it was stopped.
+	// The source may not have started the new track yet. It then still reports how the previous one stopped.
 	if (std::exchange(firstPoll, false) && !plays)
 		return {};
 	starting = false;
@@ -106,7 +106,7 @@ MediaFollower::Change MediaFollower::poll(obs_media_state state, qint64 position
 	Change change = tell(state);
 	if (running && state == OBS_MEDIA_STATE_ERROR)
 		change.failure = Failure::Error;
-	else if (running && state == OBS_MEDIA_STATE_ENDED && !known)
+	else if (running && state == OBS_MEDIA_STATE_ENDED && !hasPlayed)
 		change.failure = Failure::NeverPlayed;
 	running = running && plays;
 	return change;
@@ -123,8 +123,8 @@ MediaFollower::Change MediaFollower::tell(obs_media_state state)
 {
 	Change change;
 	const obs_media_state next = plain(state);
-	if (next != told || next != shown)
-		change.state = told = shown = next;
+	if (next != lastChange || next != lastSent)
+		change.state = lastChange = lastSent = next;
 	return change;
 }
 

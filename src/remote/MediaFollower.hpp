@@ -7,37 +7,39 @@
 
 namespace reelhouse {
 
-// What the polls of the source's media mean for a client. libobs only queues what is asked of a source, so a state may
-// be one poll late, and a shorter one goes unseen. User-interface thread.
+// Turns the polls of the source's media into changes for clients. libobs queues media actions, so a state may appear
+// one poll late, and a short one not at all. User-interface thread.
 class MediaFollower {
 public:
 	enum class Failure { Error, NeverPlayed };
 
-	// What one poll has brought.
+	// The result of one poll.
 	struct Change {
-		std::optional<obs_media_state> state; // another plain state than before
-		std::optional<Failure> failure;       // of the track that was started
+		std::optional<obs_media_state> state; // the new state, if it changed: playing, paused, stopped or ended
+		std::optional<Failure> failure;       // the failure of the track, if it failed now
 	};
 
 	explicit MediaFollower(const QueueControl &queue_) : queue(queue_) {}
 
-	// A track is on its way to the source, or no poll has seen yet what becomes of it there.
+	// Whether a switch is pending, or no poll has seen the new track yet.
 	bool isStarting() const { return starting || queue.isSwitching(); }
-	// What the source reports, and opening as long as that may still mean the track before.
+	// Returns the state that the source reports; opening while that report may belong to the previous track; none
+	// without a source.
 	obs_media_state reported() const;
-	// The state that was asked of the source: playing, paused, stopped or ended. What it reports, where nothing was.
+	// Returns the state that was last requested and has yet to come, else the reported state: playing, paused,
+	// stopped or ended.
 	obs_media_state asked() const;
 
-	// Something was asked of the source that leads to this state.
+	// Call this after a request to the source that leads to this state.
 	void ask(obs_media_state state);
-	// Pauses what plays, or resumes what is paused. To be called only while asked() is one of the two.
+	// Pauses or resumes. Call it only while asked() is playing or paused.
 	void setPaused(bool paused);
-	// The source was given a track.
+	// The source has received the settings of a new track.
 	void trackGiven();
-	// Clients were told this state together with a track.
-	void toldWithTrack(obs_media_state state) { shown = state; }
+	// An event about a track has sent this state to clients.
+	void toldWithTrack(obs_media_state state) { lastSent = state; }
 	Change poll(obs_media_state state, qint64 positionMs, qint64 durationMs);
-	// The dock has another source, or none.
+	// The dock has bound another source, or none.
 	Change otherSource(bool bound);
 
 private:
@@ -46,15 +48,15 @@ private:
 	void sendPause(bool paused);
 
 	const QueueControl &queue;
-	obs_media_state told = OBS_MEDIA_STATE_STOPPED;  // as a change
-	obs_media_state shown = OBS_MEDIA_STATE_STOPPED; // as a change or with a track
-	std::optional<obs_media_state> pending; // asked for, until the source reports another state than before
+	obs_media_state lastChange = OBS_MEDIA_STATE_STOPPED; // last sent to clients as a change
+	obs_media_state lastSent = OBS_MEDIA_STATE_STOPPED;   // last sent to clients, as a change or with a track
+	std::optional<obs_media_state> pending; // the requested state, until it has come or two seconds have passed
 	obs_media_state reportedBefore = OBS_MEDIA_STATE_NONE;
 	int pendingPolls = 0;
 	bool starting = false;
-	bool firstPoll = false; // the next poll is the first of the given track
-	bool running = false;   // the given track has neither ended nor failed
-	bool known = false;     // the given track was seen to have a duration or a position
+	bool firstPoll = false; // the next poll is the first one of the new track
+	bool running = false;   // the new track has neither ended nor failed
+	bool hasPlayed = false; // a poll saw a duration or a position of the new track
 };
 
 } // namespace reelhouse

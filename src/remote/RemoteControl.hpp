@@ -11,18 +11,20 @@
 namespace reelhouse {
 
 // The dock's remote control: requests and events of a vendor of OBS's WebSocket plug-in.
+// A request comes on a thread of the plug-in, and that thread waits while the user-interface thread serves the request.
+// Everything else runs on the user-interface thread.
 //
 // A request comes on one of that plug-in's threads, which waits while the user-interface thread serves it. Everything
 // else runs on the user-interface thread.
 class RemoteControl : public QObject {
 public:
-	// One request that clients can make.
+	// A kind of request that clients can send.
 	struct Endpoint {
 		enum Kind {
-			Looks,         // at what needs no source
-			LooksAtSource, // at what the bound source has
-			Chooses,       // another source, and is answered with what is current there
-			Acts,          // on the bound source, and is answered with what is current afterwards
+			Looks,         // reads, and needs no source
+			LooksAtSource, // reads values of the bound source
+			Chooses,       // binds a source; the response has the state after that
+			Acts,          // changes the bound source; the response has the state after that
 		};
 
 		const char *name;
@@ -35,15 +37,14 @@ public:
 
 	// RemoteControl_Requests.cpp
 	static std::span<const Endpoint> endpoints();
-	// The names of all events. RemoteControl_Events.cpp
+	// Returns the names of all events. RemoteControl_Events.cpp
 	static std::span<const char *const> events();
 
-	// Registers the vendor and everything it can be asked, for as long as the dock lives. Without the WebSocket
-	// plug-in it says so in the log and does nothing. To be called once all modules are loaded.
+	// Registers the vendor and its requests until the dock is destroyed. Without the WebSocket plug-in it only
+	// writes a log line. Call it when all modules are loaded.
 	static void start(QueueControl *queue);
-	// OBS ends, and its user-interface thread is about to wait for the plug-in's threads. Requests on their way are
-	// answered with a refusal at once, as are those that still come, and no event is sent any more. Harmless when
-	// repeated, or when nothing was started.
+	// Refuses all waiting and later requests at once, and sends no more events. Call it before the user-interface
+	// thread waits for the plug-in's threads at OBS's exit. Does nothing when called again, or before start().
 	static void close();
 
 	~RemoteControl() override;
@@ -67,11 +68,11 @@ private:
 	void announceTags(const QString &path);
 	void announceEndMode();
 	void announceMedia(const MediaFollower::Change &change);
-	// An event's data with the bound source, and with the current track.
+	// Return the data of an event: with the bound source; with the bound source and the current track.
 	OBSDataAutoRelease sourceData() const;
 	OBSDataAutoRelease currentData() const;
 
-	// What the events tell of.
+	// The state that events report.
 	struct State {
 		QString sourceUuid;
 		QString sourceName;
@@ -85,12 +86,12 @@ private:
 	void *const vendor;        // the plug-in's
 	MediaFollower media;
 	TagReader &tagReader; // the dock's
-	Tags currentTags;     // as last told
+	Tags currentTags;     // as last sent
 	State seen;
-	qint64 revision = 0;      // counts every change of a part of the state
-	qint64 queueRevision = 0; // that of the queue's last change
-	QTimer queueTimer;        // runs while a change of the queue is still to be announced
-	QElapsedTimer burst;      // since the first of those changes
+	qint64 revision = 0;      // grows with every change of the state
+	qint64 queueRevision = 0; // the revision of the last change of the queue
+	QTimer queueTimer;        // runs while a change of the queue has yet to be announced
+	QElapsedTimer burst;      // time since the first of those changes
 };
 
 } // namespace reelhouse

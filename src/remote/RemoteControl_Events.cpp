@@ -17,9 +17,9 @@ constexpr char endModeChanged[] = "EndModeChanged";
 constexpr char mediaStateChanged[] = "MediaStateChanged";
 constexpr char trackFailed[] = "TrackFailed";
 
-// Changes of the queue that come closer than this are one event, in milliseconds.
+// Queue changes that are nearer to each other than this make one event. In milliseconds.
 constexpr int burstGapMs = 150;
-// A burst that does not end is announced this often nevertheless.
+// An unending burst is announced this often. In milliseconds.
 constexpr int burstLengthMs = 1000;
 
 } // namespace
@@ -46,14 +46,14 @@ void RemoteControl::observe()
 	const bool otherQueue = otherSource || before.tracks != seen.tracks;
 	const bool otherCurrent = before.currentId != seen.currentId;
 	const bool otherEndMode = before.endMode != seen.endMode;
-	// Another source is told by the queue that comes with it.
+	// For another source, the event of the new queue names the source.
 	if (!otherSource && before.sourceName != seen.sourceName)
 		announceSource();
 	if (otherQueue) {
 		queueRevision = ++revision;
 		startQueueTimer();
 	}
-	// A client that is told of one of these has been told of the queue that it belongs to.
+	// Clients must know the queue before an event about its current track or end mode.
 	if (queueTimer.isActive() && (otherCurrent || otherEndMode))
 		announceQueue();
 	if (otherCurrent)
@@ -66,7 +66,7 @@ void RemoteControl::observe()
 
 void RemoteControl::observePoll(obs_media_state state, qint64 positionMs, qint64 durationMs)
 {
-	// Nothing else tells of a new name.
+	// Only a poll notices a new name of the source.
 	observe();
 	announceMedia(media.poll(state, positionMs, durationMs));
 }
@@ -123,7 +123,7 @@ void RemoteControl::announceCurrent()
 	emitEvent(currentTrackChanged, data);
 }
 
-// The event of the current track is sent again once its file has been read.
+// Sends the event of the current track again when the tags of its file have been read.
 void RemoteControl::announceTags(const QString &path)
 {
 	const int index = queue->currentIndex();
@@ -139,7 +139,7 @@ void RemoteControl::announceEndMode()
 	emitEvent(endModeChanged, data);
 }
 
-// The reason comes before the state that it leads to.
+// The failure comes before the state change that it causes.
 void RemoteControl::announceMedia(const MediaFollower::Change &change)
 {
 	if (queueTimer.isActive() && (change.failure || change.state))

@@ -12,7 +12,7 @@ namespace reelhouse {
 
 namespace {
 
-// Nothing is done before everything is read and found right: each of these starts with what it reads.
+// Each endpoint first reads and checks all fields, and changes something only if all are valid.
 
 qsizetype findTrack(Request &request, const QString &id)
 {
@@ -23,7 +23,7 @@ qsizetype findTrack(Request &request, const QString &id)
 	return track - tracks.cbegin();
 }
 
-// Every row has to be laid out with its path, and one of a megabyte makes the window deaf for a fifth of a second.
+// The list lays out every path, and a path of a megabyte blocks the window for a fifth of a second.
 bool isTooLong(const QString &path)
 {
 	constexpr qsizetype maxBytes = 64 * 1024;
@@ -52,13 +52,13 @@ OBSDataArrayAutoRelease idArray(const QList<QString> &ids)
 	return array;
 }
 
-// What GetQueue answers with of the queue. Any thread.
+// The queue as GetQueue responds with it. Any thread.
 struct Page {
 	QList<Track> tracks;   // the whole queue
-	QSet<QString> refused; // the ids of those whose file was missing when they were to be played
+	QSet<QString> refused; // ids of tracks that could not be played because their file was missing
 	qsizetype begin = 0;
 	qsizetype end = 0;
-	bool withTags = false; // of each track of the page
+	bool withTags = false; // add the tags of each track of the page
 	qsizetype current = -1;
 	Tags currentTags;
 	qint64 currentDurationMs = 0; // 0: unknown
@@ -78,7 +78,7 @@ OBSDataAutoRelease trackData(const Page &page, qsizetype index, const Tags &tags
 	return data;
 }
 
-// Reads the files of the page if their tags are wanted, and so is not for the user-interface thread.
+// Do not call it on the user-interface thread: it reads the files of the page if their tags are wanted.
 void setPage(obs_data_t *data, const Page &page)
 {
 	OBSDataArrayAutoRelease array = obs_data_array_create();
@@ -125,14 +125,14 @@ Page readPage(Request &request)
 	return page;
 }
 
-// Only copies on this thread, however long the queue is: the list of tracks is made on the plug-in's thread.
+// The user-interface thread only copies the list, however long it is. The plug-in's thread makes the response from it.
 void getQueue(Request &request)
 {
 	Page page = readPage(request);
 	if (request.isRefused())
 		return;
 	OBSSourceAutoRelease source = request.queue.lockSource();
-	// Until the source has stopped, it still reports the times of the previous track.
+	// During a switch, the source still reports the times of the previous track.
 	if (!request.queue.isSwitching()) {
 		page.cursorMs = std::max<qint64>(obs_source_media_get_time(source), 0);
 		page.currentDurationMs = std::max<qint64>(obs_source_media_get_duration(source), 0);
@@ -202,7 +202,7 @@ void selectSource(Request &request)
 		OBSSourceAutoRelease source = obs_get_source_by_name(wanted.toUtf8().constData());
 		uuid = source ? QString::fromUtf8(obs_source_get_uuid(source)) : QString();
 	}
-	// An empty UUID chooses no source, but a name that nobody has must not.
+	// An empty UUID means "no source". An unknown name must not mean it.
 	if ((byName && uuid.isEmpty()) || !request.queue.selectSource(uuid))
 		request.refuse(Refusal::UnknownSource, wanted);
 }
@@ -265,7 +265,7 @@ void pauseOrResume(Request &request, bool paused)
 		request.media.setPaused(paused);
 }
 
-// Unlike the dock's play button, it does not look at the selection, which a client does not see.
+// Ignores the list's selection, unlike the dock's play button, because a client does not see the selection.
 void togglePlay(Request &request)
 {
 	const obs_media_state state = request.media.asked();

@@ -17,7 +17,7 @@ struct ErrorText {
 	const char *textKey;
 };
 
-// By refusal.
+// Indexed by Refusal.
 constexpr std::array errorTexts = {
 	ErrorText{"unavailable", "RemoteUnavailable"},
 	ErrorText{"noSource", "RemoteNoSource"},

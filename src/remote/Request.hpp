@@ -14,7 +14,7 @@
 
 namespace reelhouse {
 
-// Why a request is not done.
+// Why a request is refused.
 enum class Refusal {
 	Unavailable,
 	NoSource,
@@ -40,14 +40,14 @@ enum class Refusal {
 	GraphicsThread,
 };
 
-// Writes a response into the data that the WebSocket plug-in sends. It owns its values, so any thread may run it.
+// Writes a response into the data that the WebSocket plug-in sends. It owns its values, so it may run on any thread.
 using Response = std::function<void(obs_data_t *data)>;
 
-// The response to a request that is refused; detail is what its sentence is about. User-interface thread.
+// Returns the response to a refused request. detail fills the gap in its error text. User-interface thread.
 Response refusalResponse(Refusal refusal, const QString &detail = QString());
 
-// One request on the user-interface thread: its data, by name and type, and the response to it. A field that is absent or
-// has another type refuses the request and reads as an empty value; the first refusal stands.
+// A request on the user-interface thread: its fields and its response. Reading a field that is absent or has another
+// type refuses the request and returns an empty value. The first refusal counts.
 class Request {
 public:
 	Request(QueueControl &queue, MediaFollower &media, TagReader &tagReader, obs_data_t *data, qint64 revision);
@@ -61,15 +61,16 @@ public:
 	QString text(const char *key);
 	qint64 integer(const char *key);
 	qint64 integer(const char *key, qint64 fallback);
-	// An integer from 0 to this last one.
+	// Returns an integer from 0 to last; any other value refuses the request.
 	qint64 position(const char *key, qint64 last);
 	bool flag(const char *key, bool fallback);
-	// The texts under itemKey in a list of objects that is not empty: libobs's data holds no lists of bare texts.
+	// Returns the texts under itemKey in a list of objects. An empty list refuses the request. The texts are in
+	// objects because libobs's data has no lists of bare texts.
 	QList<QString> texts(const char *listKey, const char *itemKey);
 
 	void refuse(Refusal refusal, const QString &detail = QString());
 	bool isRefused() const { return static_cast<bool>(refused); }
-	// What the response holds beside its success.
+	// Sets the values that a successful response has beside "success".
 	void respond(Response fill) { filled = std::move(fill); }
 	Response response() const;
 

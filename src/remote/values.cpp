@@ -9,7 +9,7 @@ namespace reelhouse {
 
 namespace {
 
-// By end mode.
+// Indexed by EndMode.
 constexpr std::array endModes = {"stop", "next", "repeat"};
 
 } // namespace

@@ -11,19 +11,19 @@
 
 namespace reelhouse {
 
-// How requests and events spell what the dock knows. Any thread.
+// Texts and fields that requests and events share. Any thread.
 
 const char *endModeName(int mode);
 std::optional<EndMode> endModeNamed(const QString &name);
 
-// As the WebSocket plug-in's own requests name the states.
+// Returns the name that the WebSocket plug-in's own requests use for the state.
 const char *mediaStateName(obs_media_state state);
 
-// sourceName and sourceUuid, both empty for a null source.
+// Sets sourceName and sourceUuid; both are empty for a null source.
 void setSource(obs_data_t *data, obs_source_t *source);
-// index, id, path and label.
+// Sets index, id, path and label.
 void setTrack(obs_data_t *data, qsizetype index, const Track &track);
-// title, artist and durationMs, each where it is known.
+// Sets those of title, artist and durationMs that are known.
 void setTags(obs_data_t *data, const Tags &tags);
 
 } // namespace reelhouse

@@ -21,7 +21,7 @@ namespace {
 
 Frontend *active = nullptr;
 
-// An action that was asked for, and the signal that tells of it.
+// A requested media action, and the signal that reports it.
 struct MediaAction {
 	QString what;
 	const char *signal;
@@ -91,7 +91,7 @@ void addPlaylist(obs_data_t *settings, const QStringList &paths)
 	obs_data_set_array(settings, "playlist", array);
 }
 
-// Without video, libobs has something to say on every texture that a source frees.
+// Without video, libobs logs a message for every texture that a source frees.
 void logErrors(int level, const char *format, va_list arguments, void *)
 {
 	if (level > LOG_ERROR)
@@ -114,7 +114,7 @@ void Frontend::send(obs_frontend_event event) const
 		callback(event, data);
 }
 
-// The frontend API's functions, which the module finds in this program before it finds them in the library.
+// The functions of the frontend API. The module finds them in this program before it finds OBS's library.
 
 bool obs_frontend_add_dock_by_id(const char *, const char *title, void *widget)
 {
@@ -184,7 +184,7 @@ void obs_frontend_get_scenes(obs_frontend_source_list *list)
 	}
 }
 
-// As are these of libobs, whose own queue nothing would run without its video thread.
+// These replace functions of libobs: without its video thread, libobs would never run its own queue.
 
 bool obs_in_task_thread(enum obs_task_type type)
 {
@@ -236,15 +236,15 @@ void Host::endObs()
 		return;
 	frontend->scenes.clear();
 	frontend->program = frontend->preview = nullptr;
-	// As OBS does; libobs 32 itself holds a scene until it is removed.
+	// Remove the scenes as OBS does: libobs 32 itself keeps a scene until it is removed.
 	obs_enum_scenes(
 		[](void *, obs_source_t *scene) {
 			obs_source_remove(scene);
 			return true;
 		},
 		nullptr);
-	// Sources are destroyed on a thread of libobs's, which its shutdown does not wait for. What a scene or a group
-	// held is queued there only when itself is destroyed; no test nests them deeper.
+	// libobs destroys sources on a thread of its own, and its shutdown does not wait for that. It queues what a
+	// scene or group held only when it destroys the scene or group itself. No test nests them deeper.
 	for (int depth = 0; depth < 5; depth++)
 		obs_queue_task(OBS_TASK_DESTROY, [](void *) {}, nullptr, true);
 	obs_shutdown();

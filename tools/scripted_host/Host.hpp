@@ -15,13 +15,13 @@
 #include <obs-frontend-api.h>
 #include <obs.hpp>
 
-// For GoogleTest's messages.
+// GoogleTest prints texts with it.
 inline void PrintTo(const QString &text, std::ostream *stream)
 {
 	*stream << '"' << text.toStdString() << '"';
 }
 
-// What the scripted frontend was told, and what it answers.
+// The calls that the scripted frontend has received, and its answers.
 struct Frontend {
 	bool acceptsDock = true;
 	bool studioMode = false;
@@ -46,31 +46,32 @@ struct Media {
 	bool operator==(const Media &) const = default;
 };
 
-// How a test waits.
+// Waits for some milliseconds while events are processed. A test may replace it.
 extern void (*passTime)(int ms);
 
-// A thread that is libobs's graphics thread, as far as the module can tell.
+// True on a thread that the module must take for libobs's graphics thread.
 extern thread_local bool onGraphicsThread;
 
-// The built module in real libobs, with a frontend and a VLC source type of our making. libobs runs no video here, so
-// media actions stay queued and a test says itself when the source has stopped.
+// Runs the built module in the real libobs, with a scripted frontend and VLC source type. libobs runs no video here, so
+// media actions stay queued until a test lets the source stop.
 class Host : public testing::Test {
 protected:
 	Host();
 	~Host() override;
 
-	// False when the module refused to load.
+	// Returns false when the module refuses to load.
 	bool loadModule();
-	// Shuts libobs down, which unloads the module. Happens after the test if it has not called it.
+	// Shuts libobs down, which unloads the module. Runs after each test that has not called it.
 	void endObs();
 
 	OBSSource makeSource(const QString &name, const QStringList &playlist, const char *otherSettings = "{}");
 	static Media &media(obs_source_t *source);
-	// Emits the signal on a thread of its own, as libobs does.
+	// Emits media_stopped on another thread, as libobs does.
 	static void sendStopped(obs_source_t *source);
-	// Does what was asked of a source's media and signals it, as the next tick of libobs's video thread would.
+	// Carries out the queued media actions of a source and emits their signals, as a tick of libobs's video thread
+	// does.
 	static void videoTick(obs_source_t *source);
-	// What a source's media was made to do since this was last called.
+	// Returns the media actions that were carried out since the last call.
 	static QStringList takeDone(obs_source_t *source);
 	static void setPlaylist(obs_source_t *source, const QStringList &paths);
 	QString makeFile(const QString &name, const QByteArray &content = "media") const;

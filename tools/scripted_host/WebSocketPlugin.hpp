@@ -10,23 +10,22 @@
 #include <obs-websocket-api.h>
 #include <obs.hpp>
 
-// OBS's WebSocket plug-in as the module's remote control sees it, with requests that a test makes and events that it
-// looks at.
+// Stands in for OBS's WebSocket plug-in: a test sends requests through it and reads the events of the module.
 class WebSocketPlugin {
 public:
-	// libobs has to be running.
+	// libobs must be running.
 	WebSocketPlugin();
 	~WebSocketPlugin() { end(); }
-	// It may well go before the modules that use it.
+	// The plug-in may end before the modules that use it.
 	void end() { proc_handler_destroy(std::exchange(handler, nullptr)); }
 
-	// What the plug-in does on a thread of its own.
+	// Sends a request. The plug-in does this on threads of its own.
 	QJsonObject request(const std::string &name, const QByteArray &json = "{}") const;
 
 	std::map<std::string, obs_websocket_request_callback> requests;
 	std::vector<std::pair<QString, QJsonObject>> events;
 	std::function<void()> onEvent = [] {
-	}; // while the event is being sent
+	}; // called while an event is sent
 
 private:
 	proc_handler_t *handler = proc_handler_create();

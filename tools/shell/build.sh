@@ -1,7 +1,7 @@
 # shellcheck shell=bash
-# What the commands of ./dev share where the tools are: building, and starting the real OBS.
+# Functions that the commands of ./dev share: building, and starting the real OBS.
 
-# Debian's own flags harden the code and keep the paths of this machine out of it.
+# Debian's flags harden the code and keep the paths of this machine out of it.
 with_debian_flags() {
 	local CXXFLAGS LDFLAGS
 	CXXFLAGS=$(dpkg-buildflags --get CPPFLAGS; dpkg-buildflags --get CXXFLAGS)
@@ -24,7 +24,7 @@ build() {
 	cmake --build --preset "$@" >&2
 }
 
-# A folder as OBS expects one for a module that is not installed: the module's data under its name.
+# Makes the data folder that OBS expects for a module that is not installed: the module's data under its name.
 stage_data() {
 	mkdir -p build/stage
 	ln -sfn "$checkout/data" build/stage/obs-reelhouse
@@ -42,7 +42,7 @@ make_clips() {
 	done
 }
 
-# A measurement in the real OBS, without a display.
+# Runs a measurement in the real OBS, without a display.
 drive_host() {
 	local program=$checkout/$1
 	shift

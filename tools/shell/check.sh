@@ -1,7 +1,7 @@
 # shellcheck shell=bash
-# What ./dev test, soak, lint and format do where the tools are.
+# The commands ./dev test, soak, lint and format.
 
-# The build trees that are tested. Each has tests of its own, and ctest builds what a test needs before it.
+# The tested build trees. Each tree has tests of its own; ctest builds what a test needs.
 test_trees=(package asan tsan release)
 
 test_inside() {
@@ -9,7 +9,7 @@ test_inside() {
 	[[ $# -gt 0 ]] && filter=(--tests-regex "$1")
 	mkdir -p build
 	say "configuring"
-	# All at once, and anew: whatever was set in these trees by hand is not what is tested.
+	# Configure all trees at once and from scratch, so that no setting made by hand is tested.
 	local -A job
 	for tree in "${test_trees[@]}"; do
 		configure "$tree" --fresh &
@@ -23,7 +23,7 @@ test_inside() {
 	ctest --test-dir build --parallel "$(nproc)" --output-on-failure --no-tests=error "${filter[@]}"
 }
 
-# The time is shared by two sanitizers and two tests: step by step, and while the source is at work.
+# Two sanitizers and two tests share the time: one test works step by step, the other while signals arrive.
 soak_inside() {
 	local seconds=${1:-60} tree
 	export REELHOUSE_SOAK_SECONDS=$(((seconds + 3) / 4)) REELHOUSE_SOAK_SEED=${2:-$RANDOM} GTEST_FILTER='Promises.*'
@@ -39,8 +39,8 @@ format_inside() {
 	find src tests tools bench -name '*.cpp' -print0 -o -name '*.hpp' -print0 | xargs -0 clang-format -i "$@"
 }
 
-# Reads sources, given as folders after the options, as clang sees them with its own standard library. A source that is
-# not built here, the one for macOS, is read with the options of its neighbours.
+# Checks the sources of folders, given after the options, with clang and its standard library. The source for macOS,
+# which is not built here, gets the options of its neighbours.
 tidy() {
 	local options=()
 	while [[ $1 == -* ]]; do
@@ -59,7 +59,7 @@ lint_inside() {
 	say "reading the C++ (a minute or two)"
 	mkdir -p build
 	configure lint
-	# The tests and tools for the compiler's own warnings alone: they are many, and each check takes its time.
+	# Tests and tools get only the compiler's warnings: they are many, and each check takes time.
 	tidy src >build/lint.txt 2>&1 || faults+=("what OBS loads")
 	tidy --checks='-*,clang-diagnostic-*,bugprone-use-after-move' tests tools bench >>build/lint.txt 2>&1 ||
 		faults+=("tests and tools")

@@ -1,7 +1,7 @@
 # shellcheck shell=bash
-# What ./dev package does: the packages for the installed OBS and Qt, and what is said about where they fit.
+# The command ./dev package: makes the packages for the installed OBS and Qt, and says where they fit.
 
-# Where the tools are. Prints the files.
+# Prints the names of the packages. Runs where the tools are.
 package_inside() {
 	[[ ${1:-} == --release ]] && check_release
 	configure package --fresh
@@ -12,7 +12,7 @@ package_inside() {
 	sed -n 's/^CPack: - package: \(.*\) generated\.$/\1/p' build/cpack.log
 }
 
-# What must not go out: addresses that lead nowhere, a version that the list of changes does not have.
+# Refuses addresses that lead nowhere, and a version that the list of changes does not have.
 check_release() {
 	local version
 	version=$(sed -n 's/^ *VERSION \([0-9.]*\)$/\1/p' CMakeLists.txt)
@@ -21,14 +21,14 @@ check_release() {
 		die "cmake/project_addresses.cmake still has addresses that are reserved for examples: put in the project's own."
 }
 
-# For whoever packs where another OBS or Qt is installed. Takes the files that package_inside has printed.
+# Warns if this system offers another OBS or Qt than the packages need. Takes the file names from package_inside.
 warn_of_other_host() {
 	local file obs qt here_obs here_qt
 	for file in "$@"; do
 		[[ $file =~ -obs([0-9.]+)-qt([0-9.]+)- ]] || continue
 		obs=${BASH_REMATCH[1]} qt=${BASH_REMATCH[2]}
 		here_obs=$(candidate obs-studio)
-		# As Debian called it before and since its times of 64 bits.
+		# Debian renamed this package when it changed to 64-bit times.
 		here_qt=$(candidate libqt6core6t64)
 		[[ -n $here_qt ]] || here_qt=$(candidate libqt6core6)
 		[[ $here_obs == "$obs" && $here_qt == "$qt" ]] || say "Warning: these packages are for OBS $obs with Qt $qt." \

@@ -1,29 +1,30 @@
 # shellcheck shell=bash
-# Where ./dev builds and runs: in this distribution, or in a Debian root of its own below the cache folder.
+# The place where ./dev builds and runs: this distribution, or a Debian root below the cache folder.
 
-# The Debian release that a root is made of where this distribution's own OBS and Qt are too old. Its OBS and Qt stand
-# nearest below the target's; another suite may be tried with REELHOUSE_SUITE.
+# The Debian release for a root, when this distribution's OBS and Qt are too old. Its OBS and Qt are the nearest ones
+# below the target's. REELHOUSE_SUITE selects another suite.
 suite=${REELHOUSE_SUITE:-trixie}
 least_obs=30.2
 least_qt=6.8
-# What a new root takes, with room for the builds, in MiB.
+# The size of a new root with room for the builds, in MiB.
 root_needs_mib=4096
 
-# The packages by purpose. A command installs those that it needs; a root has all of them, but for one that only packs.
+# The packages by purpose. A command installs those that it needs. A root has all of them, unless it is only for
+# packing.
 purposes=(build host tests lint package)
 declare -A packages_for=(
 	[build]="g++ cmake ninja-build pkg-config libobs-dev qt6-base-dev qt6-base-dev-tools libtag-dev"
-	# OBS, its VLC source and what shows it on a screen or without one
+	# OBS, its VLC source, and the packages that OBS needs on a screen and without one
 	[host]="obs-studio obs-plugins qt6-svg-plugins vlc-plugin-base libvlc5 libgl1-mesa-dri fonts-dejavu-core ffmpeg
 		xvfb xauth openbox xdotool imagemagick dbus-x11 at-spi2-core gir1.2-atspi-2.0 python3-gi python3-websockets"
-	# chromium shows the page of the remote control; lintian and mount are for the test of the packages
+	# chromium shows the page of the remote control; the test of the packages needs lintian and mount
 	[tests]="libgtest-dev libbenchmark-dev chromium lintian mount"
-	# clang is the second compiler, with its own standard library, the one that macOS has
+	# clang is the second compiler; libc++ is its own standard library, which macOS uses
 	[lint]="clang clang-format clang-tidy libc++-dev libgtest-dev libbenchmark-dev shellcheck flake8"
 	[package]="dpkg-dev file"
 )
 
-# One package a line.
+# Prints one package per line.
 packages_of() {
 	local purpose
 	for purpose in "$@"; do
@@ -31,7 +32,7 @@ packages_of() {
 	done | sort -u
 }
 
-# The version that apt would install here, without epoch and revision; nothing if there is none.
+# Prints the version that apt would install, without epoch and revision; prints nothing when there is none.
 candidate() {
 	local version
 	version=$(apt-cache policy "$1" 2>/dev/null | sed -n 's/^ *Candidate: \([0-9]\)/\1/p')
@@ -71,7 +72,7 @@ apt_install() {
 	fi
 }
 
-# The name says everything that decides what is in the root, this recipe included.
+# The name encodes everything that decides the root's content, make_root itself included.
 root_path() {
 	local key
 	key=$({ printf '%s\n' "$suite" && packages_of "$@" && declare -f make_root; } | sha256sum | cut -c 1-12)
@@ -88,7 +89,7 @@ enough_disk() {
 make_root() {
 	local root=$1 partial=$1.partial packages
 	packages=$(packages_of "${@:2}" | paste -sd ,)
-	# An interrupted run leaves only a partial root, which is never taken for a whole one.
+	# An interrupted run leaves only a partial root under another name.
 	as_root rm -rf --one-file-system "$partial"
 	say "making a Debian $suite root in $root (once; it takes a minute or two)"
 	as_root mmdebstrap --variant=apt --skip=check/qemu --aptopt='APT::Install-Recommends "false"' \
@@ -102,19 +103,19 @@ ensure_root() {
 	[[ -d $root ]] && return
 	command -v apt-get >/dev/null ||
 		die "there is no apt here: use Debian or Ubuntu, or build with cmake --preset installed against your own OBS and Qt."
-	# Debian has its own keys; elsewhere they are a package.
+	# Debian has the archive keys; other distributions need the package.
 	apt_install mmdebstrap debian-archive-keyring
 	mkdir -p "$cache"
 	enough_disk "$cache"
 	(
-		# Two first runs at once make one root.
+		# The lock lets two first runs share one root.
 		flock 9
 		[[ -d $root ]] || make_root "$@"
 	) 9>"$cache/lock"
 }
 
-# Runs as root in a mount namespace of its own, so that every mount goes when the command ends. Whatever the root lacks
-# of this machine's folders (homes, media, the checkout) is seen in it under the same path.
+# Runs as root in a mount namespace of its own, so that every mount goes when the command ends. Folders of this machine
+# that the root lacks (homes, media, the checkout) appear in the root under the same path.
 enter_root() {
 	local root=$1 user=$2 groups=$3 directory=$4 entry
 	shift 4
@@ -151,7 +152,7 @@ run_in_root() {
 		enter_root "$root" "$(id -u):$(id -g)" "$(id -G | tr ' ' ,)" "$checkout" env -i "${keep[@]}" "$@"
 }
 
-# Runs a command where the packages for some purposes are: inside "build host" COMMAND…
+# Runs a command where the packages for these purposes are: inside "build host" COMMAND…
 inside() {
 	local needs root
 	read -ra needs <<<"$1"
@@ -166,7 +167,7 @@ inside() {
 		(cd "$checkout" && "$@")
 		return
 	fi
-	# One root with everything serves every command. To pack alone does not need one.
+	# One full root serves every command. Packing alone needs a smaller one.
 	root=$(root_path "${purposes[@]}")
 	if [[ ${needs[*]} == "build package" && ! -d $root ]]; then
 		root=$(root_path "${needs[@]}")
@@ -177,12 +178,12 @@ inside() {
 	run_in_root "$root" "$@"
 }
 
-# The builds for one host do not fit another, so each has a copy of the checkout of its own, kept for the next time.
+# Builds for one host do not fit another, so each host has its own copy of the checkout, which is reused.
 test_on() {
 	local copy=$cache/host-$1
 	say "testing on Debian $1 in $copy"
 	mkdir -p "$copy"
-	# Nothing of an older state but its builds.
+	# Remove everything of the older state except its builds.
 	find "$copy" -mindepth 1 -maxdepth 1 ! -name build -exec rm -rf {} +
 	(cd "$checkout" && git ls-files -z --cached --others --exclude-standard |
 		tar --create --null --ignore-failed-read --files-from -) | tar --extract --directory "$copy"

@@ -20,13 +20,14 @@ bool KeyClaim::eventFilter(QObject *watched, QEvent *event)
 	const auto *keyEvent = static_cast<const QKeyEvent *>(event);
 	if (type == QEvent::KeyRelease)
 		releasedAt = keyEvent->timestamp();
-	// As Qt compares keys for its standard shortcuts.
+	// Qt ignores these modifiers, too, when it compares keys with its standard shortcuts.
 	const auto modifiers = keyEvent->modifiers() & ~(Qt::KeypadModifier | Qt::GroupSwitchModifier);
 	if (type == QEvent::KeyRelease ||
 	    !keys.contains(QKeySequence(QKeyCombination(modifiers, Qt::Key(keyEvent->key())))))
 		return QObject::eventFilter(watched, event);
 
-	// What a held key repeats goes where its first press went: it must not reach OBS once there is nothing left here.
+	// The repeats of a held key belong to the receiver of its first press: they must not reach OBS when nothing is
+	// left to do here.
 	const bool repeats = isRepeat(keyEvent);
 	if (!repeats)
 		claimed = wanted();
@@ -38,8 +39,8 @@ bool KeyClaim::eventFilter(QObject *watched, QEvent *event)
 	return true;
 }
 
-// X11 repeats a held key by releasing and pressing it at the same moment, which Qt tells from a new press only if it
-// finds both in its queue.
+// X11 repeats a held key as a release and a press at the same moment. Qt recognises a repeat only if both are in its
+// queue.
 bool KeyClaim::isRepeat(const QKeyEvent *event) const
 {
 	return event->isAutoRepeat() || (event->timestamp() != 0 && event->timestamp() == releasedAt);

@@ -12,7 +12,7 @@ namespace reelhouse {
 
 Selector::Selector(QWidget *parent) : QComboBox(parent)
 {
-	// Qt's own delegate cuts the entries without a sign in themes that open the list as a menu.
+	// In themes that open the list as a menu, Qt's own delegate cuts off entries without "…".
 	setItemDelegate(new QStyledItemDelegate(this));
 	view()->setTextElideMode(Qt::ElideRight);
 }
@@ -25,7 +25,7 @@ void Selector::paintEvent(QPaintEvent *)
 	initStyleOption(&option);
 	painter.drawComplexControl(QStyle::CC_ComboBox, option);
 	const QRect field = style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField, this);
-	// The styles leave a pixel free on either side.
+	// The styles leave one pixel free on each side.
 	option.currentText = fontMetrics().elidedText(option.currentText, Qt::ElideRight, field.width() - 2);
 	painter.drawControl(QStyle::CE_ComboBoxLabel, option);
 }
@@ -44,7 +44,7 @@ void Selector::showPopup()
 	view()->setMinimumWidth(std::min(widthOfEntries(), area.width() - frame.left() - frame.right()));
 	QComboBox::showPopup();
 
-	// Qt has placed it for its own width, that of the selector.
+	// Qt has placed the popup for the width of the selector.
 	const QRect box(mapToGlobal(QPoint()), size());
 	const int left = isRightToLeft() ? box.right() + 1 - popup->width() : box.left();
 	const int rightmost = area.right() + 1 - popup->width();

@@ -8,7 +8,7 @@ namespace reelhouse {
 TimeLabel::TimeLabel(const QString &text, QWidget *parent) : QLabel(text, parent)
 {
 	setFocusPolicy(Qt::TabFocus);
-	// Room for the focus frame beside the digits.
+	// The focus frame needs this room beside the digits.
 	setContentsMargins(3, 0, 3, 0);
 }
 

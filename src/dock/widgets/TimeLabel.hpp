@@ -5,7 +5,7 @@
 
 namespace reelhouse {
 
-// A label that the Tab key reaches and that shows when it has the focus.
+// A label that the Tab key reaches. It paints a frame while it has the keyboard focus.
 class TimeLabel : public QLabel {
 public:
 	TimeLabel(const QString &text, QWidget *parent);

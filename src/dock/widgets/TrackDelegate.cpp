@@ -18,7 +18,7 @@ namespace reelhouse {
 
 namespace {
 
-// Empty pixels on either side of the label.
+// Empty space on the two sides of the label, in device-independent pixels.
 constexpr int numberGap = 9;
 constexpr int sizeGap = 11;
 
@@ -32,7 +32,7 @@ QRect textArea(const QStyleOptionViewItem &option)
 	return styleOf(option)->subElementRect(QStyle::SE_ItemViewItemText, &option, option.widget);
 }
 
-// Wide enough for the number of the last row. Digits are as wide as each other in nearly every font, and 8 is never
+// Returns the width of the last row's number in pixels. In nearly every font all digits have one width, and 8 is never
 // the narrowest.
 int numberWidth(const QFont &font, const QAbstractItemModel *model)
 {
@@ -57,7 +57,7 @@ void TrackDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option,
 	const QRect area = textArea(row);
 	const QRect sizeRect = sizeColumn(row);
 
-	// Background, selection and focus frame come from the style; the texts are drawn in columns of their own.
+	// The style paints background, selection and focus frame; the texts follow in columns.
 	const QString label = std::exchange(row.text, QString());
 	style->drawControl(QStyle::CE_ItemViewItem, &row, painter, row.widget);
 

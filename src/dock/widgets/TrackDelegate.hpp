@@ -5,21 +5,20 @@
 
 namespace reelhouse {
 
-// Paints a row of the track list: queue position, label, file size. Reads nothing but the row's data and the model's
-// row count.
+// Paints a row of the track list: queue position, label, file size. Uses only the row's data and the model's row count.
 class TrackDelegate : public QStyledItemDelegate {
 public:
 	using QStyledItemDelegate::QStyledItemDelegate;
-	// For the tooltip of the size column, which needs a row's option as paint() sees it.
+	// Public because the tooltip of the size column needs the same option as paint().
 	using QStyledItemDelegate::initStyleOption;
 
 	void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override;
 
-	// The size column of a row with this completed option, in the coordinates of its rectangle.
+	// Returns the rectangle of the size column for a completed option, in the coordinates of option.rect.
 	static QRect sizeColumn(const QStyleOptionViewItem &option);
 };
 
-// A file size as the size column shows it; "—" for the negative values that stand for no size.
+// Returns the text of the size column for a size in bytes; "—" for the negative values that are not a size.
 QString sizeText(qint64 size);
 
 } // namespace reelhouse

@@ -16,12 +16,12 @@ namespace reelhouse {
 
 namespace {
 
-// As in OBS's list of sources, in device-independent pixels.
+// The sizes of OBS's list of sources, in device-independent pixels.
 constexpr QSize emptyIconSize(32, 32);
 constexpr int emptyIconGap = 16;
 constexpr int emptyMargin = 8;
 
-// Neighbouring rows.
+// A run of neighbouring rows.
 struct Run {
 	int first;
 	int last;
@@ -29,7 +29,7 @@ struct Run {
 	int count() const { return last - first + 1; }
 };
 
-// Takes rows in ascending order.
+// Splits rows into runs. The rows must be in ascending order.
 QList<Run> runsOf(const QList<int> &rows)
 {
 	QList<Run> runs;
@@ -75,8 +75,8 @@ void TrackListWidget::paintEvent(QPaintEvent *event)
 		paintEmptyText();
 }
 
-// The picture that OBS has for an empty list of sources, and the text below it. Where there is little room the picture
-// goes first, and then all but one line.
+// Paints the picture of OBS's empty list of sources and the text below it. A small list has only the text, and the
+// smallest one only its first line.
 void TrackListWidget::paintEmptyText()
 {
 	QPainter painter(viewport());
@@ -85,7 +85,7 @@ void TrackListWidget::paintEmptyText()
 	QRect textRect = fontMetrics().boundingRect(QRect(0, 0, area.width(), 0), flags, emptyText);
 	textRect.setWidth(area.width());
 	painter.setPen(palette().color(QPalette::Text));
-	// By its own words: OBS does not turn round for a language that is written from the right.
+	// Use the direction of the text: OBS keeps its layout left-to-right in every language.
 	painter.setLayoutDirection(emptyText.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
 	if (textRect.height() > area.height()) {
 		const QString line = QString(emptyText).replace(u'\n', u' ');
@@ -169,8 +169,8 @@ bool TrackListWidget::selectRows(const QSet<QString> &ids, const QString &curren
 	return true;
 }
 
-// What is dropped is what was picked up: until then the end of a track may have moved the selection, and a reload may
-// have put other rows in place of these.
+// Remember the tracks at the start of the drag: before the drop, an ended track may move the selection and a reload may
+// replace the rows.
 void TrackListWidget::startDrag(Qt::DropActions actions)
 {
 	draggedIds = selectedIds();
@@ -187,13 +187,13 @@ void TrackListWidget::dropEvent(QDropEvent *event)
 		if (index.isValid())
 			target = index.row() + (position.y() >= visualRect(index).center().y());
 		moveRowsTo(target);
-		// What is left to the base class is to end the drag.
+		// The base class now only ends the drag.
 		event->accept();
 	}
 	QListWidget::dropEvent(event);
 }
 
-// Moves from the target outwards, so that no move shifts rows that are still to be moved.
+// Moves the runs nearest to the target first, so that no move shifts rows that have yet to move.
 void TrackListWidget::moveRowsTo(int target)
 {
 	const bool asPickedUp = draggedIds.isEmpty() || draggedIds == selectedIds();

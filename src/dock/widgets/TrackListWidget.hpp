@@ -8,33 +8,34 @@ namespace reelhouse {
 
 class TrackRow;
 
-// The list of tracks. Its rows are as wide as the view, so that a long label is elided and the columns beside it stay in
-// sight, where QListView would widen all rows to its longest. Rows dragged together move in one step per run of
-// neighbours, where QListView takes one per row and, for thousands, minutes.
+// The list of tracks. All rows are as wide as the view, so long labels are elided and the columns beside them stay
+// visible; QListView would make all rows as wide as the longest. A drag moves one run of neighbouring rows per step;
+// QListView moves one row per step, which takes minutes for thousands.
 class TrackListWidget : public QListWidget {
 	Q_OBJECT
 
 public:
 	explicit TrackListWidget(QWidget *parent);
 
-	// Every row is a track's.
+	// Returns the row at this position, which the list owns; null when there is no such row. Every row is a
+	// TrackRow.
 	TrackRow *trackRow(int row) const;
 
 	QRect visualRect(const QModelIndex &index) const override;
 
-	// What is painted while no row is shown; an empty text for nothing.
+	// Sets the text that is painted while no row is shown. An empty text paints nothing.
 	void setEmptyText(const QString &text);
 
-	// The selected rows, in ascending order. As in the next three, those that the search hides do not count.
+	// These four ignore rows that the search hides. Returns the selected rows in ascending order.
 	QList<int> selectedRows() const;
 	QSet<QString> selectedIds() const;
 	bool showsAny(const QSet<QString> &ids) const;
-	// Selects exactly the rows with these ids and makes the one with currentId current, or else the first. False,
-	// and nothing is changed, when there is none.
+	// Selects exactly the rows with these ids. The row with currentId becomes the current row, or else the first of
+	// them. Returns false and changes nothing when there is no such row.
 	bool selectRows(const QSet<QString> &ids, const QString &currentId);
 
 Q_SIGNALS:
-	// The model has moved rows: after each move, or once after all the moves of one drop.
+	// The model has moved rows. Emitted after each move, but only once for all moves of one drop.
 	void reordered();
 
 protected:
@@ -49,7 +50,7 @@ private:
 	void paintEmptyText();
 
 	QString emptyText;
-	QSet<QString> draggedIds; // while a drag of ours goes on
+	QSet<QString> draggedIds; // not empty during a drag of the list's own rows
 	bool dropping = false;
 };
 

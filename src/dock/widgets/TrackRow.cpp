@@ -44,7 +44,7 @@ void TrackRow::setData(int role, const QVariant &value)
 		shown.size = value.toLongLong();
 	else if (role == Qt::AccessibleDescriptionRole)
 		describedElsewhere = true;
-	// Tells the views, too.
+	// The base class notifies the views.
 	QListWidgetItem::setData(role, value);
 }
 

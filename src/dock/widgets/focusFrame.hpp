@@ -5,8 +5,8 @@ class QWidget;
 
 namespace reelhouse {
 
-// Shows that a widget has the keyboard focus, which OBS's themes do not for a slider or a label. For the end of its
-// paintEvent().
+// Paints a frame when the widget has the keyboard focus. Call it at the end of paintEvent(). OBS's themes show no focus
+// on sliders and labels.
 void paintFocusFrame(QWidget *widget);
 
 } // namespace reelhouse

@@ -14,7 +14,7 @@ namespace {
 
 constexpr char classProperty[] = "class";
 
-// Before OBS 31 the themes knew their icons by another property and other names.
+// Themes of OBS 30 select icons by another property and other names.
 #if LIBOBS_API_VER < MAKE_SEMANTIC_VERSION(31, 0, 0)
 QString themeIdOf(const QString &iconClass)
 {

@@ -5,11 +5,12 @@
 
 namespace reelhouse {
 
-// Names the button's icon in the OBS theme, for example "icon-media-play". The theme applies it when the button is
-// polished next. User-interface thread.
+// Sets the button's icon by its class in the OBS theme, for example "icon-media-play". The theme applies it when the
+// button is next polished. User-interface thread.
 void setIconClass(QToolButton *button, const QString &iconClass);
 
-// The same for a button that may be on screen: applied at once, and nothing is done when it has that icon already.
+// Does the same for a button that may be on screen: the icon changes at once. Does nothing when the button has that
+// icon.
 void changeIconClass(QToolButton *button, const QString &iconClass);
 
 } // namespace reelhouse

@@ -9,7 +9,7 @@ import time
 from pathlib import Path
 
 import obs_config
-from obs_config import SOURCE
+from obs_config import SOURCE, scene
 from obs_host import Desktop, HostError, Obs, free_port, id_of, wait_for, xdotool
 
 MARK = "▶\uFE0E "
@@ -57,9 +57,14 @@ class Show:
                         "-c:a", "aac", *metadata, "-f", "mp4", path], check=True)
         return path
 
-    def start(self):
+    def start(self, *sources, connect=True):
+        """Starts OBS, on a new collection if there are sources: one scene shows them, and the dock has the first."""
+        if sources:
+            obs_config.write_collection(self.home, [scene("Main", *sources)], sources)
+            obs_config.remember_source(self.home, sources[0])
         self.obs = Obs(self.home, self.module, self.arguments.data, self.port)
-        self.obs.connect()
+        if connect:
+            self.obs.connect()
         return self.obs
 
     def end(self):
@@ -88,7 +93,7 @@ class Show:
                     raise HostError(f"The drag ended before it was {word}.")
         try:
             hear("shown")
-            drag(self.obs, (20, 20), self.obs.widget("playlist").point(0.5, 0.5), meanwhile=lambda: hear("dragging"),
+            drag(self.obs, (20, 20), self.obs.widget("playlist").point(), meanwhile=lambda: hear("dragging"),
                  before_drop=lambda: hear("taken"))
             until()
         finally:
@@ -111,8 +116,8 @@ def drag(obs, start, target, meanwhile=lambda: None, before_drop=lambda: None):
     wait_for("the drag ends", lambda: not obs.windows() - before, 5)
 
 
-def paths_in(record, key="tracks"):
-    return [Path(item["value"]).name for item in record[key]]
+def paths_in(record):
+    return [Path(item["value"]).name for item in record["tracks"]]
 
 
 def playing(obs, path):
@@ -188,10 +193,8 @@ def main(scenarios, description):
     """Runs the scenario that the command line names; the exit code."""
     parser = argparse.ArgumentParser(description=description)
     parser.add_argument("scenario", choices=scenarios)
-    parser.add_argument("--module", type=Path)
-    parser.add_argument("--data", type=Path)
-    parser.add_argument("--layout", type=Path)
-    parser.add_argument("--drag-source", type=Path)
+    for option in ("--module", "--data", "--layout", "--drag-source"):
+        parser.add_argument(option, type=Path)
     parser.add_argument("--package", help="what ./dev package has made; may be a pattern")
     parser.add_argument("--minutes", type=float, default=60, help="how long the long run goes on")
     arguments = parser.parse_args()

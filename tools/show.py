@@ -1,7 +1,6 @@
 """What the tests and the measurements in the real OBS share: their media and runs, and how they look and wait."""
 
 import argparse
-import json
 import shutil
 import subprocess
 import tempfile
@@ -146,10 +145,6 @@ def media_action(obs, name):
     obs.request("TriggerMediaInputAction", inputName=SOURCE, mediaAction=f"OBS_WEBSOCKET_MEDIA_INPUT_ACTION_{name}")
 
 
-def program(obs):
-    return obs.request("GetCurrentProgramScene")["currentProgramSceneName"]
-
-
 def by_id(obs, suffix, what, **options):
     return obs.find(lambda node: id_of(node).endswith(suffix), what, **options)
 
@@ -161,20 +156,6 @@ def press_in(box, button):
 def answer(obs, button):
     """Answers a question of OBS's."""
     press_in(by_id(obs, ".QMessageBox.qt_msgbox_buttonbox", "OBS asks"), button)
-
-
-def bring_back(obs):
-    return by_id(obs, ".bringBackReplacedQueue", "our command in the Tools menu")
-
-
-def saved_collection(show):
-    """The file that OBS has saved, and what it holds."""
-    path = show.home / ".config/obs-studio/basic/scenes/Reelhouse.json"
-    return path, json.loads(path.read_text())
-
-
-def source_in(saved):
-    return next(one for one in saved["sources"] if one["name"] == SOURCE)
 
 
 def items(key, values):

@@ -143,11 +143,10 @@ def show_in_folder(show, obs, clip):
 
 def record_opening(show):
     """Has whatever OBS opens with the desktop's own opener written down instead."""
-    opener = show.folder / "bin/xdg-open"
-    opener.parent.mkdir()
+    opener = show.folder / "xdg-open"
     opener.write_text(f'#!/bin/sh\nprintf "%s\\n" "$1" >> "{show.folder}/opened"\n')
     opener.chmod(0o755)
-    os.environ["PATH"] = f"{opener.parent}:{os.environ['PATH']}"
+    os.environ["PATH"] = f"{show.folder}:{os.environ['PATH']}"
 
 
 def run(show):

@@ -13,9 +13,8 @@ from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 from statistics import median
 
-import obs_config
 from gi.repository import Atspi
-from obs_config import SOURCE, scene, vlc_source
+from obs_config import SOURCE, vlc_source
 from obs_host import Client, HostError, press_key, wait_for
 from show import Show, done, edit_elsewhere, expect, items, main, media_action, soon
 
@@ -74,13 +73,6 @@ def longest_answers(windows, acts):
     return longest
 
 
-def begin(show, *sources):
-    """Starts OBS on one scene of these sources. The dock shows the first one."""
-    obs_config.write_collection(show.home, [scene("Main", *sources)], sources)
-    obs_config.remember_source(show.home, sources[0])
-    return show.start()
-
-
 def plays(obs, source=SOURCE):
     """Waits until the source plays and returns the time of that."""
     start = time.perf_counter()
@@ -94,7 +86,7 @@ def measure_switches(show, rounds=4):
     """Measures the time from a command, and from a track's end, to the source's "playing", and its parts."""
     # The clips have many lengths, so that the ends come at all moments between two polls.
     clips = [show.clip(f"short {number}.mp4", 1.5 + 0.07 * number) for number in range(8)]
-    obs = begin(show, vlc_source(clips), vlc_source([], name=BARE, playback_behavior="always_play"))
+    obs = show.start(vlc_source(clips), vlc_source([], name=BARE, playback_behavior="always_play"))
     soon("the queue", lambda: len(obs.labels() or []), len(clips))
     done(obs.client, "SetEndMode", endMode="next")
     commands = {SOURCE: lambda: done(obs.client, "PlayTrack", index=0),
@@ -144,7 +136,7 @@ def measure_load(show, repeats=6):
     try:
         for turn in range(repeats):
             start = time.perf_counter()
-            obs = begin(shows[turn % 2], vlc_source([clip]))
+            obs = shows[turn % 2].start(vlc_source([clip]))
             figures["start, s"].append(time.perf_counter() - start)
             media_action(obs, "STOP")
             time.sleep(2)
@@ -176,8 +168,8 @@ def long_queue(show, rows):
 
 
 def measure_answers(show, rows, repeats=3):
-    """Returns the longest answer of the window, in milliseconds, during each operation on a queue of this length."""
-    obs = begin(show, long_queue(show, rows))
+    """The longest answer of the window, in milliseconds, during each thing that is done to a queue this long."""
+    obs = show.start(long_queue(show, rows))
     window, client = main_window(obs), obs.client
     search, count = obs.widget("search"), obs.widget("trackCount")
 
@@ -223,7 +215,7 @@ class Side:
         self.name = "with the dock" if self.dock else "without"
         self.clips = [show.clip(f"{number}.mp4", 1) for number in range(TRACKS)]
         self.asked, self.seen, self.memory = 0, 0, []
-        self.obs = begin(show, vlc_source(self.clips, playback_behavior="always_play"))
+        self.obs = show.start(vlc_source(self.clips, playback_behavior="always_play"))
         if self.dock:
             soon("the queue", lambda: len(self.obs.labels() or []), TRACKS)
         # The source plays at the start by itself; do not count that as a switch.

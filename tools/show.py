@@ -1,7 +1,6 @@
 """Shared by tests and measurements in the real OBS: media, runs of OBS, waiting and comparing."""
 
 import argparse
-import json
 import shutil
 import subprocess
 import tempfile
@@ -9,7 +8,7 @@ import time
 from pathlib import Path
 
 import obs_config
-from obs_config import SOURCE
+from obs_config import SOURCE, scene
 from obs_host import Desktop, HostError, Obs, free_port, id_of, wait_for, xdotool
 
 MARK = "▶\uFE0E "
@@ -57,9 +56,14 @@ class Show:
                         "-c:a", "aac", *metadata, "-f", "mp4", path], check=True)
         return path
 
-    def start(self):
+    def start(self, *sources, connect=True):
+        """Starts OBS, on a new collection if there are sources: one scene shows them, and the dock has the first."""
+        if sources:
+            obs_config.write_collection(self.home, [scene("Main", *sources)], sources)
+            obs_config.remember_source(self.home, sources[0])
         self.obs = Obs(self.home, self.module, self.arguments.data, self.port)
-        self.obs.connect()
+        if connect:
+            self.obs.connect()
         return self.obs
 
     def end(self):
@@ -88,7 +92,7 @@ class Show:
                     raise HostError(f"The drag ended before it was {word}.")
         try:
             hear("shown")
-            drag(self.obs, (20, 20), self.obs.widget("playlist").point(0.5, 0.5), meanwhile=lambda: hear("dragging"),
+            drag(self.obs, (20, 20), self.obs.widget("playlist").point(), meanwhile=lambda: hear("dragging"),
                  before_drop=lambda: hear("taken"))
             until()
         finally:
@@ -111,8 +115,8 @@ def drag(obs, start, target, meanwhile=lambda: None, before_drop=lambda: None):
     wait_for("the drag ends", lambda: not obs.windows() - before, 5)
 
 
-def paths_in(record, key="tracks"):
-    return [Path(item["value"]).name for item in record[key]]
+def paths_in(record):
+    return [Path(item["value"]).name for item in record["tracks"]]
 
 
 def playing(obs, path):
@@ -141,10 +145,6 @@ def media_action(obs, name):
     obs.request("TriggerMediaInputAction", inputName=SOURCE, mediaAction=f"OBS_WEBSOCKET_MEDIA_INPUT_ACTION_{name}")
 
 
-def program(obs):
-    return obs.request("GetCurrentProgramScene")["currentProgramSceneName"]
-
-
 def by_id(obs, suffix, what, **options):
     return obs.find(lambda node: id_of(node).endswith(suffix), what, **options)
 
@@ -156,20 +156,6 @@ def press_in(box, button):
 def answer(obs, button):
     """Presses a button of a question that OBS asks."""
     press_in(by_id(obs, ".QMessageBox.qt_msgbox_buttonbox", "OBS asks"), button)
-
-
-def bring_back(obs):
-    return by_id(obs, ".bringBackReplacedQueue", "our command in the Tools menu")
-
-
-def saved_collection(show):
-    """Returns the path and the content of the scene collection that OBS has saved."""
-    path = show.home / ".config/obs-studio/basic/scenes/Reelhouse.json"
-    return path, json.loads(path.read_text())
-
-
-def source_in(saved):
-    return next(one for one in saved["sources"] if one["name"] == SOURCE)
 
 
 def items(key, values):
@@ -188,10 +174,8 @@ def main(scenarios, description):
     """Runs the scenario that the command line names and returns the exit code."""
     parser = argparse.ArgumentParser(description=description)
     parser.add_argument("scenario", choices=scenarios)
-    parser.add_argument("--module", type=Path)
-    parser.add_argument("--data", type=Path)
-    parser.add_argument("--layout", type=Path)
-    parser.add_argument("--drag-source", type=Path)
+    for option in ("--module", "--data", "--layout", "--drag-source"):
+        parser.add_argument(option, type=Path)
     parser.add_argument("--package", help="what ./dev package has made; may be a pattern")
     parser.add_argument("--minutes", type=float, default=60, help="how long the long run goes on")
     arguments = parser.parse_args()

@@ -12,8 +12,8 @@ import overlay
 import package
 import remote
 from obs_config import SOURCE, scene, vlc_source
-from obs_host import CONTENT, HostError, press_key, wait_for, xdotool
-from show import MARK, by_id, drag, edit_elsewhere, expect, main, paths_in, play, playing, program, queue_of, soon
+from obs_host import HostError, press_key, wait_for, xdotool
+from show import MARK, by_id, drag, edit_elsewhere, expect, main, paths_in, play, playing, queue_of, soon
 
 
 def queue(show):
@@ -22,70 +22,62 @@ def queue(show):
     # Still plays when the restart is looked at, however busy the machine is.
     long = show.clip("long.mp4", 120)
     names = [clip.name for clip in clips]
-    source = vlc_source(clips, loop=True, network_caching=400)
+    source = vlc_source(clips, loop=True)
     obs_config.write_collection(show.home, [scene("Main", source)], [source])
     obs = show.start()
-
-    wait_for("the dock is shown", lambda: obs.widget(CONTENT).showing)
     obs.choose("sourceSelector", f"Main · {SOURCE}")
     soon("the playlist is the queue", obs.labels, names)
 
     obs.choose("endMode", "Play Next")
     play(obs, clips[1])
-    settings = obs.settings(SOURCE)
-    expect("the settings while managed", {key: settings.get(key) for key in
-                                          ("playlist", "loop", "shuffle", "playback_behavior", "network_caching")},
-           {"playlist": [{"value": str(clips[1])}], "loop": False, "shuffle": False,
-            "playback_behavior": "always_play", "network_caching": 400})
-    expect("the queue while playing", obs.labels(), [names[0], MARK + names[1], names[2]])
     wait_for("the next track follows by itself", lambda: playing(obs, clips[2]), 15)
     soon("it stops after the last", lambda: obs.playlist(SOURCE), [], 15)
     soon("the source is at rest", lambda: obs.media(SOURCE)[0] in ("stopped", "none", "ended"), True)
 
     edit_elsewhere(obs, clips[2], long, loop=True, playback_behavior="stop_restart")
     soon("an edit made elsewhere is taken over", obs.labels, [names[2], long.name], 2)
-
-    obs.menu(long.name, "Move to Top", disabled=["Move Down", "Move to Bottom"])
     play(obs, long)
-    obs.menu(names[2], "Give Playlist Back to Source",
-             disabled=["Move Down", "Move to Bottom", "Undo Remove"])
-    soon("the source has its queue back", lambda: obs.playlist(SOURCE), [str(long), str(clips[2])])
-    expect("the source's own loop", obs.settings(SOURCE)["loop"], True)
-    expect("its own behaviour", obs.settings(SOURCE)["playback_behavior"], "stop_restart")
-    expect("the takeover", obs.record(SOURCE)["managed"], False)
+    obs.menu(names[2], "Give Playlist Back to Source", disabled=["Move Up", "Move to Top", "Undo Remove"])
+    soon("the source has its queue back", lambda: obs.playlist(SOURCE), [str(clips[2]), str(long)])
+    settings = obs.settings(SOURCE)
+    expect("its own settings", (settings["loop"], settings["playback_behavior"]), (True, "stop_restart"))
 
     play(obs, long)
     before = obs.record(SOURCE)
     show.end()
 
+    profile = show.home / ".config/obs-studio/basic/profiles/Reelhouse/basic.ini"
+    binding = json.dumps({"bindings": [{"key": "OBS_KEY_ESCAPE"}]})
+    profile.write_text(profile.read_text() + f"\n[Hotkeys]\nOBSBasic.Screenshot={binding}\n")
     obs = show.start()
-    soon("the queue after a restart", obs.labels, [MARK + long.name, names[2]])
+    soon("the queue after a restart", obs.labels, [names[2], MARK + long.name])
     expect("the chosen source after a restart", obs.widget("sourceSelector").name, f"Main · {SOURCE}")
     expect("the record after a restart", obs.record(SOURCE), before)
+    obs.widget("search").click()
+    press_key("l", "o", "Escape", "n")
+    soon("Escape belongs to OBS's hotkey", lambda: obs.widget("search").text, "lon")
     show.end()
 
 
 def scenes_follow(obs, names, clips):
-    """A track started from the list brings its scene; the buttons and the end of a track leave scenes alone."""
-    expect("the program scene", program(obs), "Talk")
-    obs.double_click(names[0])
-    soon("the source's scene comes to program", lambda: program(obs), "Film")
-    obs.request("SetCurrentProgramScene", sceneName="Talk")
-    obs.choose("endMode", "Play Next")
-    obs.widget("next").press()
-    wait_for("the next track plays", lambda: playing(obs, clips[1]), 15)
-    wait_for("its end brings the one after", lambda: playing(obs, clips[2]), 15)
-    expect("the program scene after buttons and ends", program(obs), "Talk")
-    obs.choose("endMode", "Stop")
+    """A track started from the list brings its scene; the buttons leave scenes alone."""
+    def program():
+        return obs.request("GetCurrentProgramScene")["currentProgramSceneName"]
 
     obs.request("SetStudioModeEnabled", studioModeEnabled=True)
     obs.double_click(names[1])
     soon("the source's scene comes to preview",
          lambda: obs.request("GetCurrentPreviewScene")["currentPreviewSceneName"], "Film")
-    expect("the program scene in studio mode", program(obs), "Talk")
+    expect("the program scene in studio mode", program(), "Talk")
     obs.request("SetStudioModeEnabled", studioModeEnabled=False)
+    obs.double_click(names[0])
+    soon("and to program without it", program, "Film")
+    obs.request("SetCurrentProgramScene", sceneName="Talk")
+    obs.widget("next").press()
+    wait_for("the next track plays", lambda: playing(obs, clips[1]), 15)
+    expect("the program scene after a button", program(), "Talk")
     obs.double_click(names[2])
-    soon("and to program without it", lambda: program(obs), "Film")
+    soon("the scene comes back", program, "Film")
 
 
 def undo_is_ours(obs, stored, names, extra):
@@ -140,7 +132,6 @@ def editing(show, obs, names):
     inputs = len(obs.request("GetInputList")["inputs"])
     show.drag_in(extra, until=lambda: soon("a drop that the dock refuses goes on to OBS",
                                            lambda: len(obs.request("GetInputList")["inputs"]), inputs + 1))
-    obs.choose("sourceSelector", f"Film · {SOURCE}")
 
 
 def stream(show):
@@ -149,35 +140,18 @@ def stream(show):
     names = [clip.name for clip in clips]
     source = vlc_source(clips)
     obs_config.write_collection(show.home, [scene("Talk"), scene("Film", source)], [source])
-    profile = show.home / ".config/obs-studio/basic/profiles/Reelhouse/basic.ini"
+    obs_config.remember_source(show.home, source)
     obs = show.start()
-    obs.choose("sourceSelector", f"Film · {SOURCE}")
     soon("the queue", obs.labels, names)
     scenes_follow(obs, names, clips)
     editing(show, obs, names)
-    show.end()
-
-    binding = json.dumps({"bindings": [{"key": "OBS_KEY_ESCAPE"}]})
-    profile.write_text(profile.read_text() + f"\n[Hotkeys]\nOBSBasic.Screenshot={binding}\n")
-    obs = show.start()
-    obs.widget("search").click()
-    press_key("b", "r")
-    soon("a search", lambda: obs.widget("trackCount").name, "Tracks: 1 of 4")
-    press_key("Escape")
-    press_key("e")
-    soon("Escape belongs to OBS's hotkey", lambda: obs.widget("search").text, "bre")
     show.end()
 
 
 def keyboard(show):
     """A show run without a mouse: Tab goes from one control to the next, and its keys work each of them."""
     clips = [show.clip("opener.mp4"), show.clip("break.mp4"), show.clip("feature.mp4", 120)]
-    names = [clip.name for clip in clips]
-    source = vlc_source(clips)
-    obs_config.write_collection(show.home, [scene("Film", source)], [source])
-    obs_config.remember_source(show.home, source)
-    obs = show.start()
-    soon("the queue", obs.labels, names)
+    obs = show.start(vlc_source(clips))
     order = ["search", "playlist", "previous", "playPause", "stop", "next", "seek", "playbackTime", "endMode"]
 
     def focused(name):
@@ -188,31 +162,26 @@ def keyboard(show):
             press_key("Tab")
             wait_for(f"Tab goes to {name}", lambda: focused(name), 5)
 
-    xdotool("windowactivate", "--sync", obs.main_window())
-
     def at_the_search():
         press_key("Tab")
         with contextlib.suppress(HostError):
             return wait_for("the search", lambda: focused("search"), 0.5)
 
+    soon("the queue", obs.labels, [clip.name for clip in clips])
+    xdotool("windowactivate", "--sync", obs.main_window())
     wait_for("Tab comes to the dock", at_the_search, 120)
     press_key(*"feat")
     soon("a search", lambda: obs.widget("trackCount").name, "Tracks: 1 of 3")
     go("search", "playlist")
     press_key("Escape")
     soon("the end of the search", lambda: obs.widget("trackCount").name, "Tracks: 3")
-    press_key("Home", "Delete")
-    soon("a row is removed", lambda: queue_of(obs), names[1:])
-    press_key("ctrl+z")
-    soon("and is back", lambda: queue_of(obs), names)
     go("playlist", "endMode")
     press_key("Down")
     soon("the end mode", lambda: obs.widget("endMode").name, "Play Next")
     press_key(*["shift+Tab"] * (len(order) - 1 - order.index("playlist")))
     wait_for("the way back to the list", lambda: focused("playlist"), 5)
-    press_key("Home", "Down", "Return")
-    wait_for("Return plays a track", lambda: playing(obs, clips[1]), 15)
-    wait_for("the next one follows by itself", lambda: playing(obs, clips[2]), 15)
+    press_key("End", "Return")
+    wait_for("Return plays a track", lambda: playing(obs, clips[2]), 15)
     go("playlist", "playPause")
     press_key("space")
     soon("the track pauses", lambda: obs.media(SOURCE)[0], "paused")
@@ -220,18 +189,14 @@ def keyboard(show):
     wait_for("the slider is ready", lambda: obs.widget("seek").enabled, 5)
     press_key("Prior")
     wait_for("Page Up seeks", lambda: obs.media(SOURCE)[1] > 10_000, 5)
-    go("seek", "playbackTime")
-    press_key("space")
-    soon("the remaining time", lambda: obs.widget("playbackTime").name.startswith("Remaining time −"), True)
     show.end()
 
 
 def refusal(show):
     """A build for another host leaves OBS alone and says why."""
-    show.start()
-    line = "[OBS-Reelhouse] This build requires OBS 32.0.4."
-    expect("the log's refusal", line in show.obs.log, True)
-    expect("a dock of ours", "dock registered" in show.obs.log, False)
+    log = show.start().log
+    expect("the log's refusal", "[OBS-Reelhouse] This build requires OBS 32.0.4." in log, True)
+    expect("a dock of ours", "dock registered" in log, False)
     show.end()
 
 

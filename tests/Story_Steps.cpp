@@ -275,7 +275,8 @@ void Story::putRecord(const char *key, const QString &text)
 	handMade = true;
 }
 
-// What the play button says, and which controls and entries of the menu are not offered.
+// What the play button says, and which controls and entries of the menu are not offered; of the menu, those that a story
+// can choose.
 QString Story::offered() const
 {
 	QStringList names = {child<QToolButton>("playPause")->accessibleName() + u", not"_s};
@@ -284,7 +285,7 @@ QString Story::offered() const
 			names += QLatin1String(name);
 	}
 	for (const QAction *entry : child<QMenu>("playlistMenu")->actions()) {
-		if (!entry->isEnabled() && !entry->isSeparator())
+		if (!entry->isEnabled() && steps.contains(entry->objectName()))
 			names += entry->objectName();
 	}
 	return names.join(u' ');

@@ -30,8 +30,9 @@ VENDOR = "OBS-Reelhouse"
 VENDOR_EVENTS = 1 << 9
 # Not with --disable-missing-files-check: OBS then leaks the list that it would have shown, and its leaks are a test.
 OBS_COMMAND = ["obs", "--multi", "--disable-updater", "--disable-shutdown-check"]
+# The context menu from its top. Entries below these do not matter here.
 MENU = ["Move Up", "Move Down", "Move to Top", "Move to Bottom", "Remove", "Undo Remove", "Show Current Track",
-        "Show in Folder", "Give Playlist Back to Source", "About Reelhouse"]
+        "Show in Folder", "Give Playlist Back to Source"]
 
 
 class HostError(Exception):

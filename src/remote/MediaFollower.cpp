@@ -67,8 +67,10 @@ void MediaFollower::setPaused(bool paused)
 {
 	const obs_media_state wanted = paused ? OBS_MEDIA_STATE_PAUSED : OBS_MEDIA_STATE_PLAYING;
 	const bool changes = asked() != wanted;
-	if (changes)
+	if (changes) {
+		follows = pending.has_value();
 		sendPause(paused);
+	}
 	// An earlier request for another state no longer counts.
 	if (changes || (pending && *pending != wanted))
 		ask(wanted);
@@ -80,14 +82,15 @@ void MediaFollower::sendPause(bool paused)
 	obs_source_media_play_pause(source, paused);
 }
 
-// VLC loses a resume just after a pause and a pause just after a resume, so send the last request again.
+// VLC loses a resume just after a pause and a pause just after a resume, so send the second of two again, once. A single
+// request is not sent again: the user may have changed the state meanwhile.
 void MediaFollower::followPending(obs_media_state state)
 {
 	if (!pending || ++pendingPolls < pollsToSettle)
 		return;
 	if (plain(state) == *pending || pendingPolls >= pollsToReach)
 		pending.reset();
-	else if (isPlaying(state) && isPlaying(*pending) && pendingPolls % pollsToSettle == 0)
+	else if (isPlaying(state) && isPlaying(*pending) && std::exchange(follows, false))
 		sendPause(*pending == OBS_MEDIA_STATE_PAUSED);
 }
 

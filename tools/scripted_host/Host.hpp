@@ -1,9 +1,13 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #pragma once
 
+#include <QAction>
 #include <QComboBox>
 #include <QJsonObject>
+#include <QLabel>
+#include <QLineEdit>
 #include <QListWidget>
+#include <QMenu>
 #include <QPointer>
 #include <QTemporaryDir>
 #include <QTest>
@@ -35,7 +39,11 @@ struct Frontend {
 	OBSSource program;
 	OBSSource preview;
 
-	void send(obs_frontend_event event) const;
+	void send(obs_frontend_event event) const
+	{
+		for (const auto &[callback, data] : callbacks)
+			callback(event, data);
+	}
 };
 
 // The state that a scripted VLC source reports.
@@ -43,7 +51,6 @@ struct Media {
 	obs_media_state state = OBS_MEDIA_STATE_NONE;
 	int64_t timeMs = 0;
 	int64_t durationMs = 0;
-	bool operator==(const Media &) const = default;
 };
 
 // How a test waits.
@@ -53,11 +60,11 @@ extern void (*passTime)(int ms);
 extern thread_local bool onGraphicsThread;
 
 // The built module in real libobs, with a frontend and a VLC source type of our making. libobs runs no video here, so
-// media actions stay queued and a test says itself when the source has stopped.
+// media actions stay queued until a test has them done.
 class Host : public testing::Test {
 protected:
 	Host();
-	~Host() override;
+	~Host() override { endObs(); }
 
 	// False when the module refused to load.
 	bool loadModule();
@@ -66,9 +73,7 @@ protected:
 
 	OBSSource makeSource(const QString &name, const QStringList &playlist, const char *otherSettings = "{}");
 	static Media &media(obs_source_t *source);
-	// Emits the signal on a thread of its own, as libobs does.
-	static void sendStopped(obs_source_t *source);
-	// Does what was asked of a source's media and signals it, as the next tick of libobs's video thread would.
+	// Does what was asked of a source's media and signals it on another thread, as libobs's next video tick would.
 	static void videoTick(obs_source_t *source);
 	// What a source's media was made to do since this was last called.
 	static QStringList takeDone(obs_source_t *source);
@@ -88,12 +93,12 @@ protected:
 	QString idAt(int row) const { return list()->item(row)->data(Qt::UserRole).toString(); }
 	QString pathAt(int row) const { return list()->item(row)->data(Qt::UserRole + 1).toString(); }
 	QAction *action(const char *name) const { return child<QAction>(name); }
-	void search(const QString &text);
+	void search(const QString &text) { child<QLineEdit>("search")->setText(text); }
 
-	static QString uuidOf(obs_source_t *source);
+	static QString uuidOf(obs_source_t *source) { return QString::fromUtf8(obs_source_get_uuid(source)); }
 	static QJsonObject settingsOf(obs_source_t *source);
 	static QJsonObject recordOf(obs_source_t *source, const char *key = "OBS-Reelhouse");
-	static QStringList valuesIn(const QJsonObject &object, const char *key);
+	static QStringList valuesIn(const QJsonObject &object, const char *key, const char *field = "value");
 
 	static bool waitFor(const std::function<bool()> &condition);
 

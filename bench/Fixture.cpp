@@ -97,7 +97,7 @@ void Fixture::playThrough(int row)
 {
 	list()->scrollToItem(list()->item(row));
 	play(row);
-	sendStopped(source);
+	videoTick(source);
 	settle();
 	media(source) = {OBS_MEDIA_STATE_PLAYING, 500, 4000};
 	// The dock ignores a "playing" that comes sooner after a switch.

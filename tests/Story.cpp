@@ -1,9 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "Story.hpp"
 
-#include <QAction>
 #include <QDir>
-#include <QLabel>
 #include <QRegularExpression>
 
 #include <future>
@@ -33,21 +31,20 @@ QString settingsWord(const QJsonObject &settings, const QString &source)
 
 Story::Story()
 {
-	addUserSteps();
-	addOthersSteps();
+	addPlayerSteps();
+	addQueueSteps();
+	addSourceSteps();
+	addHostSteps();
 	addQuestions();
 }
 
-void Story::tell(const char *what, const char *playlist, std::initializer_list<Line> lines)
+void Story::tell(const char *what, const char *playlist,
+		 std::initializer_list<std::pair<const char *, const char *>> lines)
 {
 	SCOPED_TRACE(what);
 	begin(QString::fromUtf8(playlist));
-	for (const auto &[words, expectedState] : lines) {
-		QString seen;
-		for (const QString &one : QString::fromUtf8(words).split(u"; "_s))
-			seen = step(one);
-		EXPECT_EQ(seen.toStdString(), expectedState) << "after: " << words;
-	}
+	for (const auto &[words, expectedState] : lines)
+		EXPECT_EQ(step(QString::fromUtf8(words)).toStdString(), expectedState) << "after: " << words;
 }
 
 void Story::begin(const QString &playlist)
@@ -74,10 +71,8 @@ void Story::begin(const QString &playlist)
 		};
 		sceneRequests = std::make_unique<QSignalSpy>(frontend->dock, SIGNAL(sceneSwitchRequested(QString)));
 	} else {
-		child<QComboBox>("endMode")->setCurrentIndex(0);
-		search({});
-		frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED);
-		look();
+		for (const char *name : {"endMode", "search", "resume", "look"})
+			run({QLatin1String(name)});
 		choose(sources[u"S"_s]);
 	}
 	QCoreApplication::sendPostedEvents();
@@ -88,24 +83,31 @@ void Story::begin(const QString &playlist)
 	frontend->saves = 0;
 }
 
+void Story::run(const Words &words)
+{
+	const auto found = steps.constFind(words[0]);
+	if (found == steps.cend())
+		ADD_FAILURE() << "no such step: " << words[0].toStdString();
+	else
+		(*found)(words.mid(1));
+}
+
 QString Story::step(const QString &words)
 {
-	const Words parts = words.split(u' ');
-	const auto found = steps.constFind(parts.constFirst());
-	EXPECT_NE(found, steps.cend()) << "no such step: " << words.toStdString();
-	if (found == steps.cend())
-		return {};
-	answer.clear();
-	remember(parts);
-	std::thread libobs;
-	if (racing && bound())
-		libobs = std::thread([source = OBSSource(bound())] { videoTick(source); });
-	(*found)(parts.mid(1));
-	if (libobs.joinable())
-		libobs.join();
-	QCoreApplication::sendPostedEvents();
-	keepPromises(parts);
-	return parts.constFirst().endsWith(u'?') ? answer : state();
+	for (const QString &one : words.split(u"; "_s)) {
+		const Words parts = one.split(u' ');
+		answer.clear();
+		remember(parts);
+		std::thread libobs;
+		if (racing && bound())
+			libobs = std::thread([source = OBSSource(bound())] { videoTick(source); });
+		run(parts);
+		if (libobs.joinable())
+			libobs.join();
+		QCoreApplication::sendPostedEvents();
+		keepPromises(parts);
+	}
+	return words.section(u"; "_s, -1).section(u' ', 0, 0).endsWith(u'?') ? answer : state();
 }
 
 QString Story::state()
@@ -195,19 +197,11 @@ QListWidgetItem *Story::row(const QString &name) const
 	return found < 0 ? nullptr : list()->item(found);
 }
 
-QStringList Story::ids() const
+QStringList Story::textsOf(int role) const
 {
 	QStringList all;
 	for (int i = 0; i < list()->count(); i++)
-		all += idAt(i);
-	return all;
-}
-
-QStringList Story::rowPaths() const
-{
-	QStringList all;
-	for (int i = 0; i < list()->count(); i++)
-		all += pathAt(i);
+		all += list()->item(i)->data(role).toString();
 	return all;
 }
 

@@ -1,13 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "Story.hpp"
 
-#include <QAction>
 #include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QLabel>
-#include <QLineEdit>
-#include <QMenu>
 
 #include <algorithm>
 
@@ -24,10 +18,10 @@ QByteArray everythingOf(obs_source_t *source)
 	return QByteArray(obs_data_get_json(settings)) + obs_data_get_json(privateSettings);
 }
 
-QString nameOf(obs_source_t *source)
-{
-	return QString::fromUtf8(obs_source_get_name(source));
-}
+// Steps and requests that change the queue by the user's will.
+const QStringList edits =
+	u"drop drag remove moveUp moveDown moveTop moveBottom AddTracks RemoveTracks MoveTrack undoRemove "
+	"UndoRemove burst key"_s.split(u' ');
 
 } // namespace
 
@@ -35,7 +29,7 @@ void Story::remember(const Words &words)
 {
 	before = ids();
 	waited = waits();
-	expected = bound() ? plainList(words) : std::nullopt;
+	stays = bound() ? whatStays(words) : std::nullopt;
 	bringsBack = valuesIn(recordOf(bound(), "OBS-Reelhouse-replaced"), "tracks").join(u'\n');
 	others.clear();
 	const bool all = words[0] == u"restart" || words[0] == u"choose" || words[0] == u"resume" ||
@@ -49,7 +43,8 @@ void Story::remember(const Words &words)
 void Story::keepPromises(const Words &words)
 {
 	const QString &verb = words[0];
-	expectOthersUntouched();
+	for (auto other = others.cbegin(); other != others.cend(); ++other)
+		EXPECT_EQ(everythingOf(sources[other.key()]), *other) << other.key().toStdString();
 	if (!bound())
 		return expectToldTheState(false);
 	if (verb == u"edit" || verb == u"record" || verb == u"aside")
@@ -60,14 +55,16 @@ void Story::keepPromises(const Words &words)
 	if (verb == u"record" || verb == u"aside")
 		return;
 	expectSameEverywhere();
-	QStringList now = ids();
-	if (expected && answer.isEmpty()) {
-		for (QString &id : now)
-			id = before.contains(id) || beforeRemoval.contains(id) ? id : u"+"_s;
-		EXPECT_EQ(now, *expected) << "a plain list, edited in the same way";
+	if (stays && answer.isEmpty()) {
+		QStringList now = ids();
+		EXPECT_EQ(now.size(), stays->second);
+		now.removeIf([this](const QString &id) { return !stays->first.contains(id); });
+		EXPECT_EQ(now, stays->first) << "what an edit does not name stays, in its order";
 	}
 	if (waited && !waits() && verb == u"video") {
-		EXPECT_EQ(valuesIn(settingsOf(bound()), "playlist"), pathsOfCurrent()) << "the last play wins";
+		const qsizetype current = ids().indexOf(recordOf(bound())["current"_L1].toString());
+		EXPECT_EQ(valuesIn(settingsOf(bound()), "playlist"), rowPaths().mid(current, 1))
+			<< "the last play wins";
 		unseenEdit = false;
 	}
 	if (!unseenEdit && !waits())
@@ -80,13 +77,7 @@ void Story::keepPromises(const Words &words)
 void Story::expectSameEverywhere()
 {
 	const QJsonObject record = recordOf(bound()), queue = plugin.request("GetQueue");
-	QStringList recordIds, queueIds, queuePaths, marked;
-	for (const QJsonValue track : record["tracks"_L1].toArray())
-		recordIds += track["id"_L1].toString();
-	for (const QJsonValue track : queue["tracks"_L1].toArray()) {
-		queueIds += track["id"_L1].toString();
-		queuePaths += track["path"_L1].toString();
-	}
+	QStringList marked;
 	int shown = 0;
 	for (int i = 0; i < list()->count(); i++) {
 		const QString text = list()->item(i)->text();
@@ -96,10 +87,10 @@ void Story::expectSameEverywhere()
 		shown += !list()->isRowHidden(i);
 	}
 	const QStringList rows = ids();
-	EXPECT_EQ(recordIds, rows);
-	EXPECT_EQ(queueIds, rows);
+	EXPECT_EQ(valuesIn(record, "tracks", "id"), rows);
+	EXPECT_EQ(valuesIn(queue, "tracks", "id"), rows);
 	EXPECT_EQ(valuesIn(record, "tracks"), rowPaths());
-	EXPECT_EQ(queuePaths, rowPaths());
+	EXPECT_EQ(valuesIn(queue, "tracks", "path"), rowPaths());
 	const QString current = record["current"_L1].toString();
 	EXPECT_EQ(queue["currentId"_L1], current);
 	EXPECT_EQ(queue["currentIndex"_L1], rows.indexOf(current));
@@ -130,18 +121,12 @@ void Story::expectSettledSource()
 	EXPECT_FALSE(startedHere && (settings["loop"_L1].toBool() || settings["shuffle"_L1].toBool()));
 }
 
-void Story::expectOthersUntouched()
-{
-	for (auto other = others.cbegin(); other != others.cend(); ++other)
-		EXPECT_EQ(everythingOf(sources[other.key()]), *other) << other.key().toStdString();
-}
-
 // The queue that the user last made or played from is there, or is kept aside. One entry may be a mere leftover.
 void Story::expectUsersQueueKept(const Words &words)
 {
-	QStringList &users = usersQueue[nameOf(bound())];
+	QStringList &users = usersQueue[QString::fromUtf8(obs_source_get_name(bound()))];
 	const bool edited = ids() != before &&
-			    std::ranges::any_of(words, [this](const QString &word) { return edits.contains(word); });
+			    std::ranges::any_of(words, [](const QString &word) { return edits.contains(word); });
 	const bool played = list()->count() > 1 && ((waits() && !waited) || words[0] == u"start");
 	if (edited && ids().size() < before.size()) {
 		beforeRemoval = before;
@@ -179,58 +164,31 @@ void Story::expectToldTheState(bool settled)
 	expectTold(u"EndModeChanged"_s, "endMode"_L1, "endMode"_L1);
 }
 
-QStringList Story::pathsOfCurrent() const
+// What is left in its order by an edit, which names the other rows, and how many rows there are then. Nothing for any
+// other step, and while the menu is open, which acts on rows of its own.
+std::optional<std::pair<QStringList, qsizetype>> Story::whatStays(const Words &words)
 {
-	const QJsonObject queue = plugin.request("GetQueue");
-	return rowPaths().mid(queue["currentIndex"_L1].toInt(), 1);
-}
-
-// What an edit makes of a plain list of the ids, with "+" for a new one; nothing for any other step.
-std::optional<QStringList> Story::plainList(const Words &words)
-{
-	QStringList plain = before;
 	const QString &what = words[0] == u"ask" ? words[1] : words[0];
-	const QJsonObject data = QJsonDocument::fromJson(json(words.mid(2).join(u' '))).object();
-	const bool searching = !child<QLineEdit>("search")->text().isEmpty();
-	QList<int> selected;
-	for (int i = 0; i < list()->count(); i++) {
-		if (list()->item(i)->isSelected() && !list()->isRowHidden(i))
-			selected += i;
-	}
-	if (child<QMenu>("playlistMenu")->isVisible()) {
-		return std::nullopt; // which acts on rows of its own
-	} else if (what == u"drop") {
-		for (const QString &file : paths(words.mid(1)))
-			plain.resize(plain.size() + QFile::exists(file), u"+"_s);
-	} else if (what == u"AddTracks") {
-		const qsizetype position = data["position"_L1].toInt(static_cast<int>(plain.size()));
-		plain.insert(std::min(position, plain.size()), data["paths"_L1].toArray().size(), u"+"_s);
-	} else if (what == u"remove") {
-		plain.removeIf([&, this](const QString &id) { return selected.contains(before.indexOf(id)); });
-	} else if (what == u"RemoveTracks") {
-		for (const QJsonValue track : data["ids"_L1].toArray())
-			plain.removeAll(track["id"_L1].toString());
-	} else if (what == u"undoRemove" || what == u"UndoRemove") {
-		if (plugin.request("GetQueue")["canUndo"_L1].toBool())
-			return before == afterRemoval ? std::optional(beforeRemoval) : std::nullopt;
-	} else if (what == u"MoveTrack") {
-		const qsizetype from = plain.indexOf(data["id"_L1].toString()), to = data["index"_L1].toInt();
-		if (from >= 0 && to < plain.size())
-			plain.move(from, to);
-	} else if (what == u"drag") {
-		const int from = list()->row(row(words[1])), to = words[2].toInt();
-		if (!searching && from >= 0 && to < plain.size())
-			plain.move(from, to);
-	} else if (what.startsWith(u"move")) {
-		const qsizetype from = selected.value(0), last = plain.size() - 1;
-		const QHash<QString, qsizetype> targets = {{u"moveUp"_s, from - 1},
-							   {u"moveDown"_s, from + 1},
-							   {u"moveTop"_s, 0},
-							   {u"moveBottom"_s, last}};
-		if (!searching && selected.size() == 1)
-			plain.move(from, std::clamp<qsizetype>(targets[what], 0, last));
-	} else {
+	if (!edits.contains(what) || what == u"burst" || what == u"key" || child<QMenu>("playlistMenu")->isVisible())
 		return std::nullopt;
+	if (what.endsWith(u"ndoRemove")) {
+		if (before != afterRemoval || !plugin.request("GetQueue")["canUndo"_L1].toBool())
+			return std::nullopt;
+		return std::pair(beforeRemoval, beforeRemoval.size());
 	}
-	return plain;
+	const QString text = QString::fromUtf8(json(words.join(u' ')));
+	const bool ofSelected = what.startsWith(u"move") || what == u"remove";
+	QStringList left = before;
+	left.removeIf([&, this](const QString &id) {
+		const auto number = static_cast<int>(before.indexOf(id));
+		const bool selected = list()->item(number)->isSelected() && !list()->isRowHidden(number);
+		const bool dragged = what == u"drag" && list()->item(number) == row(words[1]);
+		return text.contains(id) || dragged || (ofSelected && selected);
+	});
+	if (what == u"remove" || what == u"RemoveTracks")
+		return std::pair(left, left.size());
+	qsizetype added = what == u"AddTracks" ? text.count(u"\"path\":"_s) : 0;
+	for (const QString &file : what == u"drop" ? paths(words.mid(1)) : QStringList())
+		added += QFile::exists(file);
+	return std::pair(left, before.size() + added);
 }

@@ -10,10 +10,6 @@ using namespace Qt::StringLiterals;
 class Threads : public Story {
 protected:
 	void SetUp() override { begin(u"A B C"_s); }
-	QJsonObject requestHere(const std::string &name, const QByteArray &data = "{}") const
-	{
-		return plugin.request(name, data);
-	}
 };
 
 TEST_F(Threads, RequestsFromManyAreDoneOnceOrRefused)
@@ -23,13 +19,12 @@ TEST_F(Threads, RequestsFromManyAreDoneOnceOrRefused)
 	for (int i = 0; i < 4; i++) {
 		threads.emplace_back([&] {
 			while (refused < 100) {
-				const QJsonObject response =
-					requestHere("AddTracks", R"({"paths": [{"path": "/m/x"}]})");
+				const auto response = plugin.request("AddTracks", R"({"paths": [{"path": "/m/x"}]})");
 				if (response["success"_L1].toBool())
 					done++;
 				else if (response["error"_L1] == u"unavailable"_s)
 					refused++;
-				requestHere("GetQueue");
+				plugin.request("GetQueue");
 			}
 		});
 	}
@@ -43,11 +38,11 @@ TEST_F(Threads, RequestsFromManyAreDoneOnceOrRefused)
 		thread.join();
 	QCoreApplication::processEvents();
 	EXPECT_EQ(list()->count(), 3 + done);
-	EXPECT_EQ(requestHere("GetQueue")["error"_L1], u"unavailable"_s) << "even if this thread could serve it";
+	EXPECT_EQ(plugin.request("GetQueue")["error"_L1], u"unavailable"_s) << "even if this thread could serve it";
 	plugin.end();
 	sources.clear();
 	endObs();
-	EXPECT_EQ(requestHere("GetQueue")["error"_L1], u"unavailable"_s) << "the plug-in may ask even then";
+	EXPECT_EQ(plugin.request("GetQueue")["error"_L1], u"unavailable"_s) << "the plug-in may ask even then";
 }
 
 TEST_F(Threads, ARequestThatIsGivenUpIsNeverDone)
@@ -55,17 +50,15 @@ TEST_F(Threads, ARequestThatIsGivenUpIsNeverDone)
 	// Nobody serves the first. The others must not wait as long, or this test runs for minutes.
 	std::thread([this] {
 		for (int i = 0; i < 50; i++)
-			EXPECT_EQ(requestHere("PlayNext")["error"_L1], u"unavailable"_s);
+			EXPECT_EQ(plugin.request("PlayNext")["error"_L1], u"unavailable"_s);
 	}).join();
-	EXPECT_EQ(requestHere("GetQueue")["total"_L1], 3) << "asked on the very thread that serves";
-	// A sign of life of the thread that serves: until then everybody is refused.
-	QCoreApplication::processEvents();
+	EXPECT_EQ(plugin.request("GetQueue")["total"_L1], 3) << "asked on the very thread that serves";
 	EXPECT_EQ(step(u"ask PlayPrevious"_s).toStdString(), "A B ▶[C] | src A B C | managed (own) | kept - | waits");
 }
 
 TEST_F(Threads, ARequestThatHasBegunIsAnsweredWithWhatBecameOfIt)
 {
-	auto response = std::async(std::launch::async, [this] { return requestHere("PlayNext"); });
+	auto response = std::async(std::launch::async, [this] { return plugin.request("PlayNext"); });
 	plugin.onEvent = [&] {
 		frontend->send(OBS_FRONTEND_EVENT_SCRIPTING_SHUTDOWN);
 		std::this_thread::sleep_for(std::chrono::milliseconds(200));
@@ -79,6 +72,6 @@ TEST_F(Threads, TheGraphicsThreadIsNotHeldUp)
 {
 	std::thread([this] {
 		onGraphicsThread = true;
-		EXPECT_EQ(requestHere("GetQueue")["error"_L1], u"graphicsThread"_s);
+		EXPECT_EQ(plugin.request("GetQueue")["error"_L1], u"graphicsThread"_s);
 	}).join();
 }

@@ -20,15 +20,13 @@ TEST_F(Story, Editing)
 		{"select P Q; search /P; offers?", "Play Selected, not seek moveUp moveDown moveTop moveBottom undoRemove locateCurrent"},
 		{"remove", "(Q) (R) [Pa] | src P Q R Pa | own | kept -"},
 		{"search #2", "(Q) [R] (Pa) | src P Q R Pa | own | kept -"},
-		{"search #x; offers?", "Play, not playPause seek moveUp moveDown moveTop moveBottom remove locateCurrent openFolder"},
-		{"playPause", "(Q) (R) (Pa) | src P Q R Pa | own | kept -"},
+		{"search #x; playPause", "(Q) (R) (Pa) | src P Q R Pa | own | kept -"},
 		{"search  /pA ; drop A", "Q R Pa [A] | src P Q R Pa | own | kept -"},
 		{"search /r; drag R 0; locateCurrent", "(Q) [R] (Pa) (A) | src P Q R Pa | own | kept -"},
 		{"start Q; search /R; locateCurrent; focus?", "playlist"},
 	});
 	tell("rows move", "P Q R S", {
-		{"select Q; offers?", "Play Selected, not seek undoRemove locateCurrent"},
-		{"moveUp; offers?", "Play Selected, not seek moveUp moveTop undoRemove locateCurrent"},
+		{"select Q; moveUp; offers?", "Play Selected, not seek moveUp moveTop undoRemove locateCurrent"},
 		{"moveUp; moveDown", "P [Q] R S | src P Q R S | own | kept -"},
 		{"moveBottom; offers?", "Play Selected, not seek moveDown moveBottom undoRemove locateCurrent"},
 		{"moveTop; drag Q 2", "P R [Q] S | src P Q R S | own | kept -"},

@@ -32,10 +32,6 @@ TEST_F(Story, Elsewhere)
 		{"bringBack", "[F/a.mp3] F/B.flac file:///m/ http://h/U F/a.mp3 | src F file:///m/ http://h/U F/a.mp3 | own | kept -"},
 		{"elsewhere", "∅ | src | own | kept F/a.mp3 F/B.flac file:///m/ http://h/U F/a.mp3"},
 	});
-}
-
-TEST_F(Story, KeptQueue)
-{
 	tell("the queue that the user last made or played is the queue, or the one kept aside", "P Q R S", {
 		{"start P; elsewhere P E", "[P] E | src P E | own (managed) | kept P Q R S"},
 		{"elsewhere P E F", "[P] E F | src P E F | own (managed) | kept P Q R S"},

@@ -71,9 +71,8 @@ TEST_F(Records, WhateverTheySay)
 	begin(u"P Q"_s);
 	put("record", object("{'version': 1, 'tracks': [{'value': '@A', 'id': 'a'}, {'value': '@B', 'id': 'a'}], 'observed':"
 			     "[{'value': '@P'}, {'value': '@Q'}]}"));
-	for (const char *next : {"refresh", "select A", "remove"})
-		step(QLatin1String(next));
-	EXPECT_EQ(state().toStdString(), "∅ | src | managed (own) | kept -") << "what shares an id goes together";
+	EXPECT_EQ(step(u"refresh; select A; remove"_s).toStdString(), "∅ | src | managed (own) | kept -")
+		<< "what shares an id goes together";
 }
 
 // With up to three things in it replaced by anything, in whatever depth.
@@ -109,7 +108,6 @@ TEST_F(Records, ManySpoiltOnes)
 				record = spoil(record);
 			put(key, record.toObject());
 		}
-		for (const char *next : {"refresh", "play 0", "bringBack", "video", "bringBack", "look"})
-			step(QLatin1String(next));
+		step(u"refresh; play 0; bringBack; video; bringBack; look"_s);
 	}
 }

@@ -1,15 +1,12 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "Host.hpp"
 
-#include <QAction>
 #include <QApplication>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QLineEdit>
 
 #include <chrono>
-#include <cstdio>
 #include <mutex>
 #include <thread>
 
@@ -21,36 +18,24 @@ namespace {
 
 Frontend *active = nullptr;
 
-// A requested media action, and the signal that reports it.
-struct MediaAction {
-	QString what;
-	const char *signal;
-};
-
-struct VlcMedia : Media {
+struct VlcMedia {
+	Media now;
 	std::mutex mutex;
-	QList<MediaAction> queued; // any thread, with the mutex held
+	// What was asked for, and the signal that tells of it. Any thread, with the mutex held.
+	QList<std::pair<QString, const char *>> queued;
 	QStringList done;
 };
 
-VlcMedia &vlc(obs_source_t *source)
+VlcMedia &vlc(void *data)
 {
-	return *static_cast<VlcMedia *>(static_cast<Media *>(obs_obj_get_data(source)));
+	return *static_cast<VlcMedia *>(data);
 }
 
 void queueAction(obs_source_t *source, const QString &what, const char *signal)
 {
-	const std::lock_guard lock(vlc(source).mutex);
-	vlc(source).queued.append({what, signal});
-}
-
-void emitSignal(obs_source_t *source, const char *signal)
-{
-	calldata_t data;
-	calldata_init(&data);
-	calldata_set_ptr(&data, "source", source);
-	signal_handler_signal(obs_source_get_signal_handler(source), signal, &data);
-	calldata_free(&data);
+	VlcMedia &media = vlc(obs_obj_get_data(source));
+	const std::lock_guard lock(media.mutex);
+	media.queued.append({what, signal});
 }
 
 obs_source_info vlcSourceInfo()
@@ -63,19 +48,19 @@ obs_source_info vlcSourceInfo()
 		return "VLC";
 	};
 	info.create = [](obs_data_t *, obs_source_t *) -> void * {
-		return static_cast<Media *>(new VlcMedia);
+		return new VlcMedia;
 	};
 	info.destroy = [](void *data) {
-		delete static_cast<VlcMedia *>(static_cast<Media *>(data));
+		delete &vlc(data);
 	};
 	info.media_get_state = [](void *data) {
-		return static_cast<Media *>(data)->state;
+		return vlc(data).now.state;
 	};
 	info.media_get_time = [](void *data) {
-		return static_cast<Media *>(data)->timeMs;
+		return vlc(data).now.timeMs;
 	};
 	info.media_get_duration = [](void *data) {
-		return static_cast<Media *>(data)->durationMs;
+		return vlc(data).now.durationMs;
 	};
 	return info;
 }
@@ -91,15 +76,6 @@ void addPlaylist(obs_data_t *settings, const QStringList &paths)
 	obs_data_set_array(settings, "playlist", array);
 }
 
-// Without video, libobs logs a message for every texture that a source frees.
-void logErrors(int level, const char *format, va_list arguments, void *)
-{
-	if (level > LOG_ERROR)
-		return;
-	std::vfprintf(stderr, format, arguments);
-	std::fputc('\n', stderr);
-}
-
 } // namespace
 
 void (*passTime)(int ms) = [](int ms) {
@@ -108,13 +84,7 @@ void (*passTime)(int ms) = [](int ms) {
 
 thread_local bool onGraphicsThread = false;
 
-void Frontend::send(obs_frontend_event event) const
-{
-	for (const auto &[callback, data] : callbacks)
-		callback(event, data);
-}
-
-// The functions of the frontend API. The module finds them in this program before it finds OBS's library.
+// The frontend API's functions, which the module finds in this program before it finds them in the library.
 
 bool obs_frontend_add_dock_by_id(const char *, const char *title, void *widget)
 {
@@ -219,15 +189,11 @@ void obs_source_media_set_time(obs_source_t *source, int64_t ms)
 Host::Host() : frontend(std::make_unique<Frontend>())
 {
 	active = frontend.get();
-	base_set_log_handler(logErrors, nullptr);
+	// Without video, libobs has something to say on every texture that a source frees.
+	base_set_log_handler([](int, const char *, va_list, void *) {}, nullptr);
 	EXPECT_TRUE(obs_startup("en-US", QFile::encodeName(folder.filePath(u"config"_s)).constData(), nullptr));
-	static const obs_source_info info = vlcSourceInfo();
+	const obs_source_info info = vlcSourceInfo();
 	obs_register_source(&info);
-}
-
-Host::~Host()
-{
-	endObs();
 }
 
 void Host::endObs()
@@ -280,34 +246,30 @@ void Host::setPlaylist(obs_source_t *source, const QStringList &paths)
 
 Media &Host::media(obs_source_t *source)
 {
-	return *static_cast<Media *>(obs_obj_get_data(source));
-}
-
-void Host::sendStopped(obs_source_t *source)
-{
-	std::thread([source] { emitSignal(source, "media_stopped"); }).join();
+	return vlc(obs_obj_get_data(source)).now;
 }
 
 void Host::videoTick(obs_source_t *source)
 {
-	VlcMedia &media = vlc(source);
-	for (;;) {
-		MediaAction action;
-		{
-			const std::lock_guard lock(media.mutex);
-			if (media.queued.isEmpty())
-				return;
-			action = media.queued.takeFirst();
+	std::thread([source, &media = vlc(obs_obj_get_data(source))] {
+		std::unique_lock lock(media.mutex);
+		while (!media.queued.isEmpty()) {
+			const auto [what, signal] = media.queued.takeFirst();
+			media.done.append(what);
+			lock.unlock();
+			calldata_t data = {};
+			calldata_set_ptr(&data, "source", source);
+			if (signal)
+				signal_handler_signal(obs_source_get_signal_handler(source), signal, &data);
+			calldata_free(&data);
+			lock.lock();
 		}
-		media.done.append(action.what);
-		if (action.signal)
-			emitSignal(source, action.signal);
-	}
+	}).join();
 }
 
 QStringList Host::takeDone(obs_source_t *source)
 {
-	return std::exchange(vlc(source).done, {});
+	return std::exchange(vlc(obs_obj_get_data(source)).done, {});
 }
 
 QString Host::makeFile(const QString &name, const QByteArray &content) const
@@ -339,16 +301,6 @@ void Host::play(int row)
 	QTest::mouseDClick(list()->viewport(), Qt::LeftButton, {}, rect.center());
 }
 
-void Host::search(const QString &text)
-{
-	child<QLineEdit>("search")->setText(text);
-}
-
-QString Host::uuidOf(obs_source_t *source)
-{
-	return QString::fromUtf8(obs_source_get_uuid(source));
-}
-
 QJsonObject Host::settingsOf(obs_source_t *source)
 {
 	OBSDataAutoRelease settings = obs_source_get_settings(source);
@@ -361,11 +313,11 @@ QJsonObject Host::recordOf(obs_source_t *source, const char *key)
 	return QJsonDocument::fromJson(obs_data_get_json(settings)).object()[QLatin1String(key)].toObject();
 }
 
-QStringList Host::valuesIn(const QJsonObject &object, const char *key)
+QStringList Host::valuesIn(const QJsonObject &object, const char *key, const char *field)
 {
 	QStringList values;
 	for (const QJsonValue item : object[QLatin1String(key)].toArray())
-		values.append(item["value"_L1].toString());
+		values.append(item[QLatin1String(field)].toString());
 	return values;
 }
 

@@ -1,9 +1,13 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #pragma once
 
+#include <QAction>
 #include <QComboBox>
 #include <QJsonObject>
+#include <QLabel>
+#include <QLineEdit>
 #include <QListWidget>
+#include <QMenu>
 #include <QPointer>
 #include <QTemporaryDir>
 #include <QTest>
@@ -35,7 +39,11 @@ struct Frontend {
 	OBSSource program;
 	OBSSource preview;
 
-	void send(obs_frontend_event event) const;
+	void send(obs_frontend_event event) const
+	{
+		for (const auto &[callback, data] : callbacks)
+			callback(event, data);
+	}
 };
 
 // The state that a scripted VLC source reports.
@@ -43,7 +51,6 @@ struct Media {
 	obs_media_state state = OBS_MEDIA_STATE_NONE;
 	int64_t timeMs = 0;
 	int64_t durationMs = 0;
-	bool operator==(const Media &) const = default;
 };
 
 // Waits for some milliseconds while events are processed. A test may replace it.
@@ -52,12 +59,12 @@ extern void (*passTime)(int ms);
 // True on a thread that the module must take for libobs's graphics thread.
 extern thread_local bool onGraphicsThread;
 
-// Runs the built module in the real libobs, with a scripted frontend and VLC source type. libobs runs no video here, so
-// media actions stay queued until a test lets the source stop.
+// The built module in real libobs, with a frontend and a VLC source type of our making. libobs runs no video here, so
+// media actions stay queued until a test has them done.
 class Host : public testing::Test {
 protected:
 	Host();
-	~Host() override;
+	~Host() override { endObs(); }
 
 	// Returns false when the module refuses to load.
 	bool loadModule();
@@ -66,10 +73,7 @@ protected:
 
 	OBSSource makeSource(const QString &name, const QStringList &playlist, const char *otherSettings = "{}");
 	static Media &media(obs_source_t *source);
-	// Emits media_stopped on another thread, as libobs does.
-	static void sendStopped(obs_source_t *source);
-	// Carries out the queued media actions of a source and emits their signals, as a tick of libobs's video thread
-	// does.
+	// Does what was asked of a source's media and signals it on another thread, as libobs's next video tick would.
 	static void videoTick(obs_source_t *source);
 	// Returns the media actions that were carried out since the last call.
 	static QStringList takeDone(obs_source_t *source);
@@ -89,12 +93,12 @@ protected:
 	QString idAt(int row) const { return list()->item(row)->data(Qt::UserRole).toString(); }
 	QString pathAt(int row) const { return list()->item(row)->data(Qt::UserRole + 1).toString(); }
 	QAction *action(const char *name) const { return child<QAction>(name); }
-	void search(const QString &text);
+	void search(const QString &text) { child<QLineEdit>("search")->setText(text); }
 
-	static QString uuidOf(obs_source_t *source);
+	static QString uuidOf(obs_source_t *source) { return QString::fromUtf8(obs_source_get_uuid(source)); }
 	static QJsonObject settingsOf(obs_source_t *source);
 	static QJsonObject recordOf(obs_source_t *source, const char *key = "OBS-Reelhouse");
-	static QStringList valuesIn(const QJsonObject &object, const char *key);
+	static QStringList valuesIn(const QJsonObject &object, const char *key, const char *field = "value");
 
 	static bool waitFor(const std::function<bool()> &condition);
 

@@ -94,6 +94,7 @@ void Story::run(const Words &words)
 
 QString Story::step(const QString &words)
 {
+	QString seen;
 	for (const QString &one : words.split(u"; "_s)) {
 		const Words parts = one.split(u' ');
 		answer.clear();
@@ -106,8 +107,9 @@ QString Story::step(const QString &words)
 			libobs.join();
 		QCoreApplication::sendPostedEvents();
 		keepPromises(parts);
+		seen = parts.constFirst().endsWith(u'?') ? answer : state();
 	}
-	return words.section(u"; "_s, -1).section(u' ', 0, 0).endsWith(u'?') ? answer : state();
+	return seen;
 }
 
 QString Story::state()

@@ -64,7 +64,7 @@ void Story::addPlayerSteps()
 void Story::addQueueSteps()
 {
 	for (const char *name : {"moveUp", "moveDown", "moveTop", "moveBottom", "remove", "undoRemove", "locateCurrent",
-				 "restorePlaylist"})
+				 "openFolder", "restorePlaylist"})
 		on(name, [this, name](const Words &) { action(name)->trigger(); });
 	on("bringBack", [this](const Words &) { tool()->trigger(); });
 	on("select", [this](const Words &words) {
@@ -197,7 +197,7 @@ void Story::addQuestions()
 				names += QLatin1String(name);
 		}
 		for (const QAction *entry : child<QMenu>("playlistMenu")->actions()) {
-			if (!entry->isEnabled() && !entry->isSeparator())
+			if (!entry->isEnabled() && steps.contains(entry->objectName()))
 				names += entry->objectName();
 		}
 		answer = names.join(u' ');

@@ -14,7 +14,7 @@ protected:
 	// Names in the folder, whole paths and addresses.
 	QString at(const QString &name) const
 	{
-		return name.contains(u':') ? name : QDir::cleanPath(folder.filePath(name));
+		return name.contains(u':') || name.startsWith(u'/') ? name : QDir::cleanPath(folder.filePath(name));
 	}
 	void pickFile(const char *command, const QString &file, const std::function<void()> &meanwhile = [] {})
 	{

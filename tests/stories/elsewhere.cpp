@@ -27,10 +27,10 @@ TEST_F(Story, Elsewhere)
 		{"video", "[P] Q | src C | own | kept A B | does stop"},
 	});
 	tell("folders, and a queue that was empty", "", {
-		{"edit S F/B.flac F/c.txt F/a.mp3 F/.h.mp3 F/n/c.mp3; elsewhere F/ file:///m/ http://h/U F/a.mp3", "[F/a.mp3] F/B.flac file:///m/ http://h/U F/a.mp3 | src F file:///m/ http://h/U F/a.mp3 | own | kept -"},
-		{"edit S F/ file:///m/ http://h/U F/a.mp3; refresh", "[F/a.mp3] F/B.flac file:///m/ http://h/U F/a.mp3 | src F file:///m/ http://h/U F/a.mp3 | own | kept -"},
-		{"bringBack", "[F/a.mp3] F/B.flac file:///m/ http://h/U F/a.mp3 | src F file:///m/ http://h/U F/a.mp3 | own | kept -"},
-		{"elsewhere", "∅ | src | own | kept F/a.mp3 F/B.flac file:///m/ http://h/U F/a.mp3"},
+		{"edit S M/B.flac M/c.txt M/a.mp3 M/.h.mp3 M/n/c.mp3; elsewhere M/ file:///m/ http://h/U M/a.mp3", "[M/a.mp3] M/B.flac file:///m/ http://h/U M/a.mp3 | src M file:///m/ http://h/U M/a.mp3 | own | kept -"},
+		{"edit S M/ file:///m/ http://h/U M/a.mp3; refresh", "[M/a.mp3] M/B.flac file:///m/ http://h/U M/a.mp3 | src M file:///m/ http://h/U M/a.mp3 | own | kept -"},
+		{"bringBack", "[M/a.mp3] M/B.flac file:///m/ http://h/U M/a.mp3 | src M file:///m/ http://h/U M/a.mp3 | own | kept -"},
+		{"elsewhere", "∅ | src | own | kept M/a.mp3 M/B.flac file:///m/ http://h/U M/a.mp3"},
 	});
 	tell("the queue that the user last made or played is the queue, or the one kept aside", "P Q R S", {
 		{"start P; elsewhere P E", "[P] E | src P E | own (managed) | kept P Q R S"},

@@ -148,8 +148,8 @@ void Story::addSourceSteps()
 	});
 	on("gone", [this](const Words &words) { QFile::remove(path(words[0])); });
 	on("back", [this](const Words &words) { makeFile(words[0]); });
-	for (const auto &[name, key] : {std::pair("record", "OBS-Reelhouse"), {"aside", "OBS-Reelhouse-replaced"}})
-		on(name, [key = key, this](const Words &words) {
+	for (const auto &[name, where] : {std::pair("record", "OBS-Reelhouse"), {"aside", "OBS-Reelhouse-replaced"}})
+		on(name, [key = where, this](const Words &words) {
 			OBSDataAutoRelease settings = obs_source_get_private_settings(bound());
 			OBSDataAutoRelease record = obs_data_create_from_json(json(words.join(u' ')).constData());
 			obs_data_set_obj(settings, key, record);

@@ -77,7 +77,6 @@ private:
 	void remember(const Words &words);
 	void keepPromises(const Words &words);
 	void expectSameEverywhere();
-	void expectSettledSource();
 	void expectUsersQueueKept(const Words &words);
 	void expectToldTheState(bool settled);
 	std::optional<std::pair<QStringList, qsizetype>> whatStays(const Words &words);

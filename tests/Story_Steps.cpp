@@ -146,6 +146,7 @@ void Story::addSourceSteps()
 			setPlaylist(source, paths(words));
 		run({u"look"_s});
 	});
+	on("delete", [this](const Words &words) { obs_source_remove(sources[words[0]]); });
 	on("gone", [this](const Words &words) { QFile::remove(path(words[0])); });
 	on("back", [this](const Words &words) { makeFile(words[0]); });
 	for (const auto &[name, where] : {std::pair("record", "OBS-Reelhouse"), {"aside", "OBS-Reelhouse-replaced"}})

@@ -73,6 +73,10 @@ TEST_F(Input, TheListClaimsItsKeysBeforeTheHost)
 	EXPECT_EQ(list()->count(), 2) << "a key that is held down undoes once";
 	EXPECT_TRUE(press(list(), QKeySequence::Undo));
 	EXPECT_EQ(list()->count(), 3);
+	step(u"select 0 1 2"_s);
+	EXPECT_TRUE(press(list(), Qt::Key_Delete));
+	EXPECT_TRUE(press(list(), Qt::Key_Delete, true)) << "with nothing left, what repeats still goes where it went";
+	EXPECT_TRUE(press(list(), QKeySequence::Undo));
 	step(u"search /none"_s);
 	EXPECT_FALSE(press(list(), Qt::Key_Delete)) << "there is nothing to remove";
 	EXPECT_TRUE(press(child<QLineEdit>("search"), QKeySequence::Find)) << "anywhere in the dock";

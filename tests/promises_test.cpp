@@ -66,7 +66,7 @@ void Promises::soak(bool atOnce)
 	QStringList trace;
 	const auto start = Clock::now();
 	int count = 0;
-	for (; !HasFailure() && (limit.count() ? Clock::now() - start < limit : count < 10000); count++) {
+	for (; !HasFailure() && (limit.count() ? Clock::now() - start < limit : count < 4000); count++) {
 		const QString next = pickStep();
 		// A queue that only grows would be all that there is.
 		if (list()->count() > 10 && (next.startsWith(u"drop") || next.startsWith(u"ask Add")))

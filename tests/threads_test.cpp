@@ -75,3 +75,12 @@ TEST_F(Threads, TheGraphicsThreadIsNotHeldUp)
 		EXPECT_EQ(plugin.request("GetQueue")["error"_L1], u"graphicsThread"_s);
 	}).join();
 }
+
+TEST_F(Threads, ASourceThatStepsWhileItIsLetGoOfStepsNoOther)
+{
+	for (const char *one : {"choose T", "start X", "choose S", "start A"})
+		step(QLatin1String(one));
+	obs_source_media_next(sources[u"S"_s]);
+	std::thread([source = sources[u"S"_s]] { videoTick(source); }).join();
+	EXPECT_EQ(step(u"choose T"_s).toStdString(), "▶[X] Y | src X | managed | kept -");
+}

@@ -21,7 +21,8 @@ TEST_F(Story, Editing)
 		{"remove", "(Q) (R) [Pa] | src P Q R Pa | own | kept -"},
 		{"search #2", "(Q) [R] (Pa) | src P Q R Pa | own | kept -"},
 		{"search #x; playPause", "(Q) (R) (Pa) | src P Q R Pa | own | kept -"},
-		{"search  /pA ; drop A", "Q R Pa [A] | src P Q R Pa | own | kept -"},
+		{"search  /pA ", "(Q) (R) [Pa] | src P Q R Pa | own | kept -"},
+		{"drop A", "Q R Pa [A] | src P Q R Pa | own | kept -"},
 		{"search /r; drag R 0; locateCurrent", "(Q) [R] (Pa) (A) | src P Q R Pa | own | kept -"},
 		{"start Q; search /R; locateCurrent; focus?", "playlist"},
 	});
@@ -37,6 +38,7 @@ TEST_F(Story, Editing)
 		{"select P Q; menu Q; close; offers?", "Play Selected, not seek moveUp moveDown moveTop moveBottom undoRemove locateCurrent openFolder"},
 		{"menu R; select S; moveTop; close", "[R] P Q S | src P Q R S | own | kept -"},
 		{"menu Q; search /P; moveBottom; close; search", "R [P] Q S | src P Q R S | own | kept -"},
+		{"menu R; search /R; moveBottom; close; search", "[R] P Q S | src P Q R S | own | kept -"},
 		{"menu P; elsewhere X Y; select X; offers?", "Play Selected, not seek moveUp moveDown moveTop moveBottom remove undoRemove locateCurrent openFolder"},
 		{"close; offers?", "Play Selected, not seek moveUp moveTop undoRemove locateCurrent"},
 		{"menu; offers?", "Play, not playPause seek moveUp moveDown moveTop moveBottom remove undoRemove locateCurrent openFolder"},
@@ -60,6 +62,6 @@ TEST_F(Story, Editing)
 		{"endMode Next; wait 400; endMode Repeat; wait 400; saves?", "0"},
 		{"wait 100; saves?", "1"},
 		{"drop Q; burst 6000; saves?", "1"},
-		{"wait 2000; endMode Stop; suspend; wait 600; saves?", "0"},
+		{"wait 2000; endMode Stop; suspend; wait 6000; saves?", "0"},
 	});
 }

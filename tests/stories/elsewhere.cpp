@@ -50,6 +50,7 @@ TEST_F(Story, Elsewhere)
 		{"select A; remove; undoRemove; elsewhere C", "[C] | src C | own (managed) | kept A B | next"},
 	});
 	tell("what is brought back is what was kept when asking, and no queue of the user's own is lost", "P Q", {
+		{"elsewhere X Z; bringBack; bringBack; elsewhere Y", "[Y] | src Y | own | kept P Q"},
 		{"elsewhere X Y Z; edit S A B; bringBack", "[P] Q | src A B | own | kept A B"},
 		{"bringBack", "[A] B | src A B | own | kept P Q"},
 		{"drop C; edit S D; bringBack", "[P] Q | src D | own | kept A B C"},

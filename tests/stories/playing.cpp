@@ -25,6 +25,7 @@ TEST_F(Story, Playing)
 		{"playPause; offers?", "Resume, not playPause seek moveDown moveBottom undoRemove"},
 		{"video; media stopped; poll; offers?", "Play, not seek moveDown moveBottom undoRemove"},
 		{"playPause", "P Q ▶[R] | src R | managed | kept - | waits"},
+		{"select P; video; playPause; video", "▶[P] Q R | src P | managed | kept - | does stop"},
 	});
 	tell("a file that is gone is not played, and what plays stays", "P Q http://h/U", {
 		{"gone Q; start P; next", "▶[P] Q http://h/U | src P | managed | kept - | ⚠ File not found: Q"},
@@ -40,6 +41,9 @@ TEST_F(Story, Playing)
 		{"endMode Repeat; start R; media ended; poll", "P Q ▶[R] | src R | managed | kept - | repeat | waits"},
 		{"video; media playing; poll; media error; poll; media ended; poll", "P Q ▶[R] | src R | managed | kept - | repeat"},
 		{"media playing; poll; gone R; media ended; poll", "P Q ▶[R] | src R | managed | kept - | repeat | ⚠ File not found: R"},
+	});
+	tell("just after a switch the source may still tell of the track before", "P Q R", {
+		{"endMode Next; start P; wait 200; play Q; video; poll; media ended; poll", "P ▶[Q] R | src Q | managed | kept - | next"},
 	});
 	tell("the source's own controls step the queue", "P Q R", {
 		{"own next; video", "[P] Q R | src P Q R | own | kept - | does next"},
@@ -71,6 +75,7 @@ TEST_F(Story, Transport)
 		{"time; slide 500; media playing 20000 200000; release; transport?", "500 1:40 (Playing · 0:20 / 1:40)"},
 		{"video; wait 1250; poll; transport?", "100 0:20 (Playing · 0:20 / 3:20)"},
 		{"slide 300; play Q; release; video", "P ▶[Q] | src Q | managed | kept - | does stop | scene"},
+		{"media playing 1 100000; poll; slide 300; refresh; release; video", "P ▶[Q] | src Q | managed | kept -"},
 		{"media playing -1 0; poll; transport?", "0 0:00 (Playing · 0:00 / —:—)"},
 		{"media paused 3725000 7200000; poll; transport?", "517 62:05 (Paused · 62:05 / 120:00)"},
 		{"media buffering 59999 61000; time; poll; transport?", "983 −0:01 (Loading · 0:59 / 1:01)"},

@@ -18,9 +18,11 @@ TEST_F(Story, Remote)
 		{"ask GivePlaylistBack", "P A [http://h/U] Q R | src P A http://h/U Q R | own | kept - | repeat"},
 		{"elsewhere X; ask BringBackReplacedQueue", "[P] A http://h/U Q R | src X | own | kept X | repeat"},
 		{"ask? all GetQueue {'offset': 1, 'limit': 2}", "{'canBringBack':true,'canUndo':false,'currentId':'','currentIndex':-1,'cursor':0,'duration':0,'endMode':'repeat','mediaState':'OBS_MEDIA_STATE_NONE','sourceName':'S','sourceUuid':'S','success':true,'total':5,'tracks':[{'id':'#A','index':1,'label':'A','path':'A','sizeBytes':5},{'id':'#http://h/U','index':2,'label':'U','path':'http://h/U'}]}"},
+		{"ask? tracks GetQueue {'offset': 4, 'limit': 9}", "{'tracks':[{'id':'#R','index':4,'label':'R','path':'R','sizeBytes':5}]}"},
 		{"ask? all GetSources", "{'sources':[{'label':'S','selected':true,'sourceName':'S','sourceUuid':'S'},{'label':'T','selected':false,'sourceName':'T','sourceUuid':'T'}],'success':true}"},
 		{"ask SelectSource {'sourceName': 'T'}", "[X] Y | src X Y | own | kept -"},
 		{"ask SelectSource {'sourceUuid': ''}", "no source"},
+		{"delete T; ask? all GetSources", "{'sources':[{'label':'S','selected':false,'sourceName':'S','sourceUuid':'S'}],'success':true}"},
 	});
 	tell("what is wrong is refused and changes nothing", "P Q R", {
 		{"ask GetQueue {'offset': 4}", "[P] Q R | src P Q R | own | kept - | indexOutOfRange"},
@@ -50,7 +52,7 @@ TEST_F(Story, Remote)
 		{"endMode Next; endMode Next; refresh; told?", "EndMode next, CurrentTrack"},
 		{"suspend; wait 200; told?", "Queue 0"},
 		{"resume; wait 200; told?", "Queue 3"},
-		{"burst 900; told?", "nothing"},
+		{"select 0; burst 900; told?", "nothing"},
 		{"burst 400; told?", "Queue 3"},
 	});
 	tell("the view stays as it is", "P Q R", {

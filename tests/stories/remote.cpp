@@ -25,9 +25,11 @@ TEST_F(Story, Remote)
 		{"delete T; ask? all GetSources", "{'sources':[{'label':'S','selected':false,'sourceName':'S','sourceUuid':'S'}],'success':true}"},
 	});
 	tell("what is wrong is refused and changes nothing", "P Q R", {
+		{"ask GetQueue {'offset': -1}", "[P] Q R | src P Q R | own | kept - | indexOutOfRange"},
 		{"ask GetQueue {'offset': 4}", "[P] Q R | src P Q R | own | kept - | indexOutOfRange"},
 		{"ask GetQueue {'limit': 1.0}", "[P] Q R | src P Q R | own | kept - | wrongType"},
 		{"ask SelectSource", "[P] Q R | src P Q R | own | kept - | missingField"},
+		{"ask SelectSource {'sourceName': 'Nobody'}", "[P] Q R | src P Q R | own | kept - | unknownSource"},
 		{"ask SelectSource {'sourceUuid': 'nobody'}", "[P] Q R | src P Q R | own | kept - | unknownSource"},
 		{"ask PlayTrack {'index': 3}", "[P] Q R | src P Q R | own | kept - | indexOutOfRange"},
 		{"ask PlayTrack {'index': 0, 'switchScene': 1}", "[P] Q R | src P Q R | own | kept - | wrongType"},

@@ -53,6 +53,8 @@ TEST_F(Threads, ARequestThatIsGivenUpIsNeverDone)
 			EXPECT_EQ(plugin.request("PlayNext")["error"_L1], u"unavailable"_s);
 	}).join();
 	EXPECT_EQ(plugin.request("GetQueue")["total"_L1], 3) << "asked on the very thread that serves";
+	// Only once this thread is back at its events do other threads wait for it again.
+	QCoreApplication::processEvents();
 	EXPECT_EQ(step(u"ask PlayPrevious"_s).toStdString(), "A B ▶[C] | src A B C | managed (own) | kept - | waits");
 }
 

@@ -19,8 +19,8 @@ namespace reelhouse {
 
 namespace {
 
-// The Tools menu owns the entry and may be destroyed before the module unloads.
-QPointer<QAction> entry;
+// The Tools menu owns the toolsEntry and may be destroyed before the module unloads.
+QPointer<QAction> toolsEntry;
 
 QAction *addCommand(QMenu *menu, const QString &name, const char *textKey)
 {
@@ -71,13 +71,13 @@ void addTextSourceMenu(QMenu *menu, TrackText *trackText)
 
 void addToToolsMenu(Reelhouse *newDock)
 {
-	entry = static_cast<QAction *>(obs_frontend_add_tools_menu_qaction(obs_module_text("DockName")));
-	if (!entry)
+	toolsEntry = static_cast<QAction *>(obs_frontend_add_tools_menu_qaction(obs_module_text("DockName")));
+	if (!toolsEntry)
 		return;
 	QueueControl *queue = &newDock->queueControl();
 	auto *menu = new QMenu(newDock);
 	menu->setObjectName(u"toolsMenu"_s);
-	entry->setMenu(menu);
+	toolsEntry->setMenu(menu);
 
 	QAction *importAction = addCommand(menu, u"importPlaylist"_s, "ImportPlaylist");
 	QAction *exportAction = addCommand(menu, u"exportPlaylist"_s, "ExportPlaylist");
@@ -99,7 +99,7 @@ void addToToolsMenu(Reelhouse *newDock)
 
 void removeFromToolsMenu()
 {
-	delete entry;
+	delete toolsEntry;
 }
 
 } // namespace reelhouse

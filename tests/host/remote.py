@@ -109,7 +109,7 @@ def flood(port):
 def exits(show):
     """OBS is closed again and again with requests on their way."""
     answers = Counter()
-    for _ in range(20):
+    for _ in range(10):
         obs = show.start()
         done(obs.client, "SelectSource", sourceName=SOURCE)
         with ThreadPoolExecutor() as pool:

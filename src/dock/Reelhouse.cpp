@@ -93,6 +93,7 @@ void Reelhouse::suspend()
 	playbackArmed = false;
 	weakSource = nullptr;
 	clearQueue();
+	recordWriter = {};
 
 	// Emptying the selector must not look like the user's choice of no source, which would be saved.
 	const QSignalBlocker blocker(sourceSelector);

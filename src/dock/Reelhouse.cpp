@@ -129,7 +129,7 @@ void Reelhouse::showUnbound()
 	const QSignalBlocker blocker(seekSlider);
 	seekSlider->setValue(0);
 	timeLabel->setAccessibleDescription(QString());
-	stateTouched = true;
+	changePending = true;
 }
 
 Reelhouse::Operation::Operation(Reelhouse *dock_) : dock(dock_)
@@ -139,7 +139,7 @@ Reelhouse::Operation::Operation(Reelhouse *dock_) : dock(dock_)
 
 Reelhouse::Operation::~Operation()
 {
-	if (--dock->operations == 0 && std::exchange(dock->stateTouched, false))
+	if (--dock->operations == 0 && std::exchange(dock->changePending, false))
 		Q_EMIT dock->control->changed();
 }
 

@@ -99,7 +99,7 @@ QList<QString> QueueControl::insertFiles(const QList<QString> &paths, qsizetype 
 	const QList<QString> ids = dock->insertTracks(paths, position);
 	if (ids.isEmpty())
 		return ids;
-	dock->showQuietly();
+	dock->updateListKeepingView();
 	dock->storeQueue();
 	dock->clearError();
 	return ids;
@@ -107,7 +107,7 @@ QList<QString> QueueControl::insertFiles(const QList<QString> &paths, qsizetype 
 
 qsizetype QueueControl::removeTracks(const QSet<QString> &ids)
 {
-	return dock->takeTracks(ids, [this] { dock->showQuietly(); });
+	return dock->takeTracks(ids, [this] { dock->updateListKeepingView(); });
 }
 
 bool QueueControl::canUndoRemove() const
@@ -121,7 +121,7 @@ qsizetype QueueControl::undoRemove()
 	const qsizetype count = dock->removed.size();
 	if (dock->putTracksBack().isEmpty())
 		return 0;
-	dock->showQuietly();
+	dock->updateListKeepingView();
 	dock->storeQueue();
 	dock->clearError();
 	return count;

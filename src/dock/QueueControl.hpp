@@ -56,7 +56,7 @@ public:
 	// Whether a switch is pending. The media state of the source then still belongs to the previous track.
 	bool isSwitching() const;
 	// These two return false when no track could be started. If the file is missing, the dock's message line says
-	// so.
+	// so. With a scene switch, the started track brings the source's scene, as a double-click does.
 	bool playTrack(const QString &id, bool withSceneSwitch);
 	bool playRelative(int delta);
 	void stopPlayback();

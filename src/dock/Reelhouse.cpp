@@ -93,6 +93,7 @@ void Reelhouse::suspend()
 	playbackArmed = false;
 	weakSource = nullptr;
 	clearQueue();
+	recordWriter = {};
 
 	// Emptying the selector must not look like the user's choice of no source, which would be saved.
 	const QSignalBlocker blocker(sourceSelector);
@@ -128,7 +129,7 @@ void Reelhouse::showUnbound()
 	const QSignalBlocker blocker(seekSlider);
 	seekSlider->setValue(0);
 	timeLabel->setAccessibleDescription(QString());
-	stateTouched = true;
+	changePending = true;
 }
 
 Reelhouse::Operation::Operation(Reelhouse *dock_) : dock(dock_)
@@ -138,7 +139,7 @@ Reelhouse::Operation::Operation(Reelhouse *dock_) : dock(dock_)
 
 Reelhouse::Operation::~Operation()
 {
-	if (--dock->operations == 0 && std::exchange(dock->stateTouched, false))
+	if (--dock->operations == 0 && std::exchange(dock->changePending, false))
 		Q_EMIT dock->control->changed();
 }
 

@@ -154,8 +154,8 @@ private:
 	void storeQueue();
 	bool canRestore() const { return managed || !tracks.isEmpty(); }
 	void restoreSource();
-	bool takeOutsideEdit(obs_source_t *source);
-	void keepReplacedQueue(obs_source_t *source);
+	void followEditElsewhere(obs_source_t *source);
+	void storeReplacedQueue(obs_source_t *source);
 	void markTouched();
 	bool canBringBack() const;
 	void bringBackReplaced();
@@ -213,7 +213,7 @@ private:
 	void filterList();
 	void filterRows();
 	void showCount();
-	void showQuietly();
+	void updateListKeepingView();
 	QString nearestTrackInQueue() const;
 	void rememberView();
 	void restoreView(const QString &uuid);
@@ -284,7 +284,7 @@ private:
 	QSet<QString> refusedIds; // tracks that could not be played because their file was missing
 
 	int operations = 0;                   // nested operations that are running
-	bool stateTouched = false;            // the outermost operation has to emit the change signal
+	bool changePending = false;           // the outermost operation has to emit the change signal
 	std::optional<RowSelection> menuRows; // the rows that the open context menu acts on
 	bool bringBackOffered = false;        // the value that canBringBackChanged() last sent
 	int shownCount = 0;                   // number of rows that the search shows

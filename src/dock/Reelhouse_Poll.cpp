@@ -65,7 +65,7 @@ void Reelhouse::tick()
 		return;
 	}
 	if (refreshing)
-		takeOutsideEdit(source);
+		followEditElsewhere(source);
 
 	const obs_media_state state = obs_source_media_get_state(source);
 	durationMs = std::max<qint64>(obs_source_media_get_duration(source), 0);
@@ -155,7 +155,7 @@ void Reelhouse::mediaStopped(void *data, calldata_t *params)
 	QMetaObject::invokeMethod(dock, [dock, serial] { dock->finishSwitch(serial); }, Qt::QueuedConnection);
 }
 
-// libobs's thread. The source's own hotkeys, OBS's media controls and remote controls lead here.
+// libobs emits this for the source's own hotkeys, OBS's media controls and remote controls.
 void Reelhouse::mediaNext(void *data, calldata_t *)
 {
 	static_cast<Reelhouse *>(data)->postStep(1);

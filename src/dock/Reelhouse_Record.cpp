@@ -27,7 +27,7 @@ QList<QString> mediaFilesIn(const QString &folder)
 	return files;
 }
 
-// A source's playlist with each folder replaced by its media files; URLs are never looked into.
+// Replaces each folder of a playlist by its media files. An entry that is a URL stays as it is.
 QList<QString> expandFolders(const QList<QString> &paths)
 {
 	QList<QString> expanded;
@@ -51,8 +51,8 @@ QList<QString> pathsOf(const QList<Track> &tracks)
 
 } // namespace
 
-// The stored queue holds only while the source's playlist is what the dock last saw or wrote. Otherwise somebody edited
-// it elsewhere, and the playlist wins.
+// The stored queue is valid only while the source's playlist is what the dock last read or wrote. Otherwise somebody
+// has edited the playlist elsewhere, and the playlist wins.
 void Reelhouse::loadQueue(obs_source_t *source, bool force)
 {
 	const Operation operation(this);
@@ -105,10 +105,10 @@ void Reelhouse::rebuildQueue(obs_source_t *source, const QList<QString> &paths)
 	originalLoop = obs_data_get_bool(settings, loopKey);
 	originalShuffle = obs_data_get_bool(settings, shuffleKey);
 	originalBehavior = textIn(settings, behaviorKey);
-	keepReplacedQueue(source);
+	storeReplacedQueue(source);
 }
 
-// What every queue ends with that comes from a record or a playlist.
+// The last steps for a new queue, from a record or from a playlist.
 void Reelhouse::showLoaded(const QString &selectId)
 {
 	if (originalBehavior.isEmpty())
@@ -131,7 +131,7 @@ void Reelhouse::storeQueue()
 	saveTimer.start();
 	if (!saveDeadline.isActive())
 		saveDeadline.start();
-	stateTouched = true;
+	changePending = true;
 }
 
 void Reelhouse::restoreSource()
@@ -159,20 +159,19 @@ void Reelhouse::restoreSource()
 	clearError();
 }
 
-// Takes over a playlist that somebody edited elsewhere. Returns whether there was such an edit.
-bool Reelhouse::takeOutsideEdit(obs_source_t *source)
+// Rebuilds the queue if somebody has edited the source's playlist elsewhere.
+void Reelhouse::followEditElsewhere(obs_source_t *source)
 {
 	OBSDataAutoRelease settings = obs_source_get_settings(source);
 	if (holdsPaths(settings, playlistKey, observed))
-		return false;
+		return;
 	loadQueue(source, true);
 	clearError();
-	return true;
 }
 
-// An edit made elsewhere wins over the queue, but whoever made it may not have meant it: OBS's Properties dialog puts
-// an old playlist back when it is cancelled.
-void Reelhouse::keepReplacedQueue(obs_source_t *source)
+// An edit elsewhere wins over the queue, but may be unintended: OBS's Properties dialog restores an old playlist when
+// it is cancelled. So the user can bring the replaced queue back.
+void Reelhouse::storeReplacedQueue(obs_source_t *source)
 {
 	OBSDataAutoRelease privateSettings = obs_source_get_private_settings(source);
 	const ReplacedQueue before = ReplacedQueue::read(privateSettings);
@@ -190,7 +189,7 @@ void Reelhouse::keepReplacedQueue(obs_source_t *source)
 	     ui("BringBackReplacedQueue").toUtf8().constData());
 }
 
-// From here on the queue is the user's own, also if an edit made elsewhere has made it.
+// Makes the queue the user's own, even if an edit elsewhere has made it.
 void Reelhouse::markTouched()
 {
 	OBSSourceAutoRelease source = lockSource();
@@ -213,7 +212,7 @@ bool Reelhouse::canBringBack() const
 	return ReplacedQueue::read(privateSettings).record != nullptr;
 }
 
-// What the source plays goes on: its playlist stays, and is no edit made elsewhere from here on.
+// The source goes on playing. Its playlist becomes the observed one, so it does not count as an edit elsewhere.
 void Reelhouse::bringBackReplaced()
 {
 	const Operation operation(this);
@@ -224,12 +223,12 @@ void Reelhouse::bringBackReplaced()
 	const ReplacedQueue asked = ReplacedQueue::read(privateSettings);
 	if (!asked.record)
 		return;
-	// While a switch waits, its playlist is not an edit made elsewhere.
+	// While a switch is pending, the source still has the old playlist, which is not an edit elsewhere.
 	if (!switchPending)
-		takeOutsideEdit(source);
+		followEditElsewhere(source);
 	cancelSwitch();
 	ReplacedQueue next = ReplacedQueue::read(privateSettings);
-	// A queue of the user's own that only now was found replaced stays to be brought back.
+	// If followEditElsewhere() has just replaced a queue of the user's own, that queue stays the replaced one.
 	if (next.record == asked.record) {
 		next.record = OBSDataAutoRelease(storedRecord(privateSettings));
 		next.isUntouched = next.presentUntouched;
@@ -250,7 +249,8 @@ void Reelhouse::bringBackReplaced()
 	clearError();
 }
 
-// The track that a source with a playlist of one entry holds. The same file may be queued more than once.
+// Returns the id of the track that the source holds, if its playlist is one entry; else an empty string. Prefers the
+// given id, because the same file may be queued more than once.
 QString Reelhouse::idHeldBySource(const QString &preferredId) const
 {
 	if (observed.size() != 1)

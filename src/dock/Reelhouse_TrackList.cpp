@@ -31,7 +31,7 @@ qint64 measure(const QString &path)
 	return file.isFile() ? file.size() : SizeMissing;
 }
 
-// Measures the tracks that have no size yet, each path once. What is known of a path counts for all its tracks.
+// Measures the tracks that have no size yet. All tracks of one path share its size, so each path is measured once.
 void measureTracks(QList<Track> &tracks)
 {
 	QHash<QString, qint64> sizes;
@@ -56,12 +56,13 @@ void measureTracks(QList<Track> &tracks)
 	}
 }
 
-// Which rows a search text shows: the row of a number after "#", else every row whose path contains the text.
+// Decides which rows a search text shows: for "#" and a number the row of that number, else every row whose path
+// contains the text.
 class RowFilter {
 public:
 	explicit RowFilter(const QString &text_) : text(text_), byNumber(text.startsWith(u'#'))
 	{
-		// What is no number reads 0, which is no row's.
+		// toInt() returns 0 for a text that is no number, and no row has the number 0.
 		if (byNumber)
 			numberedRow = qint64(QStringView(text).mid(1).toInt()) - 1;
 	}
@@ -97,7 +98,7 @@ bool Reelhouse::hasRowOf(const Track &track, int row) const
 	return playlistWidget->trackRow(row)->track() == track;
 }
 
-// Makes the rows those of the tracks. The rows at the list's start and end that are right already stay as they are.
+// Makes one row for each track. Rows at the start and the end of the list that already fit their tracks stay.
 void Reelhouse::updateRows()
 {
 	reordering = true;
@@ -113,8 +114,8 @@ void Reelhouse::updateRows()
 	while (start + end < shorter && hasRowOf(tracks.at(count - 1 - end), playlistWidget->count() - 1 - end))
 		end++;
 
-	// Each new row shifts those behind it, and each row that is hidden is told of it. Where that takes longer than
-	// making all rows anew, they are made anew.
+	// Qt shifts the rows behind each new row and tells each hidden row about it. If that takes longer than making
+	// all rows again, make all rows again.
 	const qint64 added = count - start - end;
 	if (added * (1 + (end + playlistWidget->count() - shownCount) / 1000) > count - added) {
 		playlistWidget->clear();
@@ -132,8 +133,8 @@ void Reelhouse::updateRows()
 	reordering = false;
 }
 
-// After an edit that is not the user's own: his selection, search and scroll position stay.
-void Reelhouse::showQuietly()
+// For an edit by other code: the user's selection, search text and scroll position stay.
+void Reelhouse::updateListKeepingView()
 {
 	const QSignalBlocker blocker(playlistWidget);
 	const QSet<QString> selected = playlistWidget->selectedIds();
@@ -150,18 +151,18 @@ void Reelhouse::showQuietly()
 									       ? QItemSelectionModel::NoUpdate
 									       : QItemSelectionModel::ClearAndSelect);
 	}
-	// Another row has the number that is looked for.
+	// A search for a row number now matches another row.
 	if (wasEmpty || searchText().startsWith(u'#'))
 		filterList();
-	// At once, so that the scroll bar's range fits the rows before its value is set.
+	// Lay out now, so that the scroll bar's range fits the rows before its value is set.
 	playlistWidget->doItemsLayout();
 	playlistWidget->verticalScrollBar()->setValue(scrolled);
 	showCount();
 	updateButtons();
 }
 
-// The id of the current row, if its track is still in the queue, else of the next row that the search shows and whose track
-// is, else of the one before. Empty when no row is current.
+// Returns the id of the current row if its track is still in the queue and the search shows it; else that of the next
+// such row, or of the previous one if there is no next. Empty when there is no such row.
 QString Reelhouse::nearestTrackInQueue() const
 {
 	const int current = playlistWidget->currentRow();
@@ -189,7 +190,7 @@ void Reelhouse::filterList()
 	QToolTip::showText(QPoint(), QString());
 	const QSignalBlocker blocker(playlistWidget);
 	filterRows();
-	// Without a filter the user's own row stays.
+	// Without a search the current row stays.
 	if (!searchText().isEmpty() || !playlistWidget->currentItem()) {
 		QListWidgetItem *first = nullptr;
 		for (int i = 0; i < playlistWidget->count() && !first; i++) {
@@ -211,7 +212,7 @@ void Reelhouse::filterRows()
 	shownCount = 0;
 	for (int i = 0; i < playlistWidget->count(); i++) {
 		const bool shown = filter.shows(i, playlistWidget->trackRow(i)->path());
-		// Qt puts off a layout and a repaint for each row that it is told about, changed or not.
+		// Qt schedules a layout and a repaint for every call, even if the row does not change.
 		if (playlistWidget->isRowHidden(i) == shown)
 			playlistWidget->setRowHidden(i, !shown);
 		shownCount += shown;
@@ -225,7 +226,7 @@ void Reelhouse::showCount()
 	explainEmptyList();
 }
 
-// While no scene collection is there to work on, there is nothing to say.
+// While no scene collection is active, the list explains nothing.
 void Reelhouse::explainEmptyList()
 {
 	const char *key = nullptr;
@@ -238,9 +239,9 @@ void Reelhouse::explainEmptyList()
 			key = tracks.isEmpty() ? "ListEmptyQueue" : "ListNothingFound";
 	}
 	playlistWidget->setEmptyText(key ? ui(key) : QString());
-	// What a look at the list tells, for the ear.
+	// A screen reader reads this description, not the painted text.
 	const QString description = ui(key ? key : "PlaylistDescription");
-	// Qt announces a description that is set again, too.
+	// Qt announces every description that is set, even an equal one.
 	if (playlistWidget->accessibleDescription() != description)
 		playlistWidget->setAccessibleDescription(description);
 }
@@ -260,7 +261,7 @@ QString Reelhouse::searchText() const
 	return searchEdit->text().trimmed();
 }
 
-// Goes through the selection's ranges rather than its items: this runs on every poll, and a list may be selected whole.
+// Walk the ranges of the selection, not its items: every poll calls this, and the whole list may be selected.
 int Reelhouse::visibleSelectionCount() const
 {
 	int count = 0;
@@ -297,7 +298,7 @@ void Reelhouse::restoreView(const QString &uuid)
 	}
 	const QSignalBlocker blocker(playlistWidget);
 	playlistWidget->setCurrentItem(row, QItemSelectionModel::ClearAndSelect);
-	// At once, so that the scroll bar's range fits the rows before its value is set.
+	// Lay out now, so that the scroll bar's range fits the rows before its value is set.
 	playlistWidget->doItemsLayout();
 	playlistWidget->verticalScrollBar()->setValue(view->scrollValue);
 	updateButtons();

@@ -18,7 +18,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Qt announces every name that is set, and a screen reader would hear each poll's.
+// Qt announces a name whenever it is set, and a screen reader would read it out at every poll.
 void setNameIfChanged(QWidget *widget, const QString &name)
 {
 	if (widget->accessibleName() != name)
@@ -53,7 +53,7 @@ void Reelhouse::toggleTimeDisplay()
 	saveSelection();
 }
 
-// The poll leaves the slider alone meanwhile.
+// While the slider is held, the poll does not move it.
 bool Reelhouse::isSliderHeld() const
 {
 	return seekSlider->isSliderDown() || steppingSlider;
@@ -64,8 +64,8 @@ qint64 Reelhouse::timeAtSlider(int value) const
 	return durationMs * value / 1000;
 }
 
-// A seek is meant for the media that the user saw when he took the slider. Every switch, stop, bind, reload and suspend
-// has a serial of its own, and what is released after one seeks nothing.
+// A seek belongs to the media that played when the user took the slider. Every switch, stop, bind, reload and suspend
+// raises the serial, and a slider that is released after one of them seeks nothing.
 void Reelhouse::beginSeek()
 {
 	endStepping();
@@ -74,7 +74,7 @@ void Reelhouse::beginSeek()
 	updateTime(timeAtSlider(seekSlider->value()));
 }
 
-// Keys, the wheel and assistive technology say no more than the new value: the seek follows when they rest.
+// Keys, the wheel and assistive technology report each new value, but no release. The seek follows when they rest.
 void Reelhouse::stepSeek(int value)
 {
 	if (seekSlider->isSliderDown())
@@ -110,7 +110,7 @@ void Reelhouse::seekToSlider()
 	OBSSourceAutoRelease source = lockSource();
 	if (!source || switchPending)
 		return;
-	// Read anew: just after a switch the poll's duration is still the previous track's.
+	// Read the duration again: just after a switch, the last poll's is that of the previous track.
 	durationMs = std::max<qint64>(obs_source_media_get_duration(source), 0);
 	if (durationMs < 1)
 		return;
@@ -145,8 +145,8 @@ void Reelhouse::updateButtons()
 		Q_EMIT control->canBringBackChanged(bringsBack);
 }
 
-// A switch disables two controls for a moment. Qt would hand the keyboard focus on to the next one, stop or the end
-// mode, and the user's next key would act there; so nobody has it until it comes back.
+// A switch disables two controls for a moment. Qt would give their keyboard focus to the next control, stop or the end
+// mode, and the user's next key would act there. So no control has the focus until the switch ends.
 void Reelhouse::holdFocus()
 {
 	QWidget *focused = window()->focusWidget();
@@ -181,7 +181,7 @@ void Reelhouse::showError(const QString &message)
 {
 	messageLabel->setText(u"⚠ "_s + message);
 	messageLabel->show();
-	// Nobody who cannot see the label would hear of it otherwise.
+	// A screen reader does not notice a new text of the label.
 	QAccessibleAnnouncementEvent announcement(messageLabel, message);
 	QAccessible::updateAccessibility(&announcement);
 	blog(LOG_WARNING, "[OBS-Reelhouse] %s", message.toUtf8().constData());

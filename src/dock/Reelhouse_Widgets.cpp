@@ -102,7 +102,7 @@ void Reelhouse::buildUi()
 
 	setTabOrder({addFilesButton, sourceSelector, findChild<QToolButton *>(u"refresh"_s), searchEdit, playlistWidget,
 		     previousButton, playPauseButton, stopButton, nextButton, seekSlider, timeLabel, endModeSelector});
-	// Only the event filter shows tooltips.
+	// The event filter and the message label show tooltips of their own.
 	for (QWidget *child : findChildren<QWidget *>())
 		child->setToolTip(QString());
 }

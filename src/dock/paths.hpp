@@ -8,6 +8,8 @@
 
 namespace reelhouse {
 
+// Playlist entries and the settings that hold them. The functions keep no state and may run on any thread.
+
 // Keys of the VLC source's own settings.
 inline constexpr char sourceTypeId[] = "vlc_source";
 inline constexpr char playlistKey[] = "playlist";

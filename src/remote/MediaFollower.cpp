@@ -82,8 +82,8 @@ void MediaFollower::sendPause(bool paused)
 	obs_source_media_play_pause(source, paused);
 }
 
-// VLC loses a resume just after a pause and a pause just after a resume, so send the second of two again, once. A single
-// request is not sent again: the user may have changed the state meanwhile.
+// VLC loses a resume just after a pause and a pause just after a resume, so send the second of two again, once. Do not
+// send a single request again: the user may have changed the state meanwhile.
 void MediaFollower::followPending(obs_media_state state)
 {
 	if (!pending || ++pendingPolls < pollsToSettle)

@@ -17,33 +17,33 @@ namespace reelhouse {
 
 namespace {
 
-// How long the user-interface thread may take before a request is given up.
+// A request that has not begun after this time is given up.
 constexpr std::chrono::seconds requestTimeout(5);
 
-// A request on its way from a thread of the plug-in's to the user-interface thread and back.
+// A request that a thread of the plug-in hands to the user-interface thread.
 struct Task {
 	enum State { Waiting, Running, Done, GivenUp };
 
 	const RemoteControl::Endpoint &endpoint;
-	obs_data_t *const data; // the plug-in's, which keeps it until the task is done or given up
+	obs_data_t *const data; // the plug-in owns it and keeps it until the task is done or given up
 	Response response;
 	State state = Waiting;
 };
 
-// What the plug-in's threads and the user-interface thread share. It outlives every RemoteControl: the plug-in cannot be
-// told to forget a request once the plug-in itself may be gone.
+// The state that the plug-in's threads and the user-interface thread share. It is never destroyed before the process
+// ends: the plug-in may send a request after the RemoteControl is gone.
 struct Dispatcher {
-	std::mutex mutex; // guards the rest, and the states of all tasks
+	std::mutex mutex; // guards the other members and the state of each task
 	std::condition_variable changed;
 	RemoteControl *remote = nullptr; // null: closed
-	// A task was given up and the user-interface thread has run none since. No request waits meanwhile: that thread
-	// may be waiting for the plug-in's threads, and would wait for each of their requests in turn.
+	// A task was given up, and the user-interface thread has run none since. Until it does, no request waits: that
+	// thread may be waiting for the plug-in's threads, and would then wait for each of their requests in turn.
 	bool stalled = false;
 	Response unavailable;
 	Response graphicsThread;
 } dispatcher;
 
-// User-interface thread. Does nothing for a task that was given up, whose data may be gone.
+// User-interface thread. Does nothing for a task that was given up: its data may be gone.
 void run(Task &task)
 {
 	RemoteControl *remote = nullptr;
@@ -63,12 +63,12 @@ void run(Task &task)
 	dispatcher.changed.notify_all();
 }
 
-// On the thread that asks: one of the plug-in's, or for another module any thread. A task that has begun is waited for
-// however long it takes: it is done, and so must be answered.
+// Runs on a thread of the plug-in, or on any thread when another module sends the request. Waits for a task that is
+// running however long it takes: its effects happen, so the response must tell them.
 Response dispatch(const std::shared_ptr<Task> &task)
 {
 	std::unique_lock lock(dispatcher.mutex);
-	// The plug-in runs a batch that is in step with the frames on this thread: to wait here stops the picture.
+	// The plug-in runs a serial-frame batch on the graphics thread. A wait here would stop the picture.
 	if (obs_in_task_thread(OBS_TASK_GRAPHICS))
 		return dispatcher.graphicsThread;
 	RemoteControl *remote = dispatcher.remote;
@@ -77,7 +77,7 @@ Response dispatch(const std::shared_ptr<Task> &task)
 		return remote->serve(task->endpoint, task->data);
 	}
 	if (remote && !dispatcher.stalled) {
-		// With the dispatcher locked, the RemoteControl cannot go away under this.
+		// The locked dispatcher keeps the RemoteControl alive during this call.
 		QMetaObject::invokeMethod(remote, [task] { run(*task); }, Qt::QueuedConnection);
 		dispatcher.changed.wait_for(lock, requestTimeout,
 					    [&task] { return !dispatcher.remote || task->state == Task::Done; });
@@ -96,7 +96,7 @@ void handleRequest(obs_data_t *data, obs_data_t *responseData, void *endpoint)
 	dispatch(task)(responseData);
 }
 
-// Refuses a request that means another source than the bound one.
+// Refuses a request that names another source than the bound one.
 void checkSource(Request &request, obs_source_t *source)
 {
 	const bool otherName = request.has("sourceName") &&
@@ -111,7 +111,7 @@ void checkSource(Request &request, obs_source_t *source)
 
 void RemoteControl::start(QueueControl *queue)
 {
-	// What the header has kept belongs to an earlier start of libobs in this process.
+	// The plug-in's header caches this pointer, which may be left from an earlier start of libobs in this process.
 	_ph = nullptr;
 	const obs_websocket_vendor vendor = obs_websocket_register_vendor("OBS-Reelhouse");
 	if (!vendor) {

@@ -10,12 +10,9 @@
 
 namespace reelhouse {
 
-// The dock's remote control: requests and events of a vendor of OBS's WebSocket plug-in.
-// A request comes on a thread of the plug-in, and that thread waits while the user-interface thread serves the request.
-// Everything else runs on the user-interface thread.
-//
-// A request comes on one of that plug-in's threads, which waits while the user-interface thread serves it. Everything
-// else runs on the user-interface thread.
+// The dock's remote control: requests and events of a vendor of OBS's WebSocket plug-in. A request comes on a thread of
+// the plug-in, and that thread waits while the user-interface thread serves the request. Everything else runs on the
+// user-interface thread.
 class RemoteControl : public QObject {
 public:
 	// A kind of request that clients can send.
@@ -35,13 +32,13 @@ public:
 		bool changes() const { return kind == Chooses || kind == Acts; }
 	};
 
-	// RemoteControl_Requests.cpp
+	// Returns all endpoints. RemoteControl_Requests.cpp
 	static std::span<const Endpoint> endpoints();
 	// Returns the names of all events. RemoteControl_Events.cpp
 	static std::span<const char *const> events();
 
-	// Registers the vendor and its requests until the dock is destroyed. Without the WebSocket plug-in it only
-	// writes a log line. Call it when all modules are loaded.
+	// Registers the vendor and its requests. The queue owns the remote control. Without the WebSocket plug-in it
+	// only writes a log line. Call it when all modules are loaded.
 	static void start(QueueControl *queue);
 	// Refuses all waiting and later requests at once, and sends no more events. Call it before the user-interface
 	// thread waits for the plug-in's threads at OBS's exit. Does nothing when called again, or before start().
@@ -49,6 +46,7 @@ public:
 
 	~RemoteControl() override;
 
+	// Carries out a request with these fields. Returns its response, or that of a refusal.
 	Response serve(const Endpoint &endpoint, obs_data_t *data);
 
 private:
@@ -56,6 +54,7 @@ private:
 
 	void emitEvent(const char *type, obs_data_t *data);
 
+	// Adds the state after the request to a response.
 	Response withState(const Response &response) const;
 
 	// RemoteControl_Events.cpp
@@ -85,9 +84,9 @@ private:
 	QueueControl *const queue; // the parent
 	void *const vendor;        // the plug-in's
 	MediaFollower media;
-	TagReader &tagReader; // the dock's
-	Tags currentTags;     // as last sent
-	State seen;
+	TagReader &tagReader;     // the dock's
+	Tags currentTags;         // as last sent
+	State seen;               // the dock's state when it was last compared
 	qint64 revision = 0;      // grows with every change of the state
 	qint64 queueRevision = 0; // the revision of the last change of the queue
 	QTimer queueTimer;        // runs while a change of the queue has yet to be announced

@@ -50,6 +50,7 @@ Response refusalResponse(Refusal refusal, const QString &detail = QString());
 // type refuses the request and returns an empty value. The first refusal counts.
 class Request {
 public:
+	// The arguments must outlive the request.
 	Request(QueueControl &queue, MediaFollower &media, TagReader &tagReader, obs_data_t *data, qint64 revision);
 
 	QueueControl &queue;
@@ -57,6 +58,7 @@ public:
 	TagReader &tagReader;
 	const qint64 revision;
 
+	// Whether the request has this field, of any type.
 	bool has(const char *key) const;
 	QString text(const char *key);
 	qint64 integer(const char *key);
@@ -72,6 +74,7 @@ public:
 	bool isRefused() const { return static_cast<bool>(refused); }
 	// Sets the values that a successful response has beside "success".
 	void respond(Response fill) { filled = std::move(fill); }
+	// Returns the refusal, or else a response with "success" and the values of respond().
 	Response response() const;
 
 private:

@@ -15,7 +15,7 @@ QSize MessageLabel::minimumSizeHint() const
 	return QSize(0, QLabel::minimumSizeHint().height());
 }
 
-// Not by the tool tip property, which the style would wrap and a screen reader would take for the label's description.
+// Do not set the tooltip property: a screen reader would read it as the label's description.
 bool MessageLabel::event(QEvent *event)
 {
 	if (event->type() != QEvent::ToolTip || text().isEmpty())

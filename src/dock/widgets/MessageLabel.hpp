@@ -5,8 +5,8 @@
 
 namespace reelhouse {
 
-// A line of plain text that gives way to its neighbours: where there is no room for it all, its end is cut, since a message
-// starts with what is wrong. With the pointer on it the message shows whole.
+// Shows one line of plain text. In a narrow row it shrinks and cuts the end of the text, because a message starts with
+// what is wrong. A tooltip shows the whole text.
 class MessageLabel : public QLabel {
 public:
 	using QLabel::QLabel;

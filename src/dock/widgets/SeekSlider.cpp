@@ -12,7 +12,7 @@ namespace reelhouse {
 
 namespace {
 
-// Others, modifiers of the wheel among them, may be held meanwhile.
+// Other keys may be held for another purpose, such as a modifier of the wheel.
 bool movesSlider(int key)
 {
 	switch (key) {
@@ -54,7 +54,7 @@ void SeekSlider::mousePressEvent(QMouseEvent *event)
 	const int offset = pointer.x() - groove.left() - handle.width() / 2;
 	setValue(QStyle::sliderValueFromPosition(minimum(), maximum(), offset, span, option.upsideDown));
 
-	// The base class has to take the press for one on the handle. It now lies under the pointer, or, in a theme whose
+	// The base class must see a press on the handle. The handle now lies under the pointer, or, in a theme whose
 	// handle is lower than the slider, just above or below it.
 	const QRect moved = part(QStyle::SC_SliderHandle);
 	const QPointF onHandle(std::clamp(pointer.x(), moved.left(), moved.right()),
@@ -65,19 +65,20 @@ void SeekSlider::mousePressEvent(QMouseEvent *event)
 	event->setAccepted(press.isAccepted());
 }
 
-// A press ends when the slider is disabled under it. Qt would let the pointer move the slider again afterwards.
+// A press ends when the slider is disabled. When it is enabled again, Qt would still let the held pointer move it.
 void SeekSlider::mouseMoveEvent(QMouseEvent *event)
 {
 	if (isSliderDown())
 		QSlider::mouseMoveEvent(event);
 }
 
-// Before the base class moves the slider, which asks whether a key is down. X11 repeats a held key by pairs of release and
-// press at the same moment, of which Qt does not always mark both.
+// Note the key before the base class moves the slider: the receivers of that move ask for it. X11 repeats a held key as
+// a release and a press at the same moment, and Qt does not always mark both as a repeat.
 void SeekSlider::keyPressEvent(QKeyEvent *event)
 {
-	const bool goesOn = event->timestamp() != 0 && event->timestamp() == releasedAt && event->key() == releasedKey;
-	if (movesSlider(event->key()) && (!event->isAutoRepeat() || goesOn))
+	const bool followsRelease = event->timestamp() != 0 && event->timestamp() == releasedAt &&
+				    event->key() == releasedKey;
+	if (movesSlider(event->key()) && (!event->isAutoRepeat() || followsRelease))
 		pressKey(event->key());
 	QSlider::keyPressEvent(event);
 }

@@ -7,20 +7,21 @@
 
 namespace reelhouse {
 
-// A horizontal slider that jumps to where it is clicked and is held down from there, so that a click reports what a
-// drag of the handle reports: pressed, perhaps moved, released.
+// A horizontal slider whose handle jumps to the pointer when the slider is clicked. From there the press counts as one
+// on the handle, so a click and a drag of the handle emit the same signals: pressed, perhaps moved, released.
 class SeekSlider : public QSlider {
 	Q_OBJECT
 
 public:
 	explicit SeekSlider(QWidget *parent) : QSlider(Qt::Horizontal, parent) {}
 
-	// Whether a key that moves the slider is down and went down here. A key that was held before the slider had the focus
-	// does not count.
+	// Whether a key that moves the slider is held. A key that went down before the slider had the focus does not
+	// count.
 	bool isKeyDown() const { return !keysDown.isEmpty(); }
 
 Q_SIGNALS:
-	// The first of these keys went down, or the last one was let go of or lost with the focus.
+	// Emitted with true when the first of these keys goes down, and with false when the last one is released or the
+	// slider loses the focus.
 	void keyDownChanged(bool down);
 
 protected:
@@ -36,9 +37,9 @@ private:
 	void pressKey(int key);
 	void releaseKeys();
 
-	QSet<int> keysDown;
-	int releasedKey = 0;    // the last one
-	quint64 releasedAt = 0; // in ms of the window system
+	QSet<int> keysDown;     // Qt::Key values
+	int releasedKey = 0;    // the key that was released last
+	quint64 releasedAt = 0; // time stamp of that release, in ms of the window system
 };
 
 } // namespace reelhouse

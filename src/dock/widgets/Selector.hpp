@@ -5,8 +5,8 @@
 
 namespace reelhouse {
 
-// A combo box for long names. A name that is too long ends in "…". The open list is as wide as its longest entry, up to
-// the width of the screen.
+// A combo box for long names. A name that is too long ends in "…". The open list is as wide as its longest entry, but
+// not wider than the screen.
 class Selector : public QComboBox {
 public:
 	explicit Selector(QWidget *parent);

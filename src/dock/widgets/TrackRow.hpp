@@ -7,8 +7,8 @@
 
 namespace reelhouse {
 
-// A row of the list. It makes the data of each role on demand: a long queue takes 1.5 times as long to show with stored
-// data.
+// A row of the list, which owns it. It makes the data of each role on demand: with stored data, a long queue takes 1.5
+// times as long to show.
 class TrackRow : public QListWidgetItem {
 public:
 	TrackRow(const Track &track, bool current);

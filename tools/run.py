@@ -12,6 +12,7 @@ from pathlib import Path
 import obs_config
 from obs_config import SOURCE
 from obs_host import CONTENT, Desktop, HostError, Obs, free_port, press_key, wait_for, xdotool
+from page import open_page
 
 # A track counts as playing after this many milliseconds.
 PLAYED_MS = 1000
@@ -20,6 +21,12 @@ PICTURED = (("Countdown.mp4", 120, 31.4), ("Opening titles.mp4", 45, 22.8), ("Ha
             ("Interview, part 1.mp4", 640, 402.3), ("Sponsors.mp4", 30, 12.1), ("Interview, part 2.mp4", 580, 377.9),
             ("Nina Vale – Northern Lights.mp4", 245, 96.5), ("Viewers' questions.mp4", 410, 251.0),
             ("Rain on the window (loop).mp4", 90, 40.2), ("Closing credits.mp4", 75, 28.7))
+# What plays in the pictures of the now-playing page: name, length in seconds, title and artist of each track.
+TAGGED = (("opening.mp4", 150, "Good Evening", "The House Band"), ("break.mp4", 45, "Back in a Minute", ""),
+          ("feature.mp4", 120, "A Long Way Down", "Ann Example"))
+# The pictures of that page: name, options of its URL, and whether what OBS shows is behind it.
+OVERLAYS = (("overlay-light.png", "&next=2&remaining", False),
+            ("overlay-video.png", "&corner=top-right&accent=gold", True))
 
 
 def prepare(home, layout, media, port, other_scenes=(), **options):
@@ -39,6 +46,18 @@ def make_pictured(folder):
                         f"gradients=size=640x360:rate=2:duration={seconds}:seed={number}:speed=0.02:n=3",
                         "-c:v", "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p", path], check=True)
         os.truncate(path, int(mebibytes * 2**20))
+        yield path
+
+
+def make_tagged(folder):
+    """Makes the media of the pictures of the now-playing page: a busy film with tags."""
+    folder.mkdir()
+    for name, seconds, title, artist in TAGGED:
+        path = folder / name
+        subprocess.run(["ffmpeg", "-nostdin", "-v", "error", "-f", "lavfi", "-i",
+                        f"testsrc2=size=640x360:rate=10:duration={seconds}", "-metadata", f"title={title}",
+                        "-metadata", f"artist={artist}", "-c:v", "libx264", "-preset", "ultrafast",
+                        "-pix_fmt", "yuv420p", path], check=True)
         yield path
 
 
@@ -133,8 +152,21 @@ def play_through(arguments):
     return watch(arguments, arguments.media, use, preview=False)
 
 
+def picture_overlay(obs, folder, path, options, on_video):
+    """Takes a picture of the now-playing page in a browser, on white or on what OBS shows."""
+    size = {"width": 640, "height": 360}
+    with open_page(folder, obs.port, options, **size) as page:
+        if on_video:
+            frame = obs.request("GetSourceScreenshot", sourceName=obs_config.SCENE, imageFormat="png",
+                                imageWidth=size["width"], imageHeight=size["height"])["imageData"]
+            page.look(f"document.documentElement.style.background = `url({frame})`")
+        wait_for("the page has faded in", lambda: page.look("getComputedStyle(panel).opacity == 1"))
+        page.screenshot(path)
+
+
 def take_pictures(arguments):
-    """Makes the README's pictures: the dock at the bottom in a dark theme, at the side in a light one, and a film."""
+    """Makes the pictures of the documentation: the dock at the bottom in a dark theme, at the side in a light one, a
+    film, and the now-playing page."""
     media = list(make_pictured(arguments.home / "Show"))
     labels = [path.name for path in media]
 
@@ -150,9 +182,15 @@ def take_pictures(arguments):
     def side(obs, desktop):
         play_track(obs, labels[6])
         desktop.screenshot(arguments.pictures / "screenshot-side.png")
+
+    def on_air(obs, desktop):
+        play_track(obs, TAGGED[0][0])
+        for name, options, on_video in OVERLAYS:
+            picture_overlay(obs, arguments.home / name, arguments.pictures / name, options, on_video)
     code = watch(arguments, media, below, size="1440x900", other_scenes=["Welcome"])
-    return code or watch(arguments, media, side, size="1440x900", other_scenes=["Welcome"], side=True,
+    code = code or watch(arguments, media, side, size="1440x900", other_scenes=["Welcome"], side=True,
                          theme="com.obsproject.Yami.Light")
+    return code or watch(arguments, list(make_tagged(arguments.home / "Tagged")), on_air, preview=False)
 
 
 def main():
@@ -162,7 +200,7 @@ def main():
     parser.add_argument("--data", type=Path, required=True, help="the module's data folder")
     parser.add_argument("--layout", type=Path, required=True, help="the program that prints the dock layout")
     parser.add_argument("--screenshot", type=Path, help="where the screenshot goes, without a display")
-    parser.add_argument("--pictures", type=Path, help="the folder for the README's pictures, which this makes instead")
+    parser.add_argument("--pictures", type=Path, help="the folder for the documentation's pictures, made instead")
     parser.add_argument("media", nargs="*", type=Path)
     arguments = parser.parse_args()
     arguments.media = [path.absolute() for path in arguments.media]

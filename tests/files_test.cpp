@@ -16,21 +16,17 @@ protected:
 	{
 		return name.contains(u':') || name.startsWith(u'/') ? name : QDir::cleanPath(folder.filePath(name));
 	}
-	void pickFile(const char *command, const QString &file, const std::function<void()> &meanwhile = [] {})
+	void pickFile(const char *command, const QString &file,
+		      const std::function<void(QFileDialog *)> &meanwhile = {})
 	{
 		action(command)->trigger();
 		QPointer<QFileDialog> dialog = frontend->dock->findChild<QFileDialog *>();
 		ASSERT_TRUE(dialog);
-		meanwhile();
+		if (meanwhile)
+			meanwhile(dialog);
 		dialog->selectFile(file);
 		QMetaObject::invokeMethod(dialog.data(), "accept");
 		EXPECT_TRUE(waitFor([&dialog] { return dialog.isNull(); }));
-	}
-	static OBSSource makeText(const char *name, const char *settings)
-	{
-		OBSDataAutoRelease data = obs_data_create_from_json(settings);
-		OBSSourceAutoRelease text = obs_source_create("text_ft2_source", name, data, nullptr);
-		return text.Get();
 	}
 	QList<QAction *> textEntries() const
 	{
@@ -80,7 +76,7 @@ TEST_F(Files, PlaylistsAreRead)
 // Whatever names a queue holds, both formats give them back, and those in the playlist's folder move with it.
 TEST_F(Files, PlaylistsComeBack)
 {
-	QList<PlaylistEntry> entries = {{u"http://h/ü x?y=%20#z"_s, u"A\nB\x02"_s, 61499}, {u"/m/a"_s, u"</title>"_s}};
+	QList<PlaylistEntry> entries = {{u"http://h/ü x?y=%20#z"_s, u"A\nB\x02"_s, 61500}, {u"/m/a"_s, u"</title>"_s}};
 	for (const QString &name : {u"plain"_s, u" two  spaces .mp3"_s, u"#1.mp3"_s, u"a?b&<c>\"'.mp3"_s,
 				    u"50%25.mp3"_s, u"back\\slash"_s, u"line\nend"_s, u"C:/x"_s, u"sub/🎵 é ש.mp3"_s})
 		entries.append({folder.filePath(name), name});
@@ -94,7 +90,7 @@ TEST_F(Files, PlaylistsComeBack)
 	}
 	QFile file(at(u"out.m3u8"_s));
 	ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-	EXPECT_TRUE(file.readAll().startsWith("#EXTM3U\n#EXTINF:61,A B\nhttp://h/ü x?y=%20#z\n"
+	EXPECT_TRUE(file.readAll().startsWith("#EXTM3U\n#EXTINF:62,A B\nhttp://h/ü x?y=%20#z\n"
 					      "#EXTINF:-1,</title>\n/m/a\n#EXTINF:-1,plain\nplain\n"));
 }
 
@@ -108,22 +104,28 @@ TEST_F(Files, ThePlaylistFilesOfTheToolsMenu)
 	EXPECT_TRUE(child<QLabel>("message")->text().contains(u"empty.pls has no entries"_s));
 	pickFile("exportPlaylist", at(u"out"_s));
 	EXPECT_EQ(readPlaylist(at(u"out.m3u8"_s)).paths, rowPaths());
-	pickFile("importPlaylist", at(u"in.m3u"_s), [this] { step(u"choose T"_s); });
+	pickFile("importPlaylist", at(u"in.m3u"_s), [this](QFileDialog *) { step(u"choose T"_s); });
 	EXPECT_EQ(rowPaths(), paths({u"X"_s, u"Y"_s})) << "which it was not picked for";
-	step(u"choose S; choose"_s);
-	EXPECT_FALSE(action("exportPlaylist")->isEnabled());
+	pickFile("exportPlaylist", at(u"out"_s),
+		 [](QFileDialog *dialog) { Q_EMIT dialog->filterSelected(dialog->nameFilters()[1]); });
+	EXPECT_EQ(readPlaylist(at(u"out.xspf"_s)).paths, rowPaths());
+	step(u"choose"_s);
+	EXPECT_FALSE(action("importPlaylist")->isEnabled() || action("exportPlaylist")->isEnabled());
+	step(u"choose S"_s);
 	EXPECT_EQ(frontend->toolsMenu.children().size(), 1);
 	action("importPlaylist")->trigger();
 	plugin.end();
 	sources.clear();
-	endObs(); // under an open dialog
+	EXPECT_TRUE(frontend->dock->findChild<QFileDialog *>());
+	endObs(); // under the open dialog
 	EXPECT_TRUE(frontend->toolsMenu.children().isEmpty());
 }
 
 TEST_F(Files, TheCurrentTrackStandsInATextSource)
 {
-	const OBSSource text = makeText("T & U", R"({"text": "old", "outline": true})");
-	const OBSSource shownFile = makeText("F", R"({"from_file": true, "text": "old"})");
+	const char *kind = "text_ft2_source";
+	const OBSSource text = makeSource(u"T & U"_s, {}, R"({"text": "old", "outline": true})", kind);
+	const OBSSource shownFile = makeSource(u"F"_s, {}, R"({"text": "old", "from_file": true})", kind);
 	on("showIn", [this](const Words &words) { textEntries()[words[0].toInt()]->trigger(); });
 	on("type", [&text, this](const Words &words) {
 		obs_source_update(text, OBSDataAutoRelease(obs_data_create_from_json(json(words[0]).constData())));
@@ -135,10 +137,13 @@ TEST_F(Files, TheCurrentTrackStandsInATextSource)
 	tell("the title of what plays", "One.song.mp3 http://h/two",
 	     {
 		     {"start One.song.mp3; text?", "old"},
-		     {"showIn 1; text?", "One.song"},
+		     {"showIn 0; saves?; showIn 1; saves?", "1"},
+		     {"text?", "One.song"},
 		     {"media paused; look; text?", "One.song"},
+		     {"media buffering; look; text?", "One.song"},
 		     {"play http://h/two; text?", "One.song"},
-		     {"video; media playing; look; text?", "two"},
+		     {"media stopped; video; poll; text?", "One.song"},
+		     {"media playing; look; text?", "two"},
 		     {"type {'text':'old'}; look; text?", "two"},
 		     {"media ended; look; text?", ""},
 		     {"start http://h/two; text?", "two"},

@@ -37,7 +37,6 @@ protected:
 
 	QString path(const QString &name);
 	QStringList paths(const QStringList &names);
-	// Without the folder.
 	QString named(QString paths) const;
 	// The row of that number, or else the first with that name; null when there is none.
 	QListWidgetItem *row(const QString &name) const;

@@ -44,6 +44,13 @@ void Story::addPlayerSteps()
 		on(name, [key = action, this](const Words &words) {
 			QTest::keyEvent(key, child<QSlider>("seek"), QKeySequence(words[0])[0].key());
 		});
+	// As X11 tells of a key that is held down.
+	on("repeat", [this](const Words &words) {
+		for (const QEvent::Type type : {QEvent::KeyRelease, QEvent::KeyPress}) {
+			QKeyEvent event(type, QKeySequence(words[0])[0].key(), {}, {}, true);
+			QApplication::sendEvent(child<QSlider>("seek"), &event);
+		}
+	});
 	on("slide", [this](const Words &words) {
 		auto *slider = child<QSlider>("seek");
 		slider->setSliderDown(slider->isEnabled());

@@ -45,8 +45,13 @@ TEST_F(Threads, RequestsFromManyAreDoneOnceOrRefused)
 	EXPECT_EQ(plugin.request("GetQueue")["error"_L1], u"unavailable"_s) << "the plug-in may ask even then";
 }
 
-TEST_F(Threads, ARequestThatIsGivenUpIsNeverDone)
+TEST_F(Threads, ARequestThatIsRefusedIsNeverDone)
 {
+	// The thread of the pictures must not wait at all.
+	std::thread([this] {
+		onGraphicsThread = true;
+		EXPECT_EQ(plugin.request("PlayNext")["error"_L1], u"graphicsThread"_s);
+	}).join();
 	// Nobody serves the first. The others must not wait as long, or this test runs for minutes.
 	std::thread([this] {
 		for (int i = 0; i < 50; i++)
@@ -69,14 +74,6 @@ TEST_F(Threads, ARequestThatHasBegunIsAnsweredWithWhatBecameOfIt)
 	};
 	ASSERT_TRUE(waitFor([&] { return !plugin.events.empty(); }));
 	EXPECT_EQ(response.get()["success"_L1], true);
-}
-
-TEST_F(Threads, TheGraphicsThreadIsNotHeldUp)
-{
-	std::thread([this] {
-		onGraphicsThread = true;
-		EXPECT_EQ(plugin.request("GetQueue")["error"_L1], u"graphicsThread"_s);
-	}).join();
 }
 
 TEST_F(Threads, ASourceThatStepsWhileItIsLetGoOfStepsNoOther)

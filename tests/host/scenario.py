@@ -33,7 +33,6 @@ def queue(show):
     play(obs, clips[1])
     wait_for("the next track follows by itself", lambda: playing(obs, clips[2]), 15)
     soon("it stops after the last", lambda: obs.playlist(SOURCE), [], 15)
-    soon("the source is at rest", lambda: obs.media(SOURCE)[0] in ("stopped", "none", "ended"), True)
 
     edit_elsewhere(obs, clips[2], long, loop=True, playback_behavior="stop_restart")
     soon("an edit made elsewhere is taken over", obs.labels, [names[2], long.name], 2)
@@ -50,7 +49,6 @@ def queue(show):
     profile.write_text(profile.read_text() + f"\n[Hotkeys]\nOBSBasic.Screenshot={binding}\n")
     obs = show.start()
     soon("the queue after a restart", obs.labels, [names[2], MARK + long.name])
-    expect("the chosen source after a restart", obs.widget("sourceSelector").name, f"Main · {SOURCE}")
     expect("the record after a restart", obs.record(SOURCE), before)
     obs.widget("search").click()
     press_key("l", "o", "Escape", "n")

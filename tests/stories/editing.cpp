@@ -54,8 +54,6 @@ TEST_F(Story, Editing)
 		{"key Ctrl+F; key Del; focus?", "search"},
 		{"search /R; key Return", "(P) (Q) ▶[R] | src P Q R | managed (own) | replaced - | waits"},
 		{"key Esc; focus?", "playlist"},
-		{"key Del", "P Q ▶[R] | src P Q R | managed (own) | replaced - | waits"},
-		{"key Ctrl+Z; key Enter", "P Q ▶[R] | src P Q R | managed (own) | replaced - | waits"},
 	});
 	tell("changes are saved half a second after the last", "P", {
 		{"wait 600; saves?", "1"},

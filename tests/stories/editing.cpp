@@ -53,11 +53,11 @@ TEST_F(Story, Editing)
 		{"focus playlist; select Q; key Return", "P ▶[Q] R | src P Q R | managed (own) | replaced - | waits"},
 		{"key Ctrl+F; key Del; focus?", "search"},
 		{"search /R; key Return", "(P) (Q) ▶[R] | src P Q R | managed (own) | replaced - | waits"},
-		{"key Esc; focus?", "playlist"},
+		{"key Esc", "P Q ▶[R] | src P Q R | managed (own) | replaced - | waits"},
+		{"focus?", "playlist"},
 	});
 	tell("changes are saved half a second after the last", "P", {
-		{"wait 600; saves?", "1"},
-		{"endMode Next; wait 400; endMode Repeat; wait 400; saves?", "0"},
+		{"wait 600; saves?; endMode Next; wait 400; endMode Repeat; wait 400; saves?", "0"},
 		{"wait 100; saves?", "1"},
 		{"drop Q; burst 6000; saves?", "1"},
 		{"wait 2000; endMode Stop; suspend; wait 6000; saves?", "0"},

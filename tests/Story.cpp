@@ -4,8 +4,6 @@
 #include <QDir>
 #include <QRegularExpression>
 
-#include <future>
-
 #include "HeldClock.hpp"
 
 using namespace Qt::StringLiterals;
@@ -120,7 +118,7 @@ QString Story::state()
 	QStringList rows;
 	for (int i = 0; i < list()->count(); i++) {
 		const QListWidgetItem *item = list()->item(i);
-		QString text = named(pathAt(i));
+		QString text = named(rowPaths()[i]);
 		if (item->isSelected())
 			text = u'[' + text + u']';
 		if (list()->isRowHidden(i))
@@ -132,12 +130,12 @@ QString Story::state()
 	QString managed = record["managed"_L1].toBool() ? u"managed"_s : u"own"_s;
 	if (managed != whose)
 		managed += u" ("_s + whose + u')';
-	const QStringList kept = valuesIn(recordOf(source, "OBS-Reelhouse-replaced"), "tracks");
+	const QStringList replaced = valuesIn(recordOf(source, "OBS-Reelhouse-replaced"), "tracks");
 	QStringList parts = {rows.isEmpty() ? u"∅"_s : rows.join(u' '),
-			     (u"src "_s + named(valuesIn(settings, "playlist")).join(u' ')).trimmed(), managed,
-			     u"kept "_s + (!tool()->isEnabled() ? u"-"_s
-					   : kept.isEmpty()     ? u"∅"_s
-								: named(kept).join(u' '))};
+			     (u"src "_s + named(valuesIn(settings, "playlist").join(u' '))).trimmed(), managed,
+			     u"replaced "_s + (!tool()->isEnabled() ? u"-"_s
+					       : replaced.isEmpty() ? u"∅"_s
+								    : named(replaced.join(u' ')))};
 	if (const int mode = record["endMode"_L1].toInt())
 		parts += mode == 1 ? u"next"_s : u"repeat"_s;
 	if (waits())
@@ -178,15 +176,9 @@ QStringList Story::paths(const QStringList &names)
 	return all;
 }
 
-QString Story::named(QString path) const
+QString Story::named(QString paths) const
 {
-	return path.remove(folder.path() + u'/');
-}
-
-QStringList Story::named(const QStringList &paths) const
-{
-	QStringList names = paths;
-	return names.replaceInStrings(folder.path() + u'/', QString());
+	return paths.remove(folder.path() + u'/');
 }
 
 QListWidgetItem *Story::row(const QString &name) const
@@ -195,8 +187,8 @@ QListWidgetItem *Story::row(const QString &name) const
 	const int number = name.toInt(&isNumber);
 	if (isNumber)
 		return list()->item(number);
-	const int found = static_cast<int>(named(rowPaths()).indexOf(name));
-	return found < 0 ? nullptr : list()->item(found);
+	const QStringList names = named(rowPaths().join(u'\n')).split(u'\n');
+	return list()->item(static_cast<int>(names.indexOf(name)));
 }
 
 QStringList Story::textsOf(int role) const
@@ -209,12 +201,8 @@ QStringList Story::textsOf(int role) const
 
 obs_source_t *Story::bound() const
 {
-	const QString uuid = child<QComboBox>("sourceSelector")->currentData().toString();
-	for (const OBSSource &source : sources) {
-		if (!uuid.isEmpty() && source && uuidOf(source) == uuid)
-			return source;
-	}
-	return nullptr;
+	const QByteArray uuid = child<QComboBox>("sourceSelector")->currentData().toString().toUtf8();
+	return OBSSourceAutoRelease(obs_get_source_by_uuid(uuid.constData())); // one of the story's own
 }
 
 // There is a track to play, and yet the play button waits.
@@ -236,13 +224,4 @@ QByteArray Story::json(QString text)
 			     item ? item->data(Qt::UserRole).toString() : path(match.captured(1)));
 	}
 	return text.toUtf8();
-}
-
-// On a thread of its own, which this one serves.
-QJsonObject Story::request(const std::string &name, const QByteArray &data)
-{
-	auto response = std::async(std::launch::async, [&] { return plugin.request(name, data); });
-	while (response.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
-		QCoreApplication::sendPostedEvents();
-	return response.get();
 }

@@ -15,11 +15,11 @@
 
 // What the dock's user, a remote control and everybody else can do, in words, and all that comes of it, in one line:
 //
-//   P ▶[Q] (R) | src Q | managed | kept S T
+//   P ▶[Q] (R) | src Q | managed | replaced S T
 //
 // The rows: ▶ marked as the current track, [] selected, () hidden by the search. The bound source's playlist. Whether the
 // record says that the source is managed, and in brackets whose settings the source has, where these are not the ones
-// that belong to it. The queue put aside, ∅ for an empty one. The rest is told only when there is something to tell: the
+// that belong to it. The replaced queue, ∅ for an empty one. The rest is told only when there is something to tell: the
 // end mode, a switch that waits, what the media was made to do, a wanted scene, a refused request, the message.
 //
 // A track is named by its file's name, which is made when it is first named; a row also by its number from 0 on.
@@ -37,8 +37,7 @@ protected:
 
 	QString path(const QString &name);
 	QStringList paths(const QStringList &names);
-	QString named(QString path) const;
-	QStringList named(const QStringList &paths) const;
+	QString named(QString paths) const;
 	// The row of that number, or else the first with that name; null when there is none.
 	QListWidgetItem *row(const QString &name) const;
 	QStringList textsOf(int role) const;
@@ -49,7 +48,6 @@ protected:
 	bool waits() const;
 	// With 'x' for "x", #X for the id of the row X and @X for the path of X.
 	QByteArray json(QString text);
-	QJsonObject request(const std::string &name, const QByteArray &data);
 	// What it ended with; IgnoreAction where it was not taken.
 	Qt::DropAction drop(const QList<QUrl> &urls, Qt::DropActions actions = Qt::CopyAction | Qt::MoveAction);
 	QAction *tool() const { return action("bringBackReplacedQueue"); }

@@ -47,12 +47,12 @@ void Story::keepPromises(const Words &words)
 		EXPECT_EQ(everythingOf(sources[other.key()]), *other) << other.key().toStdString();
 	if (!bound())
 		return expectToldTheState(false);
-	if (verb == u"edit" || verb == u"record" || verb == u"aside")
+	if (verb == u"edit" || verb == u"record" || verb == u"replaced")
 		unseenEdit = true;
 	const bool looked = verb == u"look" || verb == u"elsewhere" || verb == u"refresh" || verb == u"restart";
 	if (looked && !waits())
 		unseenEdit = false;
-	if (verb == u"record" || verb == u"aside")
+	if (verb == u"record" || verb == u"replaced")
 		return;
 	expectSameEverywhere();
 	if (stays && answer.isEmpty()) {
@@ -79,20 +79,20 @@ void Story::keepPromises(const Words &words)
 void Story::expectSameEverywhere()
 {
 	const QJsonObject record = recordOf(bound()), queue = plugin.request("GetQueue");
+	const QStringList rows = ids(), paths = rowPaths();
 	QStringList marked;
 	int shown = 0;
 	for (int i = 0; i < list()->count(); i++) {
 		const QString text = list()->item(i)->text();
 		if (text.startsWith(u"▶\uFE0E "_s))
-			marked += idAt(i);
-		EXPECT_TRUE(pathAt(i).endsWith(text.section(u"▶\uFE0E "_s, -1))) << text.toStdString();
+			marked += rows[i];
+		EXPECT_TRUE(paths[i].endsWith(text.section(u"▶\uFE0E "_s, -1))) << text.toStdString();
 		shown += !list()->isRowHidden(i);
 	}
-	const QStringList rows = ids();
 	EXPECT_EQ(valuesIn(record, "tracks", "id"), rows);
 	EXPECT_EQ(valuesIn(queue, "tracks", "id"), rows);
-	EXPECT_EQ(valuesIn(record, "tracks"), rowPaths());
-	EXPECT_EQ(valuesIn(queue, "tracks", "path"), rowPaths());
+	EXPECT_EQ(valuesIn(record, "tracks"), paths);
+	EXPECT_EQ(valuesIn(queue, "tracks", "path"), paths);
 	const QString current = record["current"_L1].toString();
 	EXPECT_EQ(queue["currentId"_L1], current);
 	EXPECT_EQ(queue["currentIndex"_L1], rows.indexOf(current));
@@ -114,7 +114,7 @@ void Story::expectSameEverywhere()
 							       : u"Tracks: %1 of %2"_s.arg(shown).arg(rows.size()));
 }
 
-// The queue that the user last made or played from is there, or is kept aside. One entry may be a mere leftover.
+// The queue that the user last made or played from is there, or is the replaced one. One entry may be that of an edit.
 void Story::expectUsersQueueKept(const Words &words)
 {
 	QStringList &users = usersQueue[QString::fromUtf8(obs_source_get_name(bound()))];
@@ -133,9 +133,9 @@ void Story::expectUsersQueueKept(const Words &words)
 	}
 	if (handMade || racing || users.isEmpty())
 		return;
-	const QStringList kept = valuesIn(recordOf(bound(), "OBS-Reelhouse-replaced"), "tracks");
-	EXPECT_TRUE(users == rowPaths() || users == kept)
-		<< named(users).join(u' ').toStdString() << " is neither there nor kept";
+	const QStringList replaced = valuesIn(recordOf(bound(), "OBS-Reelhouse-replaced"), "tracks");
+	EXPECT_TRUE(users == rowPaths() || users == replaced)
+		<< named(users.join(u' ')).toStdString() << " is neither there nor replaced";
 }
 
 // Revisions only rise, and whoever listens knows the state once nothing has changed for a while.

@@ -44,6 +44,13 @@ void Story::addPlayerSteps()
 		on(name, [key = action, this](const Words &words) {
 			QTest::keyEvent(key, child<QSlider>("seek"), QKeySequence(words[0])[0].key());
 		});
+	// As X11 tells of a key that is held down.
+	on("repeat", [this](const Words &words) {
+		for (const QEvent::Type type : {QEvent::KeyRelease, QEvent::KeyPress}) {
+			QKeyEvent event(type, QKeySequence(words[0])[0].key(), {}, {}, true);
+			QApplication::sendEvent(child<QSlider>("seek"), &event);
+		}
+	});
 	on("slide", [this](const Words &words) {
 		auto *slider = child<QSlider>("seek");
 		slider->setSliderDown(slider->isEnabled());
@@ -101,7 +108,7 @@ void Story::addQueueSteps()
 		}
 	});
 	on("ask", [this](const Words &words) {
-		const QJsonObject response = request(words[0].toStdString(), json(words.mid(1).join(u' ')));
+		const QJsonObject response = plugin.request(words[0].toStdString(), json(words.mid(1).join(u' ')));
 		answer = response["error"_L1].toString();
 		const QString sentence = response["comment"_L1].toString();
 		EXPECT_EQ(answer.isEmpty(), sentence.isEmpty());
@@ -146,10 +153,11 @@ void Story::addSourceSteps()
 			setPlaylist(source, paths(words));
 		run({u"look"_s});
 	});
+	on("rename", [this](const Words &words) { obs_source_set_name(sources[words[0]], words[1].toUtf8()); });
 	on("delete", [this](const Words &words) { obs_source_remove(sources[words[0]]); });
 	on("gone", [this](const Words &words) { QFile::remove(path(words[0])); });
 	on("back", [this](const Words &words) { makeFile(words[0]); });
-	for (const auto &[name, where] : {std::pair("record", "OBS-Reelhouse"), {"aside", "OBS-Reelhouse-replaced"}})
+	for (const auto &[name, where] : {std::pair("record", "OBS-Reelhouse"), {"replaced", "OBS-Reelhouse-replaced"}})
 		on(name, [key = where, this](const Words &words) {
 			OBSDataAutoRelease settings = obs_source_get_private_settings(bound());
 			OBSDataAutoRelease record = obs_data_create_from_json(json(words.join(u' ')).constData());
@@ -227,13 +235,13 @@ void Story::addQuestions()
 	});
 	// One value of the answer, or all.
 	on("ask?", [this](const Words &words) {
-		QJsonObject response = request(words[1].toStdString(), json(words.mid(2).join(u' ')));
+		QJsonObject response = plugin.request(words[1].toStdString(), json(words.mid(2).join(u' ')));
 		response.remove("revision"_L1);
 		if (words[0] != u"all")
 			response = {{words[0], response[words[0]]}};
 		answer = named(QString::fromUtf8(QJsonDocument(response).toJson(QJsonDocument::Compact)));
 		for (int i = 0; i < list()->count(); i++)
-			answer.replace(idAt(i), u'#' + named(pathAt(i)));
+			answer.replace(ids()[i], u'#' + named(rowPaths()[i]));
 		for (auto source = sources.cbegin(); source != sources.cend(); ++source)
 			answer.replace(uuidOf(*source), source.key());
 		answer.replace(u'"', u'\'');

@@ -21,17 +21,11 @@ def expect(what, actual, wanted):
 
 def soon(what, look, wanted, timeout=10):
     """Waits until look() returns the wanted value."""
-    last = []
-
-    def matches():
-        last[:] = [look()]
-        return last[0] == wanted
     try:
-        wait_for(what, matches, timeout)
+        wait_for(what, lambda: look() == wanted, timeout)
     except HostError:
-        if not last:
-            raise
-        expect(f"{what}, after {timeout} s", last[0], wanted)
+        expect(f"{what}, after {timeout} s", look(), wanted)
+        raise
 
 
 class Show:
@@ -56,25 +50,17 @@ class Show:
                         "-c:a", "aac", *metadata, "-f", "mp4", path], check=True)
         return path
 
-    def start(self, *sources, connect=True):
+    def start(self, *sources):
         """Starts OBS, on a new collection if there are sources: one scene shows them, and the dock has the first."""
         if sources:
             obs_config.write_collection(self.home, [scene("Main", *sources)], sources)
             obs_config.remember_source(self.home, sources[0])
         self.obs = Obs(self.home, self.module, self.arguments.data, self.port)
-        if connect:
-            self.obs.connect()
+        self.obs.connect()
         return self.obs
 
     def end(self):
-        self.obs.quit()
-        self.ended()
-
-    def ended(self):
-        """Waits until OBS has ended."""
-        wait_for("OBS ends", lambda: self.obs.process.poll() is not None, 60)
-        expect("exit code", self.obs.process.returncode, 0)
-        self.obs.kill()
+        expect("exit code", self.obs.quit(), 0)
         expect("complaints in the log", self.obs.complaints(), [])
 
     def remove(self):
@@ -113,10 +99,6 @@ def drag(obs, start, target, meanwhile=lambda: None, before_drop=lambda: None):
     xdotool("mouseup", 1)
     # The dragged item has a window until the drag ends, and this window swallows every click.
     wait_for("the drag ends", lambda: not obs.windows() - before, 5)
-
-
-def paths_in(record):
-    return [Path(item["value"]).name for item in record["tracks"]]
 
 
 def playing(obs, path):

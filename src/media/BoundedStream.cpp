@@ -50,9 +50,10 @@ void BoundedStream::disarm(TagLib::ByteVector &block, StreamSize asked)
 	constexpr unsigned headerSize = 10; // of the tag and of each frame
 	const int version = id3Version;
 	id3Version = 0;
-	// TagLib accepts the last frame of a cut tag when no more than this is missing, so cut off as much again.
+	// TagLib accepts the last frame of a cut tag when no more than a header's size is missing. A file that is cut
+	// there has no media to play, so it loses nothing with the whole tag.
 	if (version > 0 && block.size() < asked)
-		block.resize(block.size() - std::min(block.size(), headerSize));
+		block.clear();
 	char *bytes = block.data();
 	if (block.size() == headerSize && block.startsWith("ID3")) {
 		id3Version = bytes[3];

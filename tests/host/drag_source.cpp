@@ -43,7 +43,6 @@ int main(int argc, char **argv)
 {
 	QApplication app(argc, argv);
 	DragSource window;
-	window.setWindowTitle(QStringLiteral("drag source"));
 	window.setWindowFlags(Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
 	window.setGeometry(0, 0, 60, 60);
 	window.show();

@@ -71,8 +71,6 @@ def run_deb(show):
     run("dpkg-deb", "--build", first, f"{first}.deb", stdout=subprocess.DEVNULL)
     run("dpkg", "--install", f"{first}.deb", stdout=subprocess.DEVNULL)
     run("dpkg", "--refuse-downgrade", "--install", deb, stdout=subprocess.DEVNULL)
-    version = subprocess.run(["dpkg-query", "-W", "-f=${Version}", PACKAGE], capture_output=True, text=True).stdout
-    expect("the upgrade", f"_{version}_" in deb, True)
     files = [Path(line) for line in
              subprocess.run(["dpkg", "--listfiles", PACKAGE], capture_output=True, text=True).stdout.split("\n")]
     expect("the page and the documents", {file.name for file in files} >= BESIDES, True)

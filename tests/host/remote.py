@@ -1,6 +1,5 @@
 """The dock from outside: requests and events through OBS's WebSocket plug-in, while the dock is on screen."""
 
-from collections import Counter
 from concurrent.futures import ThreadPoolExecutor
 from contextlib import suppress
 from itertools import cycle
@@ -24,10 +23,8 @@ class Listener(Client):
 
     def hear(self, event):
         """What such events have told so far, in order: two at once may pass each other on their way."""
-        try:
+        with suppress(TimeoutError):
             self.receive(-1, timeout=0.05)
-        except TimeoutError:
-            pass
         told = [one["eventData"] for one in self.events if one["eventType"] == event]
         return sorted(told, key=lambda data: data["revision"])
 
@@ -67,71 +64,42 @@ def run_by_commands(obs, listener, clips):
     done(client, "PlayNext")
     listener.expect("the next is played", "CurrentTrackChanged", index=1, title="Two", artist=None)
     listener.expect("it ends, and the last is no media", "TrackFailed", index=2, reason="neverPlayed")
-    soon("all states", lambda: [data["mediaState"] for data in listener.hear("MediaStateChanged")],
-         [state(name) for name in ("PAUSED", "PLAYING", "ENDED", "ENDED")])
-    done(client, "PlayTrack", index=0)
-    listener.expect("it plays again", "MediaStateChanged", mediaState=state("PLAYING"))
-    done(client, "Stop")
-    listener.expect("it stops", "MediaStateChanged", mediaState=state("STOPPED"))
-    for old, new in ((SOURCE, "Other"), ("Other", SOURCE)):
-        obs.request("SetInputName", inputName=old, newInputName=new)
-        listener.expect("the source is renamed", "SourceChanged", sourceName=new)
 
 
 def keep_the_frames(obs):
     """A batch that OBS runs on the thread that makes the frames is refused, since a wait would stop the picture."""
-    def lost():
-        return obs.request("GetStats")["renderSkippedFrames"]
-    before = lost()
     request = {"requestType": "CallVendorRequest", "requestData": {"vendorName": VENDOR, "requestType": "GetQueue"}}
     obs.client.send(8, {"requestId": "batch", "executionType": 1, "requests": [request] * 20})
     results = obs.client.receive(9)["results"]
     expect("the answers", {one["responseData"]["responseData"]["error"] for one in results}, {"graphicsThread"})
-    # A single wait would cost the three seconds that OBS's own thread is given.
-    expect("fewer frames lost than a single wait costs", lost() - before < 90, True)
 
 
 def flood(port):
-    """Keeps requests on their way over one connection until OBS ends it; counts the answers."""
-    client, answers = Client(port), Counter()
+    """Keeps requests on their way over one connection until OBS ends it."""
+    client = Client(port)
     requests = [("AddTracks", {"paths": items("path", ["/m/a.mp4"])}), ("GetQueue", {}), ("PlayNext", {}),
                 ("SetEndMode", {"endMode": "repeat"}), ("Stop", {})]
     with suppress(ConnectionClosed):
         for i, (request, data) in enumerate(cycle(requests)):
             client.ask("CallVendorRequest", vendorName=VENDOR, requestType=request, requestData=data)
             if i >= 10:  # are on their way
-                # OBS's own refusal has no answer of ours.
-                answer = client.receive(7).get("responseData", {"responseData": {"error": "not ready"}})
-                answers[answer["responseData"].get("error", "success")] += 1
-    return answers
+                client.receive(7)
 
 
 def exits(show):
     """OBS is closed again and again with requests on their way."""
+<<<<<<< HEAD
     answers = Counter()
     for _ in range(10):
+=======
+    for _ in range(20):
+>>>>>>> refs/heads/tests
         obs = show.start()
         done(obs.client, "SelectSource", sourceName=SOURCE)
         with ThreadPoolExecutor() as pool:
-            floods = [pool.submit(flood, show.port) for _ in range(5)]
+            floods = pool.map(flood, [show.port] * 5)
             show.end()
-        for one in floods:
-            answers += one.result()
-    expect("other answers", set(answers) - {"success", "unavailable", "not ready", "fileMissing", "emptyQueue"}, set())
-
-
-def without_the_plugin(show, clip):
-    """The dock where the WebSocket plug-in does not load."""
-    config = show.home / ".config/obs-studio/plugin_config/obs-websocket"
-    config.rename(config.with_suffix(".aside"))
-    config.touch()  # where it wants its folder
-    obs = show.start(vlc_source([clip]), connect=False)
-    wait_for("OBS finishes loading", lambda: obs.widget("next").enabled, 60)
-    expect("the note in the log", [line.split(": ", 1)[1] for line in obs.log.splitlines() if "remote control" in line],
-           ["[OBS-Reelhouse] OBS's WebSocket plug-in is not there: no remote control."])
-    obs.widget("next").press()
-    wait_for("a track plays", lambda: obs.widget("playbackTime").description.startswith("Playing · 0:0"), 15)
-    show.end()
+        list(floods)  # raises what a flood has raised
 
 
 def run(show):
@@ -145,4 +113,3 @@ def run(show):
     listener.socket.close()
     show.end()
     exits(show)
-    without_the_plugin(show, clips[0])

@@ -6,76 +6,71 @@
 TEST_F(Story, Playing)
 {
 	tell("a track starts in two phases, and a later wish overtakes an earlier one", "P Q R", {
-		{"play Q", "P ▶[Q] R | src P Q R | managed (own) | kept - | waits"},
-		{"video", "P ▶[Q] R | src Q | managed | kept - | does stop | scene"},
-		{"next", "P Q ▶[R] | src Q | managed | kept - | waits"},
-		{"video", "P Q ▶[R] | src R | managed | kept - | does stop"},
-		{"next; previous", "P Q ▶[R] | src R | managed | kept - | waits"},
-		{"video", "P Q ▶[R] | src R | managed | kept - | does stop, stop"},
-		{"play P; stop", "[P] Q R | src | managed | kept -"},
-		{"playPause; refresh", "[P] Q R | src | managed | kept -"},
-		{"video", "[P] Q R | src | managed | kept - | does stop, stop, stop"},
+		{"play Q", "P ▶[Q] R | src P Q R | managed (own) | replaced - | waits"},
+		{"video", "P ▶[Q] R | src Q | managed | replaced - | does stop | scene"},
+		{"next", "P Q ▶[R] | src Q | managed | replaced - | waits"},
+		{"video", "P Q ▶[R] | src R | managed | replaced - | does stop"},
+		{"next; previous", "P Q ▶[R] | src R | managed | replaced - | waits"},
+		{"video", "P Q ▶[R] | src R | managed | replaced - | does stop, stop"},
+		{"play P; stop", "[P] Q R | src | managed | replaced -"},
+		{"playPause; refresh", "[P] Q R | src | managed | replaced -"},
+		{"video", "[P] Q R | src | managed | replaced - | does stop, stop, stop"},
 	});
 	tell("the play button plays another row, pauses, resumes and starts again", "P Q R", {
-		{"start Q; offers?", "Pause, not undoRemove"},
-		{"playPause; video", "P ▶[Q] R | src Q | managed | kept - | does pause"},
+		{"start Q; playPause; video", "P ▶[Q] R | src Q | managed | replaced - | does pause"},
 		{"media paused 500 4000; poll; offers?", "Resume, not undoRemove"},
-		{"playPause; video", "P ▶[Q] R | src Q | managed | kept - | does play"},
+		{"playPause; video", "P ▶[Q] R | src Q | managed | replaced - | does play"},
 		{"select R; offers?", "Play Selected, not moveDown moveBottom undoRemove"},
 		{"playPause; offers?", "Resume, not playPause seek moveDown moveBottom undoRemove"},
 		{"video; media stopped; poll; offers?", "Play, not seek moveDown moveBottom undoRemove"},
-		{"playPause", "P Q ▶[R] | src R | managed | kept - | waits"},
-		{"select P; video; playPause; video", "▶[P] Q R | src P | managed | kept - | does stop"},
+		{"playPause", "P Q ▶[R] | src R | managed | replaced - | waits"},
+		{"select P; video; playPause; video", "▶[P] Q R | src P | managed | replaced - | does stop"},
 	});
 	tell("a file that is gone is not played, and what plays stays", "P Q http://h/U", {
-		{"gone Q; start P; next", "▶[P] Q http://h/U | src P | managed | kept - | ⚠ File not found: Q"},
-		{"select Q; playPause", "▶P [Q] http://h/U | src P | managed | kept - | ⚠ File not found: Q"},
-		{"refresh; play Q", "▶P [Q] http://h/U | src P | managed | kept - | ⚠ File not found: Q"},
-		{"start http://h/U", "P Q ▶[http://h/U] | src http://h/U | managed | kept - | does stop | scene"},
+		{"gone Q; start P; next", "▶[P] Q http://h/U | src P | managed | replaced - | ⚠ File not found: Q"},
+		{"ask? tracks GetQueue {'offset': 1, 'limit': 1}", "{'tracks':[{'id':'#Q','index':1,'label':'Q','missing':true,'path':'Q'}]}"},
+		{"refresh; play Q", "▶[P] Q http://h/U | src P | managed | replaced - | ⚠ File not found: Q"},
+		{"start http://h/U", "P Q ▶[http://h/U] | src http://h/U | managed | replaced - | does stop | scene"},
 	});
-	tell("a track that ends: stop, next, repeat", "P Q R", {
-		{"start Q; media ended; poll; video", "P ▶[Q] R | src | managed | kept - | does stop"},
-		{"endMode Next; start Q; media ended; poll; video", "P Q ▶[R] | src R | managed | kept - | next | does stop"},
-		{"media ended; poll", "P Q ▶[R] | src R | managed | kept - | next"},
-		{"media playing; poll; media ended; poll; video", "P Q ▶[R] | src | managed | kept - | next | does stop"},
-		{"endMode Repeat; start R; media ended; poll", "P Q ▶[R] | src R | managed | kept - | repeat | waits"},
-		{"video; media playing; poll; media error; poll; media ended; poll", "P Q ▶[R] | src R | managed | kept - | repeat"},
-		{"media playing; poll; gone R; media ended; poll", "P Q ▶[R] | src R | managed | kept - | repeat | ⚠ File not found: R"},
-	});
-	tell("just after a switch the source may still tell of the track before", "P Q R", {
-		{"endMode Next; start P; wait 200; play Q; video; poll; media ended; poll", "P ▶[Q] R | src Q | managed | kept - | next"},
+	tell("a track that ends: stop, next, repeat; just after a switch the end may be that of the track before", "P Q R", {
+		{"start Q; media ended; poll; video", "P ▶[Q] R | src | managed | replaced - | does stop"},
+		{"endMode Next; start Q; media ended; poll; video", "P Q ▶[R] | src R | managed | replaced - | next | does stop"},
+		{"media ended; poll", "P Q ▶[R] | src R | managed | replaced - | next"},
+		{"media playing; poll; media ended; poll; video", "P Q ▶[R] | src | managed | replaced - | next | does stop"},
+		{"start P; wait 200; play Q; video; poll; media ended; poll", "P ▶[Q] R | src Q | managed | replaced - | next"},
+		{"endMode Repeat; start R; media ended; poll", "P Q ▶[R] | src R | managed | replaced - | repeat | waits"},
+		{"video; media playing; poll; media error; poll; media ended; poll", "P Q ▶[R] | src R | managed | replaced - | repeat"},
+		{"media playing; poll; gone R; media ended; poll", "P Q ▶[R] | src R | managed | replaced - | repeat | ⚠ File not found: R"},
 	});
 	tell("the source's own controls step the queue", "P Q R", {
-		{"own next; video", "[P] Q R | src P Q R | own | kept - | does next"},
-		{"start Q; own next; video", "P Q ▶[R] | src Q | managed | kept - | waits | does next"},
-		{"video; own previous; video", "P ▶[Q] R | src R | managed | kept - | waits | does previous"},
-		{"choose T; choose S", "P [Q] R | src R | managed | kept -"},
-		{"stop; own stop; own next; video", "P [Q] R | src | managed | kept - | does stop, stop, stop, next"},
+		{"own next; video", "[P] Q R | src P Q R | own | replaced - | does next"},
+		{"start Q; own next; video", "P Q ▶[R] | src Q | managed | replaced - | waits | does next"},
+		{"video; own previous; video", "P ▶[Q] R | src R | managed | replaced - | waits | does previous"},
+		{"choose T; choose S", "P [Q] R | src R | managed | replaced -"},
+		{"stop; own stop; own next; video", "P [Q] R | src | managed | replaced - | does stop, stop, stop, next"},
 	});
 	tell("what becomes of a switch that waits", "P Q R", {
-		{"start P; play Q; choose T; choose S", "P [Q] R | src P | managed | kept -"},
-		{"video", "P [Q] R | src P | managed | kept - | does stop"},
-		{"play Q; suspend; video; resume", "P [Q] R | src P | managed | kept -"},
-		{"play R; restorePlaylist; video", "P Q [R] | src P Q R | own | kept - | does stop, stop"},
-		{"play R; restart", "P Q [R] | src P Q R | managed (own) | kept -"},
-		{"play R; video; restart", "P Q ▶[R] | src R | managed | kept -"},
+		{"start P; play Q; choose T; choose S", "P [Q] R | src P | managed | replaced -"},
+		{"video", "P [Q] R | src P | managed | replaced - | does stop"},
+		{"play Q; suspend; video; resume", "P [Q] R | src P | managed | replaced -"},
+		{"play R; restorePlaylist; video", "P Q [R] | src P Q R | own | replaced - | does stop, stop"},
+		{"play R; restart", "P Q [R] | src P Q R | managed (own) | replaced -"},
+		{"play R; video; restart", "P Q ▶[R] | src R | managed | replaced -"},
 	});
 }
 
 TEST_F(Story, Transport)
 {
 	tell("the slider seeks once, on release, in the media that it was taken for", "P Q", {
-		{"transport?", "0 0:00 ()"},
-		{"start P; transport?", "125 0:00 (Playing · 0:00 / 0:04)"},
-		{"media playing 10000 100000; poll; transport?", "100 0:10 (Playing · 0:10 / 1:40)"},
+		{"start P; media playing 10000 100000; poll; transport?", "100 0:10 (Playing · 0:10 / 1:40)"},
 		{"slide 750; poll; transport?", "750 1:15 (Playing · 0:10 / 1:40)"},
 		{"release; poll; time; transport?", "750 −0:25 (Playing · 0:10 / 1:40)"},
-		{"video", "▶[P] Q | src P | managed | kept - | does seek 75000"},
+		{"video", "▶[P] Q | src P | managed | replaced - | does seek 75000"},
 		{"media playing 75050 100000; poll; media playing 20000 100000; poll; transport?", "200 −1:20 (Playing · 0:20 / 1:40)"},
 		{"time; slide 500; media playing 20000 200000; release; transport?", "500 1:40 (Playing · 0:20 / 1:40)"},
 		{"video; wait 1250; poll; transport?", "100 0:20 (Playing · 0:20 / 3:20)"},
-		{"slide 300; play Q; release; video", "P ▶[Q] | src Q | managed | kept - | does stop | scene"},
-		{"media playing 1 100000; poll; slide 300; refresh; release; video", "P ▶[Q] | src Q | managed | kept -"},
+		{"slide 300; play Q; release; video", "P ▶[Q] | src Q | managed | replaced - | does stop | scene"},
+		{"media playing 1 100000; poll; slide 300; refresh; release; video", "P ▶[Q] | src Q | managed | replaced -"},
 		{"media playing -1 0; poll; transport?", "0 0:00 (Playing · 0:00 / —:—)"},
 		{"media paused 3725000 7200000; poll; transport?", "517 62:05 (Paused · 62:05 / 120:00)"},
 		{"media buffering 59999 61000; time; poll; transport?", "983 −0:01 (Loading · 0:59 / 1:01)"},
@@ -85,24 +80,19 @@ TEST_F(Story, Transport)
 		{"key Space; transport?", "1000 0:00 (Ended · 0:00 / 0:00)"},
 		{"choose; transport?", "0 0:00 ()"},
 	});
-	tell("keys seek when they rest", "P Q", {
+	tell("keys seek when they rest, and a switch gives the focus back that it took", "P Q", {
 		{"start P; media playing 10000 100000; poll; focus seek; key Right; key Right; transport?", "120 0:12 (Playing · 0:10 / 1:40)"},
 		{"wait 200; key Left; wait 200; poll; transport?", "110 0:11 (Playing · 0:10 / 1:40)"},
-		{"wait 100; video", "▶[P] Q | src P | managed | kept - | does seek 11000"},
-		{"key Right; play Q; wait 400; video", "P ▶[Q] | src Q | managed | kept - | does stop | scene"},
-	});
-	tell("a switch gives the focus back that it took", "P Q", {
+		{"wait 100; video", "▶[P] Q | src P | managed | replaced - | does seek 11000"},
+		{"key Right; play Q; wait 400; video", "P ▶[Q] | src Q | managed | replaced - | does stop | scene"},
 		{"start P; select Q; focus playPause; key Space; focus?", "nobody"},
 		{"video; focus?", "playPause"},
 	});
 	tell("a key that is held down seeks when it is let go", "P Q", {
-		{"start P; media playing 10000 100000; poll; focus seek; hold Right; wait 900; video", "▶[P] Q | src P | managed | kept -"},
-		{"lift Right; hold Right; wait 900; video", "▶[P] Q | src P | managed | kept -"},
-		{"lift Right; wait 400; video", "▶[P] Q | src P | managed | kept - | does seek 12000"},
-		{"hold Right; focus playlist; wait 400; video", "▶[P] Q | src P | managed | kept - | does seek 13000"},
-		{"wait 1500; poll; release; video", "▶[P] Q | src P | managed | kept - | does seek 10000"},
-	});
-	tell("a refused track is missing from then on", "P Q", {
-		{"gone Q; play Q; ask? tracks GetQueue {'offset': 1, 'limit': 1}", "{'tracks':[{'id':'#Q','index':1,'label':'Q','missing':true,'path':'Q'}]}"},
+		{"start P; media playing 10000 100000; poll; focus seek; hold Right; wait 900; repeat Right; wait 900; video", "▶[P] Q | src P | managed | replaced -"},
+		{"lift Right; hold Right; wait 900; video", "▶[P] Q | src P | managed | replaced -"},
+		{"lift Right; wait 400; video", "▶[P] Q | src P | managed | replaced - | does seek 13000"},
+		{"hold Right; focus playlist; wait 400; video", "▶[P] Q | src P | managed | replaced - | does seek 14000"},
+		{"wait 1500; poll; release; video", "▶[P] Q | src P | managed | replaced - | does seek 10000"},
 	});
 }

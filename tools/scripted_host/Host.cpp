@@ -6,7 +6,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
-#include <chrono>
 #include <mutex>
 #include <thread>
 
@@ -86,12 +85,11 @@ thread_local bool onGraphicsThread = false;
 
 // The frontend API's functions, which the module finds in this program before it finds them in the library.
 
-bool obs_frontend_add_dock_by_id(const char *, const char *title, void *widget)
+bool obs_frontend_add_dock_by_id(const char *, const char *, void *widget)
 {
 	if (!active->acceptsDock)
 		return false;
 	active->dock = static_cast<QWidget *>(widget);
-	active->dockTitle = QString::fromUtf8(title);
 	return true;
 }
 
@@ -229,11 +227,11 @@ bool Host::loadModule()
 	return true;
 }
 
-OBSSource Host::makeSource(const QString &name, const QStringList &playlist, const char *otherSettings)
+OBSSource Host::makeSource(const QString &name, const QStringList &playlist, const char *otherSettings, const char *id)
 {
 	OBSDataAutoRelease settings = obs_data_create_from_json(otherSettings);
 	addPlaylist(settings, playlist);
-	OBSSourceAutoRelease source = obs_source_create("vlc_source", name.toUtf8().constData(), settings, nullptr);
+	OBSSourceAutoRelease source = obs_source_create(id, name.toUtf8().constData(), settings, nullptr);
 	return source.Get();
 }
 
@@ -323,11 +321,9 @@ QStringList Host::valuesIn(const QJsonObject &object, const char *key, const cha
 
 bool Host::waitFor(const std::function<bool()> &condition)
 {
-	const auto start = std::chrono::system_clock::now();
-	while (!condition()) {
-		if (std::chrono::system_clock::now() - start > std::chrono::seconds(10))
-			return false;
+	const auto look = [&condition] {
 		passTime(10);
-	}
-	return true;
+		return condition();
+	};
+	return QTest::qWaitFor(look, 10'000);
 }

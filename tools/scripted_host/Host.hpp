@@ -30,7 +30,6 @@ struct Frontend {
 	bool acceptsDock = true;
 	bool studioMode = false;
 	QPointer<QWidget> dock;
-	QString dockTitle;
 	QObject toolsMenu;
 	int removedDocks = 0;
 	int saves = 0;
@@ -71,7 +70,8 @@ protected:
 	// Shuts libobs down, which unloads the module. Runs after each test that has not called it.
 	void endObs();
 
-	OBSSource makeSource(const QString &name, const QStringList &playlist, const char *otherSettings = "{}");
+	OBSSource makeSource(const QString &name, const QStringList &playlist, const char *otherSettings = "{}",
+			     const char *id = "vlc_source");
 	static Media &media(obs_source_t *source);
 	// Does what was asked of a source's media and signals it on another thread, as libobs's next video tick would.
 	static void videoTick(obs_source_t *source);
@@ -90,8 +90,6 @@ protected:
 		return frontend->dock->findChild<Widget *>(QLatin1String(name));
 	}
 	QListWidget *list() const { return child<QListWidget>("playlist"); }
-	QString idAt(int row) const { return list()->item(row)->data(Qt::UserRole).toString(); }
-	QString pathAt(int row) const { return list()->item(row)->data(Qt::UserRole + 1).toString(); }
 	QAction *action(const char *name) const { return child<QAction>(name); }
 	void search(const QString &text) { child<QLineEdit>("search")->setText(text); }
 

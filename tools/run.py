@@ -104,14 +104,17 @@ def show_search(obs, words, label):
 
 
 def enable_preview(obs):
-    """Turns OBS's preview on and waits until the track has played on, so that the preview shows a picture."""
+    """Turns OBS's preview on and waits until it shows a moving picture; gives up after a while, as one may be still."""
+    above_dock = f"x{obs.widget(CONTENT).box[1]}+0+0"
+    look = ["import", "-window", "root", "-crop", above_dock, "rgb:-"]
     obs.find(lambda node: node.get_accessible_id().endswith(".enablePreviewButton"), "OBS's disabled preview").press()
-    start = obs.media(SOURCE)[1]
+    seen = []
 
-    def played_on():
-        state, position, _ = obs.media(SOURCE)
-        return state != "playing" or position >= start + PLAYED_MS // 2
-    wait_for("the track plays on under the preview", played_on, 10)
+    def moves():
+        seen.append(subprocess.run(look, capture_output=True, check=True).stdout)
+        # The first changes are those of the window.
+        return len(set(seen[-4:])) == 4 or len(seen) == 40 or obs.media(SOURCE)[0] != "playing"
+    wait_for("the preview shows the track", moves, 60)
 
 
 def watch(arguments, media, use, size="1280x800", **options):

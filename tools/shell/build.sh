@@ -35,8 +35,8 @@ make_clips() {
 	mkdir -p "$folder"
 	for number in 1 2 3; do
 		[[ -s $folder/clip$number.mp4 ]] && continue
-		ffmpeg -nostdin -v error -y -f lavfi -i "testsrc=size=640x360:rate=25:duration=4" \
-			-f lavfi -i "sine=frequency=$((220 * number)):duration=4" -c:v libx264 -pix_fmt yuv420p -c:a aac \
+		ffmpeg -nostdin -v error -y -f lavfi -i "testsrc=size=640x360:rate=25:duration=10" \
+			-f lavfi -i "sine=frequency=$((220 * number)):duration=10" -c:v libx264 -pix_fmt yuv420p -c:a aac \
 			"$folder/partial.mp4"
 		mv "$folder/partial.mp4" "$folder/clip$number.mp4"
 	done

@@ -12,13 +12,14 @@ package_inside() {
 	sed -n 's/^CPack: - package: \(.*\) generated\.$/\1/p' build/cpack.log
 }
 
-# Refuses addresses that lead nowhere, and a version that the list of changes does not have.
+# Refuses addresses that lead nowhere, and a release that the list of changes does not have.
 check_release() {
-	local version
+	local version revision
 	version=$(sed -n 's/^ *VERSION \([0-9.]*\)$/\1/p' CMakeLists.txt)
-	grep -q "^## $version" CHANGELOG.md || die "CHANGELOG.md has nothing about $version."
-	! grep -n '\.example' cmake/project_addresses.cmake >&2 ||
-		die "cmake/project_addresses.cmake still has addresses that are reserved for examples: put in the project's own."
+	revision=$(sed -n 's/^set(package_revision \([0-9]*\))$/\1/p' cmake/package.cmake)
+	grep -qF "## $version-$revision (" CHANGELOG.md || die "CHANGELOG.md has nothing about $version-$revision."
+	! grep -n '\.example' cmake/project_addresses.cmake README.md >&2 ||
+		die "these addresses are reserved for examples: put in the project's own."
 }
 
 # Warns if this system offers another OBS or Qt than the packages need. Takes the file names from package_inside.

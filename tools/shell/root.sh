@@ -11,16 +11,18 @@ root_needs_mib=4096
 
 # The packages by purpose. A command installs those that it needs. A root has all of them, unless it is only for
 # packing.
-purposes=(build host tests lint package)
+purposes=(build develop host tests lint package)
 declare -A packages_for=(
 	[build]="g++ cmake ninja-build pkg-config libobs-dev qt6-base-dev qt6-base-dev-tools libtag-dev"
+	# The build tree of the preset "dev" has the tests and the benchmark, whatever a command builds in it.
+	[develop]="libgtest-dev libbenchmark-dev"
 	# OBS, its VLC source, and the packages that OBS needs on a screen and without one
 	[host]="obs-studio obs-plugins qt6-svg-plugins vlc-plugin-base libvlc5 libgl1-mesa-dri fonts-dejavu-core ffmpeg
 		xvfb xauth openbox xdotool imagemagick dbus-x11 at-spi2-core gir1.2-atspi-2.0 python3-gi python3-websockets"
 	# chromium shows the page of the remote control; the test of the packages needs lintian and mount
-	[tests]="libgtest-dev libbenchmark-dev chromium lintian mount"
+	[tests]="chromium lintian mount"
 	# clang is the second compiler; libc++ is its own standard library, which macOS uses
-	[lint]="clang clang-format clang-tidy libc++-dev libgtest-dev libbenchmark-dev shellcheck flake8"
+	[lint]="clang clang-format clang-tidy libc++-dev shellcheck flake8"
 	[package]="dpkg-dev file"
 )
 

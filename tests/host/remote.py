@@ -88,12 +88,7 @@ def flood(port):
 
 def exits(show):
     """OBS is closed again and again with requests on their way."""
-<<<<<<< HEAD
-    answers = Counter()
     for _ in range(10):
-=======
-    for _ in range(20):
->>>>>>> refs/heads/tests
         obs = show.start()
         done(obs.client, "SelectSource", sourceName=SOURCE)
         with ThreadPoolExecutor() as pool:

@@ -46,7 +46,9 @@ obs_media_state MediaFollower::asked() const
 	if (queue.isSwitching())
 		return OBS_MEDIA_STATE_PLAYING;
 	const obs_media_state now = reported();
-	return pending && now == reportedBefore ? *pending : plain(now);
+	// The state that an earlier request leads to says nothing of the later one.
+	const bool waits = pending && (now == reportedBefore || (follows && isPlaying(now)));
+	return waits ? *pending : plain(now);
 }
 
 void MediaFollower::trackGiven()
@@ -58,6 +60,7 @@ void MediaFollower::trackGiven()
 
 void MediaFollower::ask(obs_media_state state)
 {
+	follows = pending.has_value();
 	pending = state;
 	reportedBefore = reported();
 	pendingPolls = 0;
@@ -67,10 +70,8 @@ void MediaFollower::setPaused(bool paused)
 {
 	const obs_media_state wanted = paused ? OBS_MEDIA_STATE_PAUSED : OBS_MEDIA_STATE_PLAYING;
 	const bool changes = asked() != wanted;
-	if (changes) {
-		follows = pending.has_value();
+	if (changes)
 		sendPause(paused);
-	}
 	// An earlier request for another state no longer counts.
 	if (changes || (pending && *pending != wanted))
 		ask(wanted);
@@ -88,10 +89,12 @@ void MediaFollower::followPending(obs_media_state state)
 {
 	if (!pending || ++pendingPolls < pollsToSettle)
 		return;
-	if (plain(state) == *pending || pendingPolls >= pollsToReach)
+	if (plain(state) == *pending || pendingPolls >= pollsToReach) {
 		pending.reset();
-	else if (isPlaying(state) && isPlaying(*pending) && std::exchange(follows, false))
+	} else if (isPlaying(state) && isPlaying(*pending) && std::exchange(follows, false)) {
 		sendPause(*pending == OBS_MEDIA_STATE_PAUSED);
+		reportedBefore = state;
+	}
 }
 
 MediaFollower::Change MediaFollower::poll(obs_media_state state, qint64 positionMs, qint64 durationMs)

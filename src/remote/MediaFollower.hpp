@@ -53,7 +53,7 @@ private:
 	std::optional<obs_media_state> pending; // the requested state, until it has come or two seconds have passed
 	obs_media_state reportedBefore = OBS_MEDIA_STATE_NONE;
 	int pendingPolls = 0;
-	bool follows = false; // the pause or resume came while another one was still pending
+	bool follows = false; // the request came while another one was still pending
 	bool starting = false;
 	bool firstPoll = false; // the next poll is the first one of the new track
 	bool running = false;   // the new track has neither ended nor failed

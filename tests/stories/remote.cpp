@@ -85,6 +85,7 @@ TEST_F(Story, Remote)
 		{"media playing 500 4000; poll; ask Play; ask Pause; ask Pause; video", "▶[P] Q | src P | managed | replaced - | does pause"},
 		{"media paused 500 4000; poll; ask Resume; ask Resume; video", "▶[P] Q | src P | managed | replaced - | does play"},
 		{"media playing; look; ask Pause; ask Resume; media paused; look; video", "▶[P] Q | src P | managed | replaced - | does pause, play, play"},
+		{"media playing; look; ask Pause; ask Resume; media paused; ask TogglePlay; video", "▶[P] Q | src P | managed | replaced - | does pause, play, pause"},
 		{"media playing; poll; media ended; poll; video; ask Resume; ask Play; ask Play", "▶[P] Q | src | managed | replaced - | waits | switching"},
 		{"video; ask? mediaState GetQueue", "{'mediaState':'OBS_MEDIA_STATE_OPENING'}"},
 		{"ask PlayTrack {'id': '#P', 'index': 1}", "▶[P] Q | src P | managed | replaced - | differentTracks"},

@@ -7,6 +7,7 @@ import secrets
 import shutil
 import subprocess
 import sys
+from contextlib import closing
 from pathlib import Path
 
 import obs_config
@@ -117,11 +118,10 @@ def enable_preview(obs):
     wait_for("the preview shows the track", moves, 60)
 
 
-def watch(arguments, media, use, size="1280x800", **options):
-    """Opens OBS on a queue of these media, without a display, and calls use(obs, desktop). Returns the exit code."""
+def watch(arguments, media, use, **options):
+    """Opens OBS on a queue of these media, on the current desktop, and calls use(obs). Returns the exit code."""
     port = free_port()
     prepare(arguments.home, arguments.layout, media, port, **options)
-    desktop = Desktop(size)
     obs = None
     try:
         obs = Obs(arguments.home, arguments.module, arguments.data, port)
@@ -129,7 +129,7 @@ def watch(arguments, media, use, size="1280x800", **options):
         wait_for("the dock is on screen", lambda: obs.widget(CONTENT).showing, 30)
         obs.fill_screen()
         wait_for("the dock lists the queue", obs.labels, 10)
-        use(obs, desktop)
+        use(obs)
         obs.quit()
         if obs.complaints():
             raise HostError("OBS did not end cleanly: " + "; ".join(obs.complaints()))
@@ -140,12 +140,11 @@ def watch(arguments, media, use, size="1280x800", **options):
     finally:
         if obs:
             obs.kill()
-        desktop.close()
     return 0
 
 
-def play_through(arguments):
-    def use(obs, desktop):
+def play_through(arguments, desktop):
+    def use(obs):
         for label in obs.labels():
             state, position = play_track(obs, label)
             print(f"{label}: {state}, {position / 1000:.1f} s", flush=True)
@@ -167,13 +166,13 @@ def picture_overlay(obs, folder, path, options, on_video):
         page.screenshot(path)
 
 
-def take_pictures(arguments):
+def take_pictures(arguments, desktop):
     """Makes the pictures of the documentation: the dock at the bottom in a dark theme, at the side in a light one, a
     film, and the now-playing page."""
     media = list(make_pictured(arguments.home / "Show"))
     labels = [path.name for path in media]
 
-    def below(obs, desktop):
+    def below(obs):
         with desktop.film(arguments.pictures / "tour.gif"):
             for label in labels[:2]:
                 play_track(obs, label)
@@ -182,16 +181,16 @@ def take_pictures(arguments):
         obs.row(labels[3]).click(across=0.3)
         desktop.screenshot(arguments.pictures / "screenshot.png")
 
-    def side(obs, desktop):
+    def side(obs):
         play_track(obs, labels[6])
         desktop.screenshot(arguments.pictures / "screenshot-side.png")
 
-    def on_air(obs, desktop):
+    def on_air(obs):
         play_track(obs, TAGGED[0][0])
         for name, options, on_video in OVERLAYS:
             picture_overlay(obs, arguments.home / name, arguments.pictures / name, options, on_video)
-    code = watch(arguments, media, below, size="1440x900", other_scenes=["Welcome"])
-    code = code or watch(arguments, media, side, size="1440x900", other_scenes=["Welcome"], side=True,
+    code = watch(arguments, media, below, other_scenes=["Welcome"])
+    code = code or watch(arguments, media, side, other_scenes=["Welcome"], side=True,
                          theme="com.obsproject.Yami.Light")
     return code or watch(arguments, list(make_tagged(arguments.home / "Tagged")), on_air, preview=False)
 
@@ -209,11 +208,11 @@ def main():
     arguments.media = [path.absolute() for path in arguments.media]
     shutil.rmtree(arguments.home, ignore_errors=True)
     arguments.home.mkdir(parents=True)
-    if arguments.pictures:
-        return take_pictures(arguments)
-    if os.environ.get("DISPLAY") or os.environ.get("WAYLAND_DISPLAY"):
+    if not arguments.pictures and (os.environ.get("DISPLAY") or os.environ.get("WAYLAND_DISPLAY")):
         return open_on_display(arguments)
-    return play_through(arguments)
+    # The accessibility library stays with the first bus that it has found, so a process has one desktop.
+    with closing(Desktop("1440x900" if arguments.pictures else "1280x800")) as desktop:
+        return (take_pictures if arguments.pictures else play_through)(arguments, desktop)
 
 
 if __name__ == "__main__":

@@ -64,6 +64,7 @@ TEST_F(Files, PlaylistsAreRead)
 		{"windows.m3u", ".\\a b.mp3\r\nC:\\b.mp3", "a b.mp3|C:\\b.mp3"},
 		{"hls.m3u8", "#EXTM3U\n#EXT-X-TARGETDURATION:4\n1.ts\n2.ts", "hls.m3u8"},
 		{"film.m3u", QByteArray("a.mp3\n\0b", 8), ""},
+		{"long.m3u", QByteArray(70'000, 'a') + "\nb", "b"},
 		{"numbered.pls", "[playlist]\r\nFile10=c\r\nTitle2=t\nfile2= http://h/\nFile1=a=b\nFileX=no", "a=b|http://h/|c"},
 		{"good.xspf", xspf + "<track><title>t</title><location> a%20b%3F&amp; </location><location>2nd</location></track>"
 			      "<track/><track><extension><location>no</location></extension><location>rtsp://h/%20</location>"

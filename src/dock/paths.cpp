@@ -81,6 +81,12 @@ QString localFilePath(const QString &path)
 	return fileUrlPath(path).value_or(path.contains("://"_L1) ? QString() : path);
 }
 
+bool isTooLong(const QString &path)
+{
+	constexpr qsizetype maxBytes = 64 * 1024;
+	return path.size() > maxBytes || path.toUtf8().size() > maxBytes;
+}
+
 QString labelFor(const QString &path, bool current)
 {
 	const QString file = fileUrlPath(path).value_or(path);

@@ -38,6 +38,10 @@ OBSDataArrayAutoRelease pathArray(const QList<QString> &paths);
 // empty string.
 QString localFilePath(const QString &path);
 
+// Whether an entry from outside has over 64 KiB of UTF-8. The list lays out every path, and a path of a megabyte blocks
+// the window for a fifth of a second.
+bool isTooLong(const QString &path);
+
 // Returns the row text of an entry: its file name, or the whole path when it has none. The current track's text is
 // marked.
 QString labelFor(const QString &path, bool current);

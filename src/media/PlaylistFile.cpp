@@ -108,7 +108,7 @@ QString locationEntry(const QString &location, const QUrl &base)
 void add(QList<QString> &paths, const QString &path)
 {
 	// A path has no null character, and libobs would cut the path there.
-	if (!path.isEmpty() && !path.contains(QChar(u'\0')))
+	if (!path.isEmpty() && !path.contains(QChar(u'\0')) && !isTooLong(path))
 		paths.append(path);
 }
 

@@ -21,7 +21,8 @@ struct PlaylistEntry {
 };
 
 // Returns the entries of the file in their order, relative ones as absolute paths. An HLS manifest gives one entry, the
-// manifest itself, because its lines are pieces of one stream.
+// manifest itself, because its lines are pieces of one stream. Leaves out what is no path: a null character, or more
+// than isTooLong() allows.
 PlaylistContent readPlaylist(const QString &file);
 
 // Writes XSPF if the file's ending is xspf, and M3U8 otherwise. Entries in or below the file's folder are written

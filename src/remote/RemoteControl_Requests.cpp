@@ -6,6 +6,7 @@
 #include <span>
 #include <vector>
 
+#include "dock/paths.hpp"
 #include "remote/values.hpp"
 
 namespace reelhouse {
@@ -21,13 +22,6 @@ qsizetype findTrack(Request &request, const QString &id)
 	if (track == tracks.cend())
 		request.refuse(Refusal::UnknownTrack, id);
 	return track - tracks.cbegin();
-}
-
-// The list lays out every path, and a path of a megabyte blocks the window for a fifth of a second.
-bool isTooLong(const QString &path)
-{
-	constexpr qsizetype maxBytes = 64 * 1024;
-	return path.size() > maxBytes || path.toUtf8().size() > maxBytes;
 }
 
 OBSDataArrayAutoRelease nameArray(const char *key, std::span<const char *const> names)

@@ -1,17 +1,18 @@
-"""What goes wrong on air: OBS killed, collections and sources swapped.
+"""What goes wrong on air: OBS killed, collections and sources swapped, media that changes under the player.
 
 Whatever happens, OBS ends cleanly and the queue is there when it starts again.
 """
 
 import contextlib
 import json
+import os
 import socket
 
 from gi.repository import GLib
 
 from obs_config import SOURCE, vlc_source
 from obs_host import press_key, wait_for
-from show import answer, by_id, done, edit_elsewhere, play, playing, queue_of, soon
+from show import answer, by_id, done, edit_elsewhere, expect, play, playing, queue_of, soon
 
 
 def menu_entry(obs, name):
@@ -90,6 +91,18 @@ def source_deleted(obs, clips, whole):
     soon("the deletion undone", lambda: queue_of(obs), whole)
 
 
+def media_that_changes(obs, clips, whole):
+    """The file under the player is cut or deleted."""
+    obs.choose("endMode", "Play Next")
+    for clip, change in zip(clips, (lambda clip: os.truncate(clip, 20_000), os.unlink)):
+        play(obs, clip)
+        change(clip)
+        wait_for("the show goes on, or waits for the streamer",
+                 lambda: not playing(obs, clip) or obs.media(SOURCE)[0] in ("stopped", "error", "ended"), 30)
+    play(obs, clips[2])
+    expect("the queue at the end", queue_of(obs), whole)
+
+
 def run(show):
     clips = [show.clip(f"{name}.mp4", 6) for name in ("one", "two", "three", "four", "five")]
     names = [clip.name for clip in clips]
@@ -101,4 +114,5 @@ def run(show):
         show.end()
     obs = show.start()
     source_deleted(obs, clips, whole)
+    media_that_changes(obs, clips, whole)
     show.end()

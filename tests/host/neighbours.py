@@ -35,6 +35,15 @@ def controls_step(obs, clips):
             plays_on(obs, clips[position])
 
 
+def other_controls(obs, clips):
+    """Pausing, starting again and stopping from outside leave the dock telling the truth."""
+    for action, state, button in (("PAUSE", "paused", "Resume"), ("PLAY", "playing", "Pause"),
+                                  ("STOP", "stopped", "Play"), ("RESTART", "playing", "Pause")):
+        media_action(obs, action)
+        soon(f"after {action}", lambda: (obs.media(SOURCE)[0], obs.widget("playPause").name), (state, button))
+        expect("the marked row", obs.labels()[0], MARK + clips[0].name)
+
+
 def cancelled_dialog(obs, clips):
     """A dialog that is cancelled takes the queue away. The command brings it back whole, and nothing is interrupted."""
     names = [clip.name for clip in clips]
@@ -110,6 +119,7 @@ def run(show):
     by_id(obs, ".sources", "OBS's own list").children[0].click()
     play(obs, clips[0])
     controls_step(obs, clips)
+    other_controls(obs, clips)
     cancelled_dialog(obs, clips)
     drag_over_an_end(obs, clips, shorts)
     show_in_folder(obs, clips[0])

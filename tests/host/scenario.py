@@ -76,7 +76,10 @@ def undo_is_ours(obs, stored, names, extra):
     item = obs.request("GetSceneItemId", sceneName="Film", sourceName=SOURCE)["sceneItemId"]
 
     def transform():
-        return obs.request("GetSceneItemTransform", sceneName="Film", sceneItemId=item)["sceneItemTransform"]
+        whole = obs.request("GetSceneItemTransform", sceneName="Film", sceneItemId=item)["sceneItemTransform"]
+        # The size goes with the media, which may end.
+        of_media = ("sourceWidth", "sourceHeight", "width", "height")
+        return {key: value for key, value in whole.items() if key not in of_media}
 
     original = transform()
     by_id(obs, ".sources", "OBS's own list").children[0].click()

@@ -47,7 +47,7 @@ QString displayTitle(const QString &path, const Tags &tags)
 			return url.host().isEmpty() ? name : url.host();
 		name = url.fileName();
 	}
-	// Digits alone after the last dot are part of a name: "Part 2.5".
+	// Digits alone after the last dot are part of a name: "Mix 2.5".
 	static const QRegularExpression ending(u"(?<=.)\\.(?=[0-9]*[A-Za-z])[0-9A-Za-z]{1,5}$"_s);
 	return name.remove(ending);
 }

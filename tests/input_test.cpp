@@ -160,4 +160,8 @@ TEST_F(Input, AMessageIsAnnouncedAndShowsWhole)
 	EXPECT_TRUE(tipAt(message, message->rect().center()).contains(message->text().toHtmlEscaped()));
 	EXPECT_TRUE(message->toolTip().isEmpty());
 	EXPECT_TRUE(announced.startsWith(u"File not found") && message->text().endsWith(announced));
+	child<QComboBox>("endMode")->setItemText(0, QString(30, u'W'));
+	frontend->dock->resize(360, 400);
+	QCoreApplication::sendPostedEvents();
+	EXPECT_GE(message->width(), message->fontMetrics().horizontalAdvance(u"⚠"_s)) << "beside words of any length";
 }

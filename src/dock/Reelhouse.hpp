@@ -180,7 +180,6 @@ private:
 	void tick();
 	void followSeek(qint64 positionMs);
 	void describePlayback(obs_media_state state, qint64 positionMs);
-	void applyEndMode(obs_media_state state);
 	// libobs calls these three on a thread of its own.
 	static void mediaStopped(void *data, calldata_t *params);
 	static void mediaNext(void *data, calldata_t *params);
@@ -188,6 +187,9 @@ private:
 	void postStep(int step);
 	void followStep(int step, quint64 serial);
 	void finishSwitch(quint64 serial);
+
+	// Reelhouse_EndOfTrack.cpp
+	void applyEndMode(obs_media_state state);
 
 	// Reelhouse_Transport.cpp
 	void updateTime(qint64 positionMs);

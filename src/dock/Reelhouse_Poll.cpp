@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <utility>
 
 #include "dock/QueueControl.hpp"
 #include "dock/text.hpp"
@@ -19,8 +18,6 @@ namespace {
 
 // Every fourth tick, once a second, the poll also looks at the list of sources and for edits elsewhere.
 constexpr quint32 ticksPerRefresh = 4;
-// For this long after a switch, a source that reports "playing" may mean the previous media.
-constexpr qint64 settleMs = 99;
 constexpr qint64 seekPatienceMs = 999;
 // A seek has landed within this distance of its target, or within a thousandth of the duration if that is more.
 constexpr qint64 seekToleranceMs = 100;
@@ -100,38 +97,6 @@ void Reelhouse::describePlayback(obs_media_state state, qint64 positionMs)
 	// Qt announces each description that is set, even an equal one, and a screen reader would read out every poll.
 	if (timeLabel->accessibleDescription() != description)
 		timeLabel->setAccessibleDescription(description);
-}
-
-void Reelhouse::applyEndMode(obs_media_state state)
-{
-	// Return early, without a search of the queue, when the state cannot arm or end anything.
-	if (!managed || (state == OBS_MEDIA_STATE_PLAYING) == playbackArmed)
-		return;
-	const int current = currentIndex();
-	if (current < 0)
-		return;
-	switch (state) {
-	case OBS_MEDIA_STATE_PLAYING:
-		if (!switchClock.isValid() || switchClock.elapsed() > settleMs)
-			playbackArmed = true;
-		break;
-	case OBS_MEDIA_STATE_STOPPED:
-	case OBS_MEDIA_STATE_ERROR:
-		playbackArmed = false;
-		break;
-	case OBS_MEDIA_STATE_ENDED:
-		if (!std::exchange(playbackArmed, false))
-			break;
-		if (endMode == EndRepeat)
-			playTrack(currentId, false);
-		else if (endMode == EndNext && current + 1 < tracks.size())
-			playTrack(tracks.at(current + 1).id, false);
-		else
-			stopPlayback();
-		break;
-	default:
-		break;
-	}
 }
 
 void Reelhouse::mediaStopped(void *data, calldata_t *params)

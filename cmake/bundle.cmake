@@ -13,7 +13,7 @@ set_target_properties(
              MACOSX_BUNDLE_INFO_PLIST "${PROJECT_SOURCE_DIR}/cmake/package/Info.plist.in"
              # libobs is already loaded, and an install that rewrites the search path would break the signature.
              BUILD_WITH_INSTALL_RPATH ON
-             LINK_DEPENDS "${data_files};${documents};${manifest}")
+             LINK_DEPENDS "${data_files};${pages};${documents};${manifest}")
 
 # Sign last: signed files must not change. arm64 loads only signed code, so an ad-hoc signature is the least.
 set(resources "$<TARGET_BUNDLE_CONTENT_DIR:obs-reelhouse>/Resources")
@@ -22,7 +22,7 @@ add_custom_command(
   POST_BUILD
   COMMAND "${CMAKE_COMMAND}" -E rm -rf "${resources}"
   COMMAND "${CMAKE_COMMAND}" -E copy_directory "${PROJECT_SOURCE_DIR}/data" "${resources}"
-  COMMAND "${CMAKE_COMMAND}" -E copy ${documents} "${manifest}" "${resources}"
+  COMMAND "${CMAKE_COMMAND}" -E copy ${documents} ${pages} "${manifest}" "${resources}"
   COMMAND codesign --force --sign - "$<TARGET_BUNDLE_DIR:obs-reelhouse>"
   VERBATIM)
 install(TARGETS obs-reelhouse LIBRARY DESTINATION .)

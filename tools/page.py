@@ -4,14 +4,12 @@ import base64
 import contextlib
 import json
 import subprocess
-from pathlib import Path
 from urllib.request import urlopen
 
 from websockets.sync.client import connect
 
 from obs_host import HostError, wait_for
 
-PAGE = Path(__file__).parents[1] / "data/now-playing.html"
 # What OBS gives every new browser source.
 OBS_STYLE = "body { background-color: rgba(0, 0, 0, 0); margin: 0px auto; overflow: hidden; }"
 FLAGS = ["--headless", "--no-sandbox", "--disable-gpu", "--no-first-run", "--disable-background-networking",
@@ -61,9 +59,10 @@ class Page:
 
 
 @contextlib.contextmanager
-def open_page(folder, port, options="", width=1280, height=720):
-    """Opens the page on the OBS at this port. The folder is Chromium's own; options are those of the page's URL."""
-    page = Page(folder, f"{PAGE.as_uri()}?address=localhost:{port}{options}", width, height)
+def open_page(data, folder, port, options="", width=1280, height=720):
+    """Opens the page of this data root on the OBS at this port. The folder is Chromium's own; options are the URL's."""
+    url = (data / "obs-reelhouse/now-playing.html").absolute().as_uri()
+    page = Page(folder, f"{url}?address=localhost:{port}{options}", width, height)
     try:
         wait_for("the page is loaded", lambda: page.look("document.readyState == 'complete' && !!window.panel"))
         page.look(f"document.head.appendChild(document.createElement('style')).textContent = `{OBS_STYLE}`")

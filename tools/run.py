@@ -154,10 +154,10 @@ def play_through(arguments, desktop):
     return watch(arguments, arguments.media, use, preview=False)
 
 
-def picture_overlay(obs, folder, path, options, on_video):
+def picture_overlay(obs, data, folder, path, options, on_video):
     """Takes a picture of the now-playing page in a browser, on white or on what OBS shows."""
     size = {"width": 640, "height": 360}
-    with open_page(folder, obs.port, options, **size) as page:
+    with open_page(data, folder, obs.port, options, **size) as page:
         if on_video:
             frame = obs.request("GetSourceScreenshot", sourceName=obs_config.SCENE, imageFormat="png",
                                 imageWidth=size["width"], imageHeight=size["height"])["imageData"]
@@ -188,7 +188,7 @@ def take_pictures(arguments, desktop):
     def on_air(obs):
         play_track(obs, TAGGED[0][0])
         for name, options, on_video in OVERLAYS:
-            picture_overlay(obs, arguments.home / name, arguments.pictures / name, options, on_video)
+            picture_overlay(obs, arguments.data, arguments.home / name, arguments.pictures / name, options, on_video)
     code = watch(arguments, media, below, other_scenes=["Welcome"])
     code = code or watch(arguments, media, side, other_scenes=["Welcome"], side=True,
                          theme="com.obsproject.Yami.Light")

@@ -24,12 +24,6 @@ build() {
 	cmake --build --preset "$@" >&2
 }
 
-# Makes the data folder that OBS expects for a module that is not installed: the module's data under its name.
-stage_data() {
-	mkdir -p build/stage
-	ln -sfn "$checkout/data" build/stage/obs-reelhouse
-}
-
 make_clips() {
 	local folder=$1 number
 	mkdir -p "$folder"
@@ -47,8 +41,7 @@ drive_host() {
 	local program=$checkout/$1
 	shift
 	build dev --target obs-reelhouse dock_layout
-	stage_data
 	cd build
 	export PYTHONPATH=$checkout/tools
-	dbus-run-session -- python3 "$program" "$@" --module dev/obs-reelhouse.so --data stage --layout dev/tools/dock_layout
+	dbus-run-session -- python3 "$program" "$@" --module dev/obs-reelhouse.so --data dev/data --layout dev/tools/dock_layout
 }

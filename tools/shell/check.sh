@@ -8,6 +8,7 @@ test_inside() {
 	local filter=() tree
 	[[ $# -gt 0 ]] && filter=(--tests-regex "$1")
 	mkdir -p build
+	install_js
 	say "configuring"
 	# Configure all trees at once and from scratch, so that no setting made by hand is tested.
 	local -A job
@@ -39,6 +40,16 @@ format_inside() {
 	find src tests tools bench -name '*.cpp' -print0 -o -name '*.hpp' -print0 | xargs -0 clang-format -i "$@"
 }
 
+# Installs the tools for the pages, in the versions that tools/js names.
+install_js() {
+	mkdir -p build/js
+	cmp -s tools/js/package-lock.json build/js/node_modules/.installed && cp tools/js/* build/js && return
+	say "installing the linter and the checker of the pages with npm"
+	cp tools/js/* build/js
+	npm ci --prefix build/js --no-audit --no-fund >build/npm.log 2>&1 || { cat build/npm.log >&2 && die "npm failed."; }
+	cp tools/js/package-lock.json build/js/node_modules/.installed
+}
+
 # Checks the sources whose names it reads, with clang and its standard library: tidy TREE [OPTIONS…]. The source for
 # macOS, which is not built here, gets the options of its neighbours.
 tidy() {
@@ -51,6 +62,10 @@ lint_inside() {
 	format_inside --dry-run --Werror || faults+=(format)
 	shellcheck --external-sources --check-sourced dev .ci/run || faults+=(scripts)
 	flake8 tools tests bench || faults+=(Python)
+	say "checking the pages"
+	install_js
+	build dev --target pages
+	build/js/node_modules/.bin/eslint --config build/js/eslint.config.js build/dev/data >&2 || faults+=(pages)
 	say "reading the C++ (a few minutes)"
 	configure lint
 	configure lint-unity

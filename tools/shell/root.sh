@@ -19,10 +19,10 @@ declare -A packages_for=(
 	# OBS, its VLC source, and the packages that OBS needs on a screen and without one
 	[host]="obs-studio obs-plugins qt6-svg-plugins vlc-plugin-base libvlc5 libgl1-mesa-dri fonts-dejavu-core ffmpeg
 		xvfb xauth openbox xdotool imagemagick dbus-x11 at-spi2-core gir1.2-atspi-2.0 python3-gi python3-websockets"
-	# chromium shows the page of the remote control; the test of the packages needs lintian and mount
-	[tests]="chromium lintian mount"
+	# chromium shows the pages, and npm installs what checks them; the test of the packages needs lintian and mount
+	[tests]="chromium nodejs npm lintian mount"
 	# clang is the second compiler; libc++ is its own standard library, which macOS uses
-	[lint]="clang clang-format clang-tidy libc++-dev shellcheck flake8"
+	[lint]="clang clang-format clang-tidy libc++-dev shellcheck flake8 nodejs npm"
 	[package]="dpkg-dev file"
 )
 
@@ -133,8 +133,9 @@ enter_root() {
 	for entry in /run/user /var/tmp; do
 		[[ -d $entry ]] && mkdir -p "$root$entry" && mount --rbind "$entry" "$root$entry"
 	done
-	for entry in /etc/passwd /etc/group /etc/hosts /etc/resolv.conf; do
-		[[ -e $entry ]] && touch "$root$entry" && mount --bind "$entry" "$root$entry"
+	# The last one has the certificates that this machine trusts.
+	for entry in /etc/passwd /etc/group /etc/hosts /etc/resolv.conf /etc/ssl/certs/ca-certificates.crt; do
+		[[ -e $entry ]] && mkdir -p "$root${entry%/*}" && touch "$root$entry" && mount --bind "$entry" "$root$entry"
 	done
 	# shellcheck disable=SC2016 # the inner shell expands these
 	exec chroot --userspec="$user" --groups="$groups" "$root" /bin/sh -c 'cd "$1" && shift && exec "$@"' sh "$directory" "$@"
@@ -145,7 +146,7 @@ run_in_root() {
 	shift
 	keep=(HOME="$HOME" PATH=/usr/local/bin:/usr/bin:/bin:/usr/sbin:/sbin LANG=C.UTF-8 REELHOUSE_INSIDE=1)
 	for name in TERM DISPLAY WAYLAND_DISPLAY XAUTHORITY XDG_RUNTIME_DIR XDG_CACHE_HOME DBUS_SESSION_BUS_ADDRESS \
-		PULSE_SERVER CI REELHOUSE_SEED SOURCE_DATE_EPOCH; do
+		PULSE_SERVER CI NODE_EXTRA_CA_CERTS REELHOUSE_SEED SOURCE_DATE_EPOCH; do
 		[[ -n ${!name:-} ]] && keep+=("$name=${!name}")
 	done
 	as_root unshare --mount true 2>/dev/null ||

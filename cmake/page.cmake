@@ -1,0 +1,41 @@
+# Makes a page one file: puts in the scripts and styles that it names, and what they use of the locale files.
+#   cmake -D page=FILE -D locale=FOLDER -D output=FILE -P page.cmake
+file(READ "${page}" text)
+get_filename_component(folder "${page}" DIRECTORY)
+
+foreach(kind "<script src=|></script>|script" "<link rel=\"stylesheet\" href=|>|style")
+  string(REPLACE "|" ";" kind "${kind}")
+  list(GET kind 0 before)
+  list(GET kind 1 after)
+  list(GET kind 2 element)
+  string(REGEX MATCHALL "${before}\"[^\"]+\"${after}" references "${text}")
+  foreach(reference IN LISTS references)
+    string(REGEX MATCH "\"([^\"]+)\"${after}$" matched "${reference}")
+    file(READ "${folder}/${CMAKE_MATCH_1}" content)
+    string(REPLACE "${reference}" "<${element}>\n${content}</${element}>" text "${text}")
+  endforeach()
+endforeach()
+
+# The keys stand in calls of word("…") and in attributes data-….
+string(REGEX MATCHALL "(word\\(|data-[a-z]+=)\"[A-Z][A-Za-z0-9]+\"" uses "${text}")
+list(TRANSFORM uses REPLACE "^.*\"(.+)\"$" "\\1" OUTPUT_VARIABLE keys)
+list(SORT keys)
+list(REMOVE_DUPLICATES keys)
+file(GLOB files "${locale}/*.ini")
+set(locales "")
+foreach(file IN LISTS files)
+  get_filename_component(language "${file}" NAME_WE)
+  file(READ "${file}" texts)
+  string(APPEND locales "\t\"${language}\": {\n")
+  foreach(key IN LISTS keys)
+    # The escapes are those of JavaScript.
+    if(NOT "\n${texts}" MATCHES "\n(${key})=(\"[^\n]*\")\n")
+      message(FATAL_ERROR "${page} wants the text ${key}, which ${file} does not have.")
+    endif()
+    string(APPEND locales "\t\t${CMAKE_MATCH_1}: ${CMAKE_MATCH_2},\n")
+  endforeach()
+  string(APPEND locales "\t},\n")
+endforeach()
+string(REPLACE "const locales = {};" "const locales = {\n${locales}};" text "${text}")
+
+file(WRITE "${output}" "${text}")

@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include <QFile>
 #include <QFileDialog>
+#include <QMessageBox>
 
 #include "Story.hpp"
 
@@ -58,18 +59,21 @@ TEST_F(Files, PlaylistsAreRead)
 		{"lines.m3u", "#EXTM3U\r\n#EXTINF:5,A\r\n a b.mp3 \r\n\n/abs.mp3\n../x/./y", "a b.mp3|/abs.mp3|../x/y"},
 		{"marked.m3u", "\xEF\xBB\xBF\xC3\xA9.mp3", "é.mp3"},
 		{"latin1.m3u", "\xE9.mp3", "é.mp3"},
-		{"latin1.m3u8", "\xE9.mp3", ""},
+		{"mixed.m3u8", "\xC3\xA9.mp3\r\x80\xE9.mp3\r\nc", "é.mp3|€é.mp3|c"},
+		{"utf16.pls", QByteArray("\xFF\xFE" "F\0i\0l\0e\0" "1\0=\0\xE9\0\n\0F\0i\0l\0e\0" "2\0=\0\x00\xD8\n\0\n", 37), "é"},
 		{"urls.m3u8", "file:///x%20y.mp3\nFILE://localhost/z\nfile:///a%00b\nhttp://h/?y#z", "/x y.mp3|/z|http://h/?y#z"},
 		{"escaped.m3u", "a%20b.mp3\n50%25.mp3\nno%20such", "a b.mp3|50%25.mp3|no%20such"},
 		{"windows.m3u", ".\\a b.mp3\r\nC:\\b.mp3", "a b.mp3|C:\\b.mp3"},
 		{"hls.m3u8", "#EXTM3U\n#EXT-X-TARGETDURATION:4\n1.ts\n2.ts", "hls.m3u8"},
-		{"film.m3u", QByteArray("a.mp3\n\0b", 8), ""},
+		{"null.m3u", QByteArray("a.mp3\n\0b", 8), "a.mp3"},
+		{"film.m3u", QByteArray("\0\0ftyp\nisom\n\1\2\n\3\n", 20), ""},
 		{"long.m3u", QByteArray(70'000, 'a') + "\nb", "b"},
 		{"numbered.pls", "[playlist]\r\nFile10=c\r\nTitle2=t\nfile2= http://h/\nFile1=a=b\nFileX=no", "a=b|http://h/|c"},
 		{"good.xspf", xspf + "<track><title>t</title><location> a%20b%3F&amp; </location><location>2nd</location></track>"
 			      "<track/><track><extension><location>no</location></extension><location>rtsp://h/%20</location>"
 			      "</track><track><location>file:///%C3%A9</location></track>" + end, "sub/a b?&|rtsp://h/%20|/é"},
-		{"short.xspf", xspf + "<track><location>a</location></track></trackList>", ""},
+		{"short.xspf", xspf + "<track><location>a</location></track><track>&</track>", "sub/a"},
+		{"latin1.xspf", xspf + "<track><title>\xE9</title><location>\xE9</location></track>" + end, "sub/é"},
 		{"entity.xspf", "<!DOCTYPE p [<!ENTITY a 'aaaaaaaaaa'><!ENTITY b '&a;&a;&a;&a;&a;&a;&a;&a;&a;&a;'>"
 			      "<!ENTITY c '&b;&b;&b;&b;&b;&b;&b;&b;&b;&b;'><!ENTITY d '&c;&c;&c;&c;&c;&c;&c;&c;&c;&c;'>]>" +
 			      xspf + "<track><location>&d;</location></track>" + end, ""},
@@ -134,6 +138,26 @@ TEST_F(Files, ThePlaylistFilesOfTheToolsMenu)
 	EXPECT_TRUE(frontend->dock->findChild<QFileDialog *>());
 	endObs(); // under the open dialog
 	EXPECT_TRUE(frontend->toolsMenu.children().isEmpty());
+}
+
+// The entries that can be read are imported, and a message box tells of the rest where the message line cannot be seen.
+TEST_F(Files, AreReadAsFarAsTheyCanBe)
+{
+	begin(u"A"_s);
+	const QByteArray lines("d\n\0\nd\n\0", 8),
+		xspf("<playlist><trackList><track><location>d</location></track>\n<track><location>%00</location></track>\n&");
+	for (const bool hidden : {true, false}) {
+		frontend->dock->setHidden(hidden);
+		for (const auto &[name, content, says] : {std::tuple(u"half.m3u"_s, lines, "these lines: 2, 4"),
+							  std::tuple(u"half.xspf"_s, xspf, "up to line 3")}) {
+			pickFile("importPlaylist", makeFile(name, content));
+			EXPECT_EQ(rowPaths().last(), folder.filePath(u"d"_s));
+			EXPECT_TRUE(child<QLabel>("message")->text().contains(QLatin1String(says)));
+			const std::unique_ptr<QMessageBox> box(frontend->dock->findChild<QMessageBox *>());
+			ASSERT_EQ(box && box->isVisible(), hidden);
+			EXPECT_TRUE(!box || child<QLabel>("message")->text().endsWith(box->text()));
+		}
+	}
 }
 
 TEST_F(Files, TheCurrentTrackStandsInATextSource)

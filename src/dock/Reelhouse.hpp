@@ -244,6 +244,7 @@ private:
 	void chooseExport();
 	void importPlaylist(const QString &file);
 	void exportPlaylist(const QString &file);
+	void tellError(const QString &message);
 
 	// Reelhouse_Input.cpp
 	bool showFolderTip(const QHelpEvent *event);

@@ -3,6 +3,7 @@
 
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QMessageBox>
 
 #include "dock/paths.hpp"
 #include "dock/text.hpp"
@@ -62,13 +63,16 @@ void Reelhouse::chooseExport()
 
 void Reelhouse::importPlaylist(const QString &file)
 {
-	const auto [paths, error] = readPlaylist(file);
+	const auto [paths, error, leftOut] = readPlaylist(file);
 	if (!error.isEmpty())
-		showError(ui("PlaylistReadError").arg(file, error));
+		tellError(ui("PlaylistReadError").arg(file, error));
 	else if (paths.isEmpty())
-		showError(ui("PlaylistEmpty").arg(file));
+		tellError(leftOut.isEmpty() ? ui("PlaylistEmpty").arg(file) : leftOut);
 	else
 		appendFiles(paths);
+	// After the import, which clears the message line.
+	if (!paths.isEmpty() && !leftOut.isEmpty())
+		tellError(leftOut);
 }
 
 void Reelhouse::exportPlaylist(const QString &file)
@@ -81,5 +85,21 @@ void Reelhouse::exportPlaylist(const QString &file)
 	if (error.isEmpty())
 		clearError();
 	else
-		showError(ui("PlaylistWriteError").arg(file, error));
+		tellError(ui("PlaylistWriteError").arg(file, error));
+}
+
+// For a command of OBS's menu bar, which works while the dock is closed or behind a tab: then the message line cannot
+// be seen, and a message box tells the same.
+void Reelhouse::tellError(const QString &message)
+{
+	showError(message);
+	if (!visibleRegion().isEmpty())
+		return;
+	QWidget *mainWindow = this;
+	while (mainWindow->parentWidget())
+		mainWindow = mainWindow->parentWidget();
+	auto *box = new QMessageBox(QMessageBox::Warning, ui("DockName"), message, QMessageBox::Ok, mainWindow);
+	box->setAttribute(Qt::WA_DeleteOnClose);
+	box->setTextFormat(Qt::PlainText);
+	box->open();
 }

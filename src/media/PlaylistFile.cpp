@@ -12,7 +12,7 @@
 #include <QXmlStreamWriter>
 
 #include <algorithm>
-#include <optional>
+#include <array>
 
 #include "dock/paths.hpp"
 #include "dock/text.hpp"
@@ -105,56 +105,108 @@ QString locationEntry(const QString &location, const QUrl &base)
 	return local.isEmpty() ? url.toString(QUrl::FullyEncoded) : local;
 }
 
-void add(QList<QString> &paths, const QString &path)
+// What a file gives to the queue.
+struct Entries {
+	QList<QString> paths;
+	QList<qint64> skipped; // numbers of the lines whose entry is no path
+
+	void add(const QString &path, qint64 line)
+	{
+		// A path has no null character, and libobs would cut the path there.
+		if (path.contains(QChar(u'\0')) || !path.isValidUtf16() || isTooLong(path))
+			skipped.append(line);
+		else if (!path.isEmpty())
+			paths.append(path);
+	}
+};
+
+QString fromWindows1252(const QByteArray &bytes)
 {
-	// A path has no null character, and libobs would cut the path there.
-	if (!path.isEmpty() && !path.contains(QChar(u'\0')) && !isTooLong(path))
-		paths.append(path);
+	// The characters from 0x80 to 0x9F. All others are those of Latin-1.
+	static constexpr std::array<char16_t, 32> special = {
+		0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
+		0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
+		0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178,
+	};
+	QString text = QString::fromLatin1(bytes);
+	for (QChar &c : text) {
+		if (c >= u'\x80' && c <= u'\x9F')
+			c = special.at(c.unicode() - 0x80);
+	}
+	return text;
 }
 
-// Decodes UTF-8 with or without a byte order mark and UTF-16 with one. Other text is Latin-1 if the format allows that.
-// Returns nothing for bytes that are not text.
-std::optional<QString> decoded(const QByteArray &bytes, bool allowsLatin1)
+// Old players write Windows-1252, some of them beside lines of UTF-8.
+QString decodedByLine(QByteArray bytes)
 {
-	QStringDecoder decoder(QStringConverter::encodingForData(bytes).value_or(QStringConverter::Utf8),
-			       QStringConverter::Flag::Stateless);
+	QString text;
+	text.reserve(bytes.size());
+	bytes.replace("\r\n", "\n").replace('\r', '\n');
+	for (const QByteArray &line : bytes.split('\n'))
+		text += (line.isValidUtf8() ? QString::fromUtf8(line) : fromWindows1252(line)) + u'\n';
+	return text;
+}
+
+// Decodes by the byte order mark, else as UTF-8, else line by line. A damaged character becomes a null character, so
+// that its line is left out.
+QString decoded(const QByteArray &bytes)
+{
+	const auto encoding = QStringConverter::encodingForData(bytes).value_or(QStringConverter::Utf8);
+	if (encoding == QStringConverter::Utf8 && !bytes.isValidUtf8())
+		return decodedByLine(bytes);
+	QStringDecoder decoder(encoding, QStringConverter::Flag::Stateless);
 	QString text = decoder.decode(bytes);
-	if (decoder.hasError() && allowsLatin1)
-		text = QString::fromLatin1(bytes);
-	else if (decoder.hasError())
-		return std::nullopt;
-	return text.contains(QChar(u'\0')) ? std::nullopt : std::optional(text);
+	if (decoder.hasError())
+		text.replace(QChar::ReplacementCharacter, QChar(u'\0'));
+	return text;
 }
 
-template <typename Take> void eachLine(QStringView text, const Take &take)
+// Calls take for each line that is not empty, with its number from 1.
+template <typename Take> void eachLine(QString text, const Take &take)
 {
-	for (const QStringView line : text.tokenize(u'\n')) {
-		for (const QStringView part : line.tokenize(u'\r')) {
-			if (const QStringView trimmed = part.trimmed(); !trimmed.isEmpty())
-				take(trimmed);
-		}
+	text.replace("\r\n"_L1, "\n"_L1).replace(u'\r', u'\n');
+	qint64 number = 0;
+	for (const QStringView line : QStringView(text).tokenize(u'\n')) {
+		number++;
+		if (const QStringView trimmed = line.trimmed(); !trimmed.isEmpty())
+			take(trimmed, number);
 	}
 }
 
-QList<QString> readM3u(const QString &text, const QString &file)
+// Whether at least every second line is free of control characters. The bytes of a film are full of them.
+bool isText(const QString &text)
 {
-	const QString folder = folderOf(file);
-	QList<QString> paths;
-	bool isHls = false;
-	eachLine(text, [&](QStringView line) {
-		isHls = isHls || line.startsWith("#EXT-X-"_L1);
-		if (!line.startsWith(u'#'))
-			add(paths, plainEntry(line.toString(), folder));
+	qsizetype lines = 0, strange = 0;
+	eachLine(text, [&](QStringView line, qint64) {
+		lines++;
+		strange += std::ranges::any_of(line, [](QChar c) { return c < u' ' && c != u'\t'; });
 	});
-	return isHls ? QList{QFileInfo(file).absoluteFilePath()} : paths;
+	return strange <= lines / 2;
 }
 
-QList<QString> readPls(const QString &text, const QString &file)
+Entries readM3u(const QString &text, const QString &file)
 {
 	const QString folder = folderOf(file);
-	// (number, path)
-	QList<std::pair<qulonglong, QString>> numbered;
-	eachLine(text, [&](QStringView line) {
+	Entries entries;
+	bool isHls = false;
+	eachLine(text, [&](QStringView line, qint64 number) {
+		isHls = isHls || line.startsWith("#EXT-X-"_L1);
+		if (!line.startsWith(u'#'))
+			entries.add(plainEntry(line.toString(), folder), number);
+	});
+	return isHls ? Entries{{QFileInfo(file).absoluteFilePath()}, {}} : entries;
+}
+
+Entries readPls(const QString &text, const QString &file)
+{
+	const QString folder = folderOf(file);
+	struct Numbered {
+		qulonglong number;
+		QString path;
+		qint64 line;
+	};
+	QList<Numbered> numbered;
+	eachLine(text, [&](QStringView line, qint64 at) {
 		const qsizetype equals = line.indexOf(u'=');
 		if (equals < 0 || !line.startsWith("File"_L1, Qt::CaseInsensitive))
 			return;
@@ -162,13 +214,13 @@ QList<QString> readPls(const QString &text, const QString &file)
 		const qulonglong number = line.first(equals).sliced(4).trimmed().toULongLong(&isNumber);
 		const QStringView entry = line.sliced(equals + 1).trimmed();
 		if (isNumber && !entry.isEmpty())
-			numbered.emplaceBack(number, plainEntry(entry.toString(), folder));
+			numbered.append({number, plainEntry(entry.toString(), folder), at});
 	});
-	std::ranges::stable_sort(numbered, {}, &std::pair<qulonglong, QString>::first);
-	QList<QString> paths;
-	for (const auto &[number, path] : std::as_const(numbered))
-		add(paths, path);
-	return paths;
+	std::ranges::stable_sort(numbered, {}, &Numbered::number);
+	Entries entries;
+	for (const auto &[number, path, line] : std::as_const(numbered))
+		entries.add(path, line);
+	return entries;
 }
 
 // Calls take for each child element with this name and skips all other children.
@@ -182,10 +234,10 @@ template <typename Take> void eachElement(QXmlStreamReader &reader, QLatin1Strin
 	}
 }
 
-PlaylistContent readXspf(const QByteArray &bytes, const QString &file)
+// Returns the entries up to the first error, which the reader then has.
+Entries readXspf(QXmlStreamReader &reader, const QString &file)
 {
-	PlaylistContent content;
-	QXmlStreamReader reader(bytes);
+	Entries entries;
 	QUrl base = QUrl::fromLocalFile(QFileInfo(file).absoluteFilePath());
 	eachElement(reader, "playlist"_L1, [&] {
 		base = base.resolved(QUrl(reader.attributes().value("xml:base"_L1).toString()));
@@ -200,13 +252,41 @@ PlaylistContent readXspf(const QByteArray &bytes, const QString &file)
 						location = text.trimmed();
 				});
 				if (!location.isEmpty())
-					add(content.paths, locationEntry(location, base));
+					entries.add(locationEntry(location, base), reader.lineNumber());
 			});
 		});
 	});
-	if (reader.hasError())
-		content = {{}, reader.errorString()};
-	return content;
+	return entries;
+}
+
+// Returns the message for the skipped lines, the first of them by number; empty when there are none.
+QString withoutLines(QList<qint64> lines, const QString &file)
+{
+	constexpr qsizetype mostNumbers = 10;
+	std::ranges::sort(lines);
+	QStringList numbers;
+	for (const qint64 line : std::as_const(lines).first(std::min(lines.size(), mostNumbers)))
+		numbers.append(QString::number(line));
+	if (lines.size() > mostNumbers)
+		numbers.append(u"…"_s);
+	return lines.isEmpty() ? QString() : ui("PlaylistWithoutLines").arg(file, numbers.join(", "_L1));
+}
+
+PlaylistContent xspfContent(const QByteArray &bytes, const QString &file)
+{
+	QXmlStreamReader reader(bytes);
+	Entries entries = readXspf(reader, file);
+	if (reader.hasError() && !bytes.isValidUtf8()) {
+		reader.clear();
+		reader.addData(decoded(bytes));
+		entries = readXspf(reader, file);
+	}
+	if (!reader.hasError())
+		return {entries.paths, {}, withoutLines(entries.skipped, file)};
+	if (entries.paths.isEmpty())
+		return {{}, reader.errorString(), {}};
+	const QString line = QString::number(reader.lineNumber());
+	return {entries.paths, {}, ui("PlaylistUpToLine").arg(file, line, reader.errorString())};
 }
 
 // ---- writing
@@ -305,22 +385,23 @@ PlaylistContent readPlaylist(const QString &path)
 	QFile file(path);
 	// Opening a pipe would block until a program writes to it.
 	if (const QFileInfo info(path); info.exists() && !info.isFile())
-		return {{}, ui("PlaylistNotText")};
+		return {{}, ui("PlaylistNotText"), {}};
 	if (!file.open(QIODevice::ReadOnly))
-		return {{}, file.errorString()};
+		return {{}, file.errorString(), {}};
 	if (file.size() > maxSize)
-		return {{}, ui("PlaylistTooLarge")};
+		return {{}, ui("PlaylistTooLarge"), {}};
 	const QByteArray bytes = file.readAll();
 	if (file.error() != QFile::NoError)
-		return {{}, file.errorString()};
+		return {{}, file.errorString(), {}};
 
 	const QString ending = endingOf(path);
 	if (ending == "xspf"_L1)
-		return readXspf(bytes, path);
-	const std::optional<QString> text = decoded(bytes, ending != "m3u8"_L1);
-	if (!text)
-		return {{}, ui("PlaylistNotText")};
-	return {ending == "pls"_L1 ? readPls(*text, path) : readM3u(*text, path), {}};
+		return xspfContent(bytes, path);
+	const QString text = decoded(bytes);
+	if (!isText(text))
+		return {{}, ui("PlaylistNotText"), {}};
+	const auto [paths, skipped] = ending == "pls"_L1 ? readPls(text, path) : readM3u(text, path);
+	return {paths, {}, withoutLines(skipped, path)};
 }
 
 QString writePlaylist(const QString &path, const QList<PlaylistEntry> &entries)

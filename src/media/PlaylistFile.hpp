@@ -12,6 +12,7 @@ namespace reelhouse {
 struct PlaylistContent {
 	QList<QString> paths; // as in a queue: local paths, or URLs that name no local file
 	QString error;        // why the file could not be read; empty on success
+	QString leftOut;      // a message that says what of the file is not in paths; empty for a whole file
 };
 
 struct PlaylistEntry {
@@ -22,7 +23,8 @@ struct PlaylistEntry {
 
 // Returns the entries of the file in their order, relative ones as absolute paths. An HLS manifest gives one entry, the
 // manifest itself, because its lines are pieces of one stream. Leaves out what is no path: a null character, or more
-// than isTooLong() allows.
+// than isTooLong() allows. Of a damaged XSPF file it returns the entries before the damage. A file without a byte order
+// mark is UTF-8, and each of its lines that is not is Windows-1252.
 PlaylistContent readPlaylist(const QString &file);
 
 // Writes XSPF if the file's ending is xspf, and M3U8 otherwise. Entries in or below the file's folder are written

@@ -141,6 +141,12 @@ void Story::addSourceSteps()
 		if (obs_source_t *source = bound())
 			media(source) = {state, words.value(1).toInt(), words.value(2).toInt()};
 	});
+	on("ends", [this](const Words &words) { endMedia(words.isEmpty() ? bound() : sources[words[0]].Get()); });
+	// Does what is said after the source has got its new track and before the dock hears of that.
+	on("midway", [this](const Words &words) {
+		videoTick(bound());
+		run(words);
+	});
 	on("own", [this](const Words &words) {
 		if (obs_source_t *source = bound())
 			(words[0] == u"next"   ? obs_source_media_next
@@ -172,7 +178,7 @@ void Story::addHostSteps()
 	for (const auto &[name, count] : {std::pair("poll", 1), {"look", 4}})
 		on(name, [polls = count](const Words &) {
 			for (int i = 0; i < polls; i++)
-				HeldClock::pass(static_cast<int>(250 - HeldClock::nowMs() % 250));
+				HeldClock::pass(250);
 		});
 	on("wait", [](const Words &words) { HeldClock::pass(words[0].toInt()); });
 	on("suspend", [this](const Words &) { frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING); });
@@ -220,6 +226,8 @@ void Story::addQuestions()
 		const QWidget *widget = frontend->dock->focusWidget();
 		answer = widget ? widget->objectName() : u"nobody"_s;
 	});
+	// How often sound that was not heard yet has been dropped.
+	on("drops?", [this](const Words &) { answer = QString::number(takeDrops(bound())); });
 	on("saves?", [this](const Words &) { answer = QString::number(std::exchange(frontend->saves, 0)); });
 	on("told?", [this](const Words &) {
 		QStringList lines;

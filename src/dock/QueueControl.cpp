@@ -58,6 +58,11 @@ int QueueControl::currentIndex() const
 	return dock->currentIndex();
 }
 
+QList<qsizetype> QueueControl::upcoming(qsizetype most) const
+{
+	return dock->upcoming(most);
+}
+
 EndMode QueueControl::endMode() const
 {
 	return static_cast<EndMode>(dock->endMode);

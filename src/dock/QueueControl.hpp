@@ -48,6 +48,8 @@ public:
 	const QString &currentId() const;
 	// The position of the current track in the queue; -1 when no track is current.
 	int currentIndex() const;
+	// The positions of the tracks that will come by themselves, at most so many, until the current one comes again.
+	QList<qsizetype> upcoming(qsizetype most) const;
 	EndMode endMode() const;
 	void chooseEndMode(EndMode mode);
 	// Reads titles and lengths of the queue's files. The dock owns it.

@@ -25,6 +25,9 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int pollIntervalMs = 250;
+// VLC's list player handles the end of its media on a thread of its own. A stop that comes first makes it start the same
+// entry again.
+constexpr int endRestMs = 20;
 constexpr int saveDelayMs = 500;
 // The longest that a change waits for the save while more changes follow.
 constexpr int saveDeadlineMs = 5000;
@@ -44,9 +47,14 @@ Reelhouse::Reelhouse(const QString &settingsPath_, QWidget *parent)
 	loadSelection();
 	updateTime(0);
 
+	for (QTimer *timer : {&pollTimer, &endTimer})
+		timer->setTimerType(Qt::PreciseTimer);
 	pollTimer.setInterval(pollIntervalMs);
 	connect(&pollTimer, &QTimer::timeout, this, &Reelhouse::tick);
 	pollTimer.start();
+	endTimer.setSingleShot(true);
+	endTimer.setInterval(endRestMs);
+	connect(&endTimer, &QTimer::timeout, this, &Reelhouse::lookAtEnd);
 
 	saveTimer.setSingleShot(true);
 	saveTimer.setInterval(saveDelayMs);
@@ -139,7 +147,11 @@ Reelhouse::Operation::Operation(Reelhouse *dock_) : dock(dock_)
 
 Reelhouse::Operation::~Operation()
 {
-	if (--dock->operations == 0 && std::exchange(dock->changePending, false))
+	if (--dock->operations > 0)
+		return;
+	if (std::exchange(dock->finishPending, false))
+		Q_EMIT dock->control->switchFinished();
+	if (std::exchange(dock->changePending, false))
 		Q_EMIT dock->control->changed();
 }
 
@@ -153,6 +165,8 @@ void Reelhouse::cancelSwitch()
 	const bool wasPending = switchPending;
 	{
 		const std::lock_guard lock(switchMutex);
+		// The new track has started, whether the dock still wants it or not.
+		finishPending = finishPending || (wasPending && !pendingSettings);
 		switchSerial++;
 		pendingSettings = nullptr;
 	}

@@ -40,8 +40,8 @@ class TrackListWidget;
 // The dock. It binds one VLC source at a time, holds that source's play queue, stores it in the source's private
 // settings, and plays it by giving the source one entry after the other.
 //
-// Everything runs on the user-interface thread, except three functions that libobs calls: mediaStopped(), mediaNext()
-// and mediaPrevious().
+// Everything runs on the user-interface thread, except the functions that libobs calls: mediaStopped(), mediaEnded(),
+// mediaNext() and mediaPrevious().
 class Reelhouse : public QWidget {
 	Q_OBJECT
 
@@ -161,14 +161,17 @@ private:
 	void bringBackReplaced();
 	QString idHeldBySource(const QString &preferredId) const;
 
+	// What a switch does to the previous track. The last sound of one that has ended by itself is still heard.
+	enum class Previous { CutOff, Ended };
+
 	// Reelhouse_Playback.cpp
 	// The first three return false when no track could be started. If the file is missing, the message line says
 	// so.
-	bool playTrack(const QString &id, bool withSceneSwitch);
+	bool playTrack(const QString &id, bool withSceneSwitch, Previous previous = Previous::CutOff);
 	bool playRelative(int delta);
 	bool togglePlay();
 	void stopPlayback();
-	void issueSwitch(obs_source_t *source);
+	void issueSwitch(obs_source_t *source, Previous previous);
 	void markCurrentRow(const QString &previousId);
 	void playSelected();
 	// The id of the list's current row; empty when there is no current row or the search hides it.
@@ -178,18 +181,23 @@ private:
 
 	// Reelhouse_Poll.cpp
 	void tick();
+	void followMedia(obs_source_t *source);
+	void lookAtEnd();
+	void postLook();
 	void followSeek(qint64 positionMs);
 	void describePlayback(obs_media_state state, qint64 positionMs);
-	// libobs calls these three on a thread of its own.
+	// libobs calls these four on threads of its own and of VLC.
 	static void mediaStopped(void *data, calldata_t *params);
+	static void mediaEnded(void *data, calldata_t *params);
 	static void mediaNext(void *data, calldata_t *params);
 	static void mediaPrevious(void *data, calldata_t *params);
-	void postStep(int step);
-	void followStep(int step, quint64 serial);
+	void postIfStillBound(const std::function<void()> &run);
+	void followStep(int step);
 	void finishSwitch(quint64 serial);
 
 	// Reelhouse_EndOfTrack.cpp
 	void applyEndMode(obs_media_state state);
+	QList<qsizetype> upcoming(qsizetype most) const;
 
 	// Reelhouse_Transport.cpp
 	void updateTime(qint64 positionMs);
@@ -262,13 +270,15 @@ private:
 	// The bound source: either all of these are set or none is.
 	OBSWeakSource weakSource;
 	OBSSignal stoppedSignal;
+	OBSSignal endedSignal;
 	OBSSignal nextSignal;
 	OBSSignal previousSignal;
-	std::atomic<quint64> bindSerial = 0; // counts the bindings; the libobs thread reads it
+	std::atomic<quint64> bindSerial = 0; // counts the bindings; the other threads read it
 
-	// Switch handshake. The libobs thread uses the first two members, only with switchMutex held.
+	// Switch handshake. The libobs thread uses the first three members, only with switchMutex held.
 	std::mutex switchMutex;
-	OBSData pendingSettings;    // applied when the source reports media_stopped; null: nothing to apply
+	OBSData pendingSettings; // applied when the source reports media_stopped; null: nothing to apply
+	Previous pendingPrevious = Previous::CutOff; // what the pending settings do to the previous track
 	quint64 switchSerial = 0;   // one per issued or cancelled switch: a late continuation compares and does nothing
 	bool switchPending = false; // from playTrack() until finishSwitch() or a cancel
 	bool sceneSwitchWanted = false;
@@ -288,6 +298,7 @@ private:
 
 	int operations = 0;                   // nested operations that are running
 	bool changePending = false;           // the outermost operation has to emit the change signal
+	bool finishPending = false;           // and before it that a switch has finished, which was cancelled too late
 	std::optional<RowSelection> menuRows; // the rows that the open context menu acts on
 	bool bringBackOffered = false;        // the value that canBringBackChanged() last sent
 	int shownCount = 0;                   // number of rows that the search shows
@@ -307,6 +318,7 @@ private:
 	QElapsedTimer switchClock;
 	QElapsedTimer seekClock;
 	QTimer pollTimer;
+	QTimer endTimer;                     // runs from the media's end until the look at it
 	QTimer saveTimer;                    // restarts with each change
 	QTimer saveDeadline;                 // runs from the first unsaved change
 	QTimer seekDebounce;                 // runs until the wheel or the released keys have rested

@@ -33,13 +33,25 @@ void Reelhouse::applyEndMode(obs_media_state state)
 		if (!std::exchange(playbackArmed, false))
 			break;
 		if (endMode == EndRepeat)
-			playTrack(currentId, false);
+			playTrack(currentId, false, Previous::Ended);
 		else if (endMode == EndNext && current + 1 < tracks.size())
-			playTrack(tracks.at(current + 1).id, false);
+			playTrack(tracks.at(current + 1).id, false, Previous::Ended);
 		else
 			stopPlayback();
 		break;
 	default:
 		break;
 	}
+}
+
+// Returns the positions of the tracks that will come by themselves, until the current one comes again.
+QList<qsizetype> Reelhouse::upcoming(qsizetype most) const
+{
+	QList<qsizetype> positions;
+	const int current = currentIndex();
+	if (!managed || endMode != EndNext || current < 0)
+		return positions;
+	for (qsizetype next = current + 1; next < tracks.size() && positions.size() < most; next++)
+		positions.append(next);
+	return positions;
 }

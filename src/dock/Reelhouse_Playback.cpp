@@ -15,7 +15,7 @@ using namespace reelhouse;
 
 // A switch has two phases. playTrack() stores the new settings and stops the media. When the source reports
 // media_stopped, mediaStopped() applies these settings, so the source never has the new settings with the old media.
-bool Reelhouse::playTrack(const QString &id, bool withSceneSwitch)
+bool Reelhouse::playTrack(const QString &id, bool withSceneSwitch, Previous previous)
 {
 	const Operation operation(this);
 	OBSSourceAutoRelease source = lockSource();
@@ -27,6 +27,7 @@ bool Reelhouse::playTrack(const QString &id, bool withSceneSwitch)
 		playbackArmed = false;
 		refusedIds.insert(id);
 		showError(ui("FileMissing").arg(track->path));
+		postLook();
 		return false;
 	}
 
@@ -45,7 +46,7 @@ bool Reelhouse::playTrack(const QString &id, bool withSceneSwitch)
 		markTouched();
 	// Store before the media is stopped: if OBS dies between the two, the record already names the new track.
 	storeQueue();
-	issueSwitch(source);
+	issueSwitch(source, previous);
 
 	markCurrentRow(previousId);
 	updateButtons();
@@ -53,7 +54,7 @@ bool Reelhouse::playTrack(const QString &id, bool withSceneSwitch)
 	return true;
 }
 
-void Reelhouse::issueSwitch(obs_source_t *source)
+void Reelhouse::issueSwitch(obs_source_t *source, Previous previous)
 {
 	OBSDataAutoRelease settings = obs_data_create();
 	OBSDataArrayAutoRelease playlist = pathArray(observed);
@@ -68,6 +69,7 @@ void Reelhouse::issueSwitch(obs_source_t *source)
 	const std::lock_guard lock(switchMutex);
 	switchSerial++;
 	pendingSettings = settings.Get();
+	pendingPrevious = previous;
 	obs_source_media_stop(source);
 }
 

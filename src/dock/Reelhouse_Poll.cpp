@@ -8,6 +8,7 @@
 #include <cstdlib>
 
 #include "dock/QueueControl.hpp"
+#include "dock/paths.hpp"
 #include "dock/text.hpp"
 #include "dock/widgets/SeekSlider.hpp"
 
@@ -41,6 +42,15 @@ const char *statusKey(obs_media_state state)
 	}
 }
 
+// Turning decoupling on makes libobs drop the audio that it has not mixed yet, and restart its timing.
+void dropBufferedAudio(obs_source_t *source)
+{
+	const bool decoupled = obs_source_async_decoupled(source);
+	obs_source_set_async_decoupled(source, true);
+	if (!decoupled)
+		obs_source_set_async_decoupled(source, false);
+}
+
 } // namespace
 
 void Reelhouse::tick()
@@ -63,15 +73,47 @@ void Reelhouse::tick()
 	}
 	if (refreshing)
 		followEditElsewhere(source);
+	// Leave an end that has just been reported to lookAtEnd(), which gives VLC its rest.
+	if (!playbackArmed || !endTimer.isActive())
+		followMedia(source);
+}
 
+// The source has reported an end. Leave to the poll what might be the state of another track, and an edit elsewhere.
+void Reelhouse::lookAtEnd()
+{
+	const Operation operation(this);
+	OBSSourceAutoRelease source = lockActive();
+	if (!source || switchPending || obs_source_media_get_state(source) != OBS_MEDIA_STATE_ENDED)
+		return;
+	OBSDataAutoRelease settings = obs_source_get_settings(source);
+	if (holdsPaths(settings, playlistKey, observed))
+		followMedia(source);
+}
+
+// What has just happened has disarmed the track, which may end before the next poll.
+void Reelhouse::postLook()
+{
+	postIfStillBound([this] {
+		const Operation operation(this);
+		OBSSourceAutoRelease source = lockActive();
+		if (source && !switchPending)
+			followMedia(source);
+	});
+}
+
+// The part of a poll that is about the media.
+void Reelhouse::followMedia(obs_source_t *source)
+{
 	const obs_media_state state = obs_source_media_get_state(source);
 	durationMs = std::max<qint64>(obs_source_media_get_duration(source), 0);
 	const qint64 positionMs = std::max<qint64>(obs_source_media_get_time(source), 0);
 	followSeek(positionMs);
 	describePlayback(state, positionMs);
 	updateButtons();
-	Q_EMIT control->mediaPolled(state, positionMs, durationMs);
 	applyEndMode(state);
+	// Between two tracks there is nothing to tell.
+	if (!switchPending)
+		Q_EMIT control->mediaPolled(state, positionMs, durationMs);
 }
 
 void Reelhouse::followSeek(qint64 positionMs)
@@ -109,41 +151,52 @@ void Reelhouse::mediaStopped(void *data, calldata_t *params)
 		if (!dock->pendingSettings || !source || obs_source_removed(source))
 			return;
 		serial = dock->switchSerial;
-		// Turning decoupling on makes libobs drop the old track's buffered audio and restart its timing.
-		const bool decoupled = obs_source_async_decoupled(source);
-		obs_source_set_async_decoupled(source, true);
-		if (!decoupled)
-			obs_source_set_async_decoupled(source, false);
+		if (dock->pendingPrevious == Previous::CutOff)
+			dropBufferedAudio(source);
 		obs_source_update(source, dock->pendingSettings);
 		dock->pendingSettings = nullptr;
 	}
 	QMetaObject::invokeMethod(dock, [dock, serial] { dock->finishSwitch(serial); }, Qt::QueuedConnection);
 }
 
+// VLC calls this at the end of its media, but not on a stop or an error.
+void Reelhouse::mediaEnded(void *data, calldata_t *)
+{
+	auto *dock = static_cast<Reelhouse *>(data);
+	dock->postIfStillBound([dock] {
+		if (!dock->endTimer.isActive())
+			dock->endTimer.start();
+	});
+}
+
 // libobs emits this for the source's own hotkeys, OBS's media controls and remote controls.
 void Reelhouse::mediaNext(void *data, calldata_t *)
 {
-	static_cast<Reelhouse *>(data)->postStep(1);
+	auto *dock = static_cast<Reelhouse *>(data);
+	dock->postIfStillBound([dock] { dock->followStep(1); });
 }
 
 void Reelhouse::mediaPrevious(void *data, calldata_t *)
 {
-	static_cast<Reelhouse *>(data)->postStep(-1);
+	auto *dock = static_cast<Reelhouse *>(data);
+	dock->postIfStillBound([dock] { dock->followStep(-1); });
 }
 
-void Reelhouse::postStep(int step)
+// Any thread. Runs this on the user-interface thread, unless the source has been unbound by then.
+void Reelhouse::postIfStillBound(const std::function<void()> &run)
 {
-	const auto follow = [this, step, serial = bindSerial.load()] {
-		followStep(step, serial);
+	const auto runIfBound = [this, run, serial = bindSerial.load()] {
+		if (serial == bindSerial)
+			run();
 	};
-	QMetaObject::invokeMethod(this, follow, Qt::QueuedConnection);
+	QMetaObject::invokeMethod(this, runIfBound, Qt::QueuedConnection);
 }
 
 // The source holds one entry, so its own controls cannot step to another one; they step the queue instead. The switch
 // ends what the source itself did with the step, such as starting the entry again.
-void Reelhouse::followStep(int step, quint64 serial)
+void Reelhouse::followStep(int step)
 {
-	if (serial == bindSerial && managed && currentIndex() >= 0)
+	if (managed && currentIndex() >= 0)
 		playRelative(step);
 }
 
@@ -153,6 +206,8 @@ void Reelhouse::finishSwitch(quint64 serial)
 		return;
 	switchPending = false;
 	switchClock.start();
+	// The first poll must come soon enough to see a very short clip play.
+	pollTimer.start();
 	updateButtons();
 	Q_EMIT control->switchFinished();
 	if (sceneSwitchWanted)

@@ -247,6 +247,7 @@ void Reelhouse::bringBackReplaced()
 	next.write(privateSettings);
 	updateButtons();
 	clearError();
+	postLook();
 }
 
 // Returns the id of the track that the source holds, if its playlist is one entry; else an empty string. Prefers the

@@ -180,6 +180,7 @@ void Reelhouse::reloadSource()
 		return;
 	loadQueue(source, false);
 	clearError();
+	postLook();
 }
 
 void Reelhouse::bindSource(const QString &uuid)
@@ -203,19 +204,22 @@ void Reelhouse::bindSource(const QString &uuid)
 	restoreView(uuid);
 	signal_handler_t *signals = obs_source_get_signal_handler(source);
 	stoppedSignal.Connect(signals, "media_stopped", mediaStopped, this);
+	endedSignal.Connect(signals, "media_ended", mediaEnded, this);
 	nextSignal.Connect(signals, "media_next", mediaNext, this);
 	previousSignal.Connect(signals, "media_previous", mediaPrevious, this);
 	clearError();
 }
 
-// Disconnect before dropping the source: a running callback may still use the dock. The new serial makes steps that
-// callbacks have posted invalid.
+// Disconnect before dropping the source: a running callback may still use the dock. The new serial makes invalid what
+// callbacks have posted.
 void Reelhouse::disconnectSource()
 {
 	stoppedSignal.Disconnect();
+	endedSignal.Disconnect();
 	nextSignal.Disconnect();
 	previousSignal.Disconnect();
 	bindSerial++;
+	endTimer.stop();
 }
 
 OBSSourceAutoRelease Reelhouse::lockSource() const

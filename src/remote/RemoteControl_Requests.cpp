@@ -46,6 +46,19 @@ OBSDataArrayAutoRelease idArray(const QList<QString> &ids)
 	return array;
 }
 
+OBSDataArrayAutoRelease upcomingArray(const QueueControl &queue)
+{
+	constexpr qsizetype most = 20;
+	OBSDataArrayAutoRelease array = obs_data_array_create();
+	for (const qsizetype position : queue.upcoming(most)) {
+		OBSDataAutoRelease item = obs_data_create();
+		setText(item, "id", queue.tracks().at(position).id);
+		obs_data_set_int(item, "index", position);
+		obs_data_array_push_back(array, item);
+	}
+	return array;
+}
+
 // The queue as GetQueue responds with it. Any thread.
 struct Page {
 	QList<Track> tracks;   // the whole queue
@@ -141,6 +154,8 @@ void getQueue(Request &request)
 	obs_data_set_int(rest, "currentIndex", page.current);
 	setTags(rest, page.currentTags);
 	obs_data_set_string(rest, "endMode", endModeName(request.queue.endMode()));
+	OBSDataArrayAutoRelease upcoming = upcomingArray(request.queue);
+	obs_data_set_array(rest, "upcoming", upcoming);
 	obs_data_set_string(rest, "mediaState", mediaStateName(request.media.reported()));
 	obs_data_set_int(rest, "cursor", page.cursorMs);
 	obs_data_set_int(rest, "duration", page.currentDurationMs);

@@ -16,6 +16,8 @@ def run(show):
         done(client, "AddTracks", paths=items("path", [tagged, hebrew, stream]))
         expect("a queue that does not play", page.lines(), [])
         done(client, "Play")
+        soon("nothing comes next by itself", page.lines, ["Ann", "One & <b>only</b>"])
+        done(client, "SetEndMode", endMode="next")
         soon("a tagged track", page.lines, ["Ann", "One & <b>only</b>", "NEXT", hebrew.stem])
         wait_for("it is paused", lambda: client.dock("Pause")["success"], 10)
         soon("the pause", page.lines, ["Ann", "One & <b>only</b>"])

@@ -37,10 +37,32 @@ TEST_F(Story, Playing)
 		{"endMode Next; start Q; media ended; poll; video", "P Q ▶[R] | src R | managed | replaced - | next | does stop"},
 		{"media ended; poll", "P Q ▶[R] | src R | managed | replaced - | next"},
 		{"media playing; poll; media ended; poll; video", "P Q ▶[R] | src | managed | replaced - | next | does stop"},
-		{"start P; wait 200; play Q; video; poll; media ended; poll", "P ▶[Q] R | src Q | managed | replaced - | next"},
+		{"start P; play Q; video; wait 90; refresh; media ended; poll", "P ▶[Q] R | src Q | managed | replaced - | next"},
 		{"endMode Repeat; start R; media ended; poll", "P Q ▶[R] | src R | managed | replaced - | repeat | waits"},
 		{"video; media playing; poll; media error; poll; media ended; poll", "P Q ▶[R] | src R | managed | replaced - | repeat"},
 		{"media playing; poll; gone R; media ended; poll", "P Q ▶[R] | src R | managed | replaced - | repeat | ⚠ File not found: R"},
+	});
+	tell("an end that the source reports counts 20 ms later, if a poll has seen the track play", "P Q R", {
+		{"endMode Next; start P; drops?", "1"},
+		{"wait 240; ends; wait 19", "▶[P] Q R | src P | managed | replaced - | next"},
+		{"ends; wait 1", "P ▶[Q] R | src P | managed | replaced - | next | waits"},
+		{"video; drops?", "0"},
+		{"ends; wait 20; media playing; ends; wait 20; poll", "P ▶[Q] R | src Q | managed | replaced - | next"},
+		{"media playing; poll; media ended; poll; video; ends; wait 20", "P Q ▶[R] | src R | managed | replaced - | next"},
+		{"start P; ends; wait 20; play R; video; drops?", "2"},
+		{"start P; ends; play R; wait 20", "P Q ▶[R] | src P | managed | replaced - | next | waits"},
+		{"video; media playing; wait 299; ends; wait 20; video", "P Q ▶[R] | src | managed | replaced - | next | does stop"},
+		{"wait 100; play P; wait 100; video; media playing; wait 299; ends; wait 20", "P ▶[Q] R | src P | managed | replaced - | next | waits"},
+		{"start P; ends T; wait 20; stop; ends; wait 20", "▶[P] Q R | src | managed | replaced - | next"},
+		{"start P; ends; choose T; start X; choose S; wait 20", "▶[P] Q R | src P | managed | replaced - | next"},
+		{"start P; ends; edit S Q R; wait 20", "▶[P] Q R | src Q R | managed | replaced - | next"},
+	});
+	tell("a refresh, Bring Back and a missing file in a track's last moment do not stop the show", "P Q R", {
+		{"endMode Next; start P; refresh; ends; wait 20", "P ▶[Q] R | src P | managed | replaced - | next | waits"},
+		{"start P; gone R; play R; ends; wait 20", "P ▶[Q] R | src P | managed | replaced - | next | waits"},
+		{"start P; refresh; media ended; refresh; ends; wait 20", "▶[P] Q R | src P | managed | replaced - | next"},
+		{"play P; video; wait 50; media playing; refresh; ends; wait 20", "▶[P] Q R | src P | managed | replaced - | next"},
+		{"start P; elsewhere Q; bringBack; play P; video; wait 100; media playing; bringBack; bringBack; ends; wait 20", "P ▶[Q] R | src P | managed | replaced Q | next | waits"},
 	});
 	tell("the source's own controls step the queue", "P Q R", {
 		{"own next; video", "[P] Q R | src P Q R | own | replaced - | does next"},

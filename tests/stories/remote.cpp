@@ -17,7 +17,7 @@ TEST_F(Story, Remote)
 		{"ask SetEndMode {'endMode': 'repeat'}; ask Stop", "P A [http://h/U] Q R | src | managed | replaced - | repeat"},
 		{"ask GivePlaylistBack", "P A [http://h/U] Q R | src P A http://h/U Q R | own | replaced - | repeat"},
 		{"elsewhere X; ask BringBackReplacedQueue", "[P] A http://h/U Q R | src X | own | replaced X | repeat"},
-		{"ask? all GetQueue {'offset': 1, 'limit': 2}", "{'canBringBack':true,'canUndo':false,'currentId':'','currentIndex':-1,'cursor':0,'duration':0,'endMode':'repeat','mediaState':'OBS_MEDIA_STATE_NONE','sourceName':'S','sourceUuid':'S','success':true,'total':5,'tracks':[{'id':'#A','index':1,'label':'A','path':'A','sizeBytes':5},{'id':'#http://h/U','index':2,'label':'U','path':'http://h/U'}]}"},
+		{"ask? all GetQueue {'offset': 1, 'limit': 2}", "{'canBringBack':true,'canUndo':false,'currentId':'','currentIndex':-1,'cursor':0,'duration':0,'endMode':'repeat','mediaState':'OBS_MEDIA_STATE_NONE','sourceName':'S','sourceUuid':'S','success':true,'total':5,'tracks':[{'id':'#A','index':1,'label':'A','path':'A','sizeBytes':5},{'id':'#http://h/U','index':2,'label':'U','path':'http://h/U'}],'upcoming':[]}"},
 		{"ask? tracks GetQueue {'offset': 4, 'limit': 9}", "{'tracks':[{'id':'#R','index':4,'label':'R','path':'R','sizeBytes':5}]}"},
 		{"ask? all GetSources", "{'sources':[{'label':'S','selected':true,'sourceName':'S','sourceUuid':'S'},{'label':'T','selected':false,'sourceName':'T','sourceUuid':'T'}],'success':true}"},
 		{"ask SelectSource {'sourceName': 'T'}", "[X] Y | src X Y | own | replaced -"},
@@ -64,6 +64,15 @@ TEST_F(Story, Remote)
 		{"play P; video; media playing; poll; media error; look; told?", "CurrentTrack P, MediaState P playing, TrackFailed P error, MediaState P stopped"},
 		{"media playing; poll; told?; wait 200; drop A; media paused; poll; told?", "Queue 3, MediaState P paused"},
 		{"choose; told?", "Queue 0, CurrentTrack, MediaState stopped"},
+	});
+	tell("between two tracks nothing is told, and a switch that was cancelled too late is one", "P Q R", {
+		{"look; told?; endMode Next; start P; told?", "EndMode next, CurrentTrack P, MediaState P playing"},
+		{"media ended; poll; video; media playing 9 4000; poll; told?", "CurrentTrack Q"},
+		{"ends; wait 20; poll; video; told?", "CurrentTrack R"},
+		{"media playing 9 4000; poll; media ended; poll; told?", "MediaState R ended"},
+		{"start P; play Q; midway refresh; poll; media error; look; told?", "CurrentTrack P, MediaState P playing, CurrentTrack Q, TrackFailed Q error, MediaState Q stopped"},
+		{"ask? upcoming GetQueue; start P; ask? upcoming GetQueue", "{'upcoming':[{'id':'#Q','index':1},{'id':'#R','index':2}]}"},
+		{"endMode Repeat; ask? upcoming GetQueue", "{'upcoming':[]}"},
 	});
 	tell("the view stays as it is", "P Q R", {
 		{"select P Q; ask AddTracks {'paths': [{'path': '@A'}], 'position': 0}", "A [P] [Q] R | src P Q R | own | replaced -"},

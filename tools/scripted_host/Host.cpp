@@ -23,6 +23,7 @@ struct VlcMedia {
 	// What was asked for, and the signal that tells of it. Any thread, with the mutex held.
 	QList<std::pair<QString, const char *>> queued;
 	QStringList done;
+	int drops = 0;
 };
 
 VlcMedia &vlc(void *data)
@@ -184,6 +185,13 @@ void obs_source_media_set_time(obs_source_t *source, int64_t ms)
 	queueAction(source, u"seek %1"_s.arg(ms), nullptr);
 }
 
+void obs_source_set_async_decoupled(obs_source_t *source, bool decouple)
+{
+	VlcMedia &media = vlc(obs_obj_get_data(source));
+	const std::lock_guard lock(media.mutex);
+	media.drops += decouple;
+}
+
 Host::Host() : frontend(std::make_unique<Frontend>())
 {
 	active = frontend.get();
@@ -247,6 +255,14 @@ Media &Host::media(obs_source_t *source)
 	return vlc(obs_obj_get_data(source)).now;
 }
 
+static void sendSignal(obs_source_t *source, const char *signal)
+{
+	calldata_t data = {};
+	calldata_set_ptr(&data, "source", source);
+	signal_handler_signal(obs_source_get_signal_handler(source), signal, &data);
+	calldata_free(&data);
+}
+
 void Host::videoTick(obs_source_t *source)
 {
 	std::thread([source, &media = vlc(obs_obj_get_data(source))] {
@@ -255,14 +271,22 @@ void Host::videoTick(obs_source_t *source)
 			const auto [what, signal] = media.queued.takeFirst();
 			media.done.append(what);
 			lock.unlock();
-			calldata_t data = {};
-			calldata_set_ptr(&data, "source", source);
 			if (signal)
-				signal_handler_signal(obs_source_get_signal_handler(source), signal, &data);
-			calldata_free(&data);
+				sendSignal(source, signal);
 			lock.lock();
 		}
 	}).join();
+}
+
+void Host::endMedia(obs_source_t *source)
+{
+	media(source).state = OBS_MEDIA_STATE_ENDED;
+	std::thread(sendSignal, source, "media_ended").join();
+}
+
+int Host::takeDrops(obs_source_t *source)
+{
+	return std::exchange(vlc(obs_obj_get_data(source)).drops, 0);
 }
 
 QStringList Host::takeDone(obs_source_t *source)

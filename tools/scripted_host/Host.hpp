@@ -77,6 +77,10 @@ protected:
 	static void videoTick(obs_source_t *source);
 	// Returns the media actions that were carried out since the last call.
 	static QStringList takeDone(obs_source_t *source);
+	// Ends a source's media and signals it on another thread, as VLC does.
+	static void endMedia(obs_source_t *source);
+	// Returns how often a source's audio was dropped since the last call.
+	static int takeDrops(obs_source_t *source);
 	static void setPlaylist(obs_source_t *source, const QStringList &paths);
 	QString makeFile(const QString &name, const QByteArray &content = "media") const;
 

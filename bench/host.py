@@ -2,8 +2,9 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """Measures the dock in the real OBS with the real VLC source, and OBS and the source without the dock.
 
-"bench" measures how long a user waits. "longrun" switches tracks thousands of times, in an OBS with the
-dock and one without, and fails when a switch is lost or comes unrequested, or when an OBS leaks or ends badly.
+"bench" measures how long a user waits, and what the audience gets between two tracks; "boundaries" only the latter.
+"longrun" switches tracks thousands of times, in an OBS with the dock and one without, and fails when a switch is lost
+or comes unrequested, or when an OBS leaks or ends badly.
 """
 
 import os
@@ -13,6 +14,7 @@ from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 from statistics import median
 
+import boundaries
 from gi.repository import Atspi
 from obs_config import SOURCE, vlc_source
 from obs_host import Client, HostError, press_key, wait_for
@@ -197,9 +199,19 @@ def measure_answers(show, rows, repeats=3):
     return {name: f"{median(times):.0f}" for name, times in took.items()}
 
 
+def measure_boundaries(show):
+    boundaries.measure(show, tell)
+
+
 def bench(show):
     measure_load(show)
     measure_switches(show)
+    # The measure changes the canvas of its OBS, so it has one of its own.
+    other = Show(show.arguments)
+    try:
+        measure_boundaries(other)
+    finally:
+        other.remove()
     lengths = (10_000, 100_000)
     columns = [measure_answers(show, rows) for rows in lengths]
     tell("\nlongest answer of OBS's window, ms", *[f"{rows:,} rows" for rows in lengths])
@@ -281,4 +293,4 @@ def longrun(show):
 
 
 if __name__ == "__main__":
-    sys.exit(main({"bench": bench, "longrun": longrun}, __doc__))
+    sys.exit(main({"bench": bench, "boundaries": measure_boundaries, "longrun": longrun}, __doc__))

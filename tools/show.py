@@ -123,8 +123,8 @@ def edit_elsewhere(obs, *paths, source=SOURCE, **settings):
                 inputSettings={"playlist": [{"value": str(path)} for path in paths], **settings})
 
 
-def media_action(obs, name):
-    obs.request("TriggerMediaInputAction", inputName=SOURCE, mediaAction=f"OBS_WEBSOCKET_MEDIA_INPUT_ACTION_{name}")
+def media_action(obs, name, source=SOURCE):
+    obs.request("TriggerMediaInputAction", inputName=source, mediaAction=f"OBS_WEBSOCKET_MEDIA_INPUT_ACTION_{name}")
 
 
 def by_id(obs, suffix, what, **options):

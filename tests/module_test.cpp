@@ -37,6 +37,7 @@ void Module::comeAndGo(bool accepted, bool exits, bool dockGoes, int removedDock
 	frontend->acceptsDock = accepted;
 	ASSERT_EQ(loadModule(), accepted);
 	EXPECT_EQ(frontend->callbacks.size(), accepted ? 1u : 0u);
+	EXPECT_EQ(obs_source_get_display_name("reelhouse_hold_picture") != nullptr, accepted);
 	for (const QWidget *widget : accepted ? frontend->dock->findChildren<QWidget *>() : QList<QWidget *>())
 		EXPECT_TRUE(widget->toolTip().isEmpty()) << widget->objectName().toStdString();
 	if (exits)
@@ -166,6 +167,45 @@ TEST_F(Module, RemembersTheSourceAndTheTimeDisplay)
 	ASSERT_TRUE(file.remove() && QDir().mkdir(file.fileName()));
 	choose(source);
 	EXPECT_TRUE(child<QLabel>("message")->text().startsWith(u"⚠ Could not save the settings: "_s));
+}
+
+TEST_F(Module, HoldsThePictureOfTheSourceThatCarriesItsFilter)
+{
+	OBSSource source = makeSource(u"S"_s, {});
+	obs_source_filter_add(source, OBSSourceAutoRelease(obs_source_create_private("strange", "Other", nullptr)));
+	const auto state = [&] {
+		QString names =
+			u"%1 %2:"_s.arg(action("holdPicture")->isEnabled()).arg(action("holdPicture")->isChecked());
+		// From the source outwards.
+		obs_source_enum_filters(
+			source,
+			[](obs_source_t *, obs_source_t *filter, void *text) {
+				*static_cast<QString *>(text) += u' ' + QString::fromUtf8(obs_source_get_name(filter));
+			},
+			&names);
+		return names;
+	};
+	show(source);
+	EXPECT_EQ(state(), u"1 0: Other"_s);
+	action("holdPicture")->trigger();
+	EXPECT_EQ(state(), u"1 1: Hold Picture Between Tracks Other"_s);
+	EXPECT_GT(frontend->saves, 0);
+	child<QComboBox>("sourceSelector")->setCurrentIndex(0);
+	EXPECT_EQ(state(), u"0 0: Hold Picture Between Tracks Other"_s);
+	OBSDataAutoRelease saved = obs_save_source(source);
+	obs_source_remove(source);
+	source = nullptr;
+	obs_queue_task(OBS_TASK_DESTROY, [](void *) {}, nullptr, true);
+	source = OBSSourceAutoRelease(obs_load_source(saved)).Get();
+	choose(source);
+	EXPECT_EQ(state(), u"1 1: Hold Picture Between Tracks Other"_s) << "the filter is saved with the source";
+	action("holdPicture")->trigger();
+	EXPECT_EQ(state(), u"1 0: Other"_s);
+	action("holdPicture")->trigger();
+	obs_source_filter_remove(
+		source, OBSSourceAutoRelease(obs_source_get_filter_by_name(source, "Hold Picture Between Tracks")));
+	Q_EMIT child<QMenu>("toolsMenu")->aboutToShow();
+	EXPECT_EQ(state(), u"1 0: Other"_s) << "the Filters dialog has removed it";
 }
 
 TEST_F(Module, SaysWhenThereIsNoRemoteControl)

@@ -5,6 +5,7 @@
 
 #include "dock/Reelhouse.hpp"
 #include "dock/widgets/TrackListWidget.hpp"
+#include "picture/HoldPicture.hpp"
 
 namespace reelhouse {
 
@@ -167,6 +168,23 @@ bool QueueControl::canBringBack() const
 void QueueControl::bringBackReplaced()
 {
 	dock->bringBackReplaced();
+}
+
+bool QueueControl::holdsPicture() const
+{
+	OBSSourceAutoRelease source = dock->lockActive();
+	return source && reelhouse::holdsPicture(source);
+}
+
+void QueueControl::setHoldsPicture(bool holds)
+{
+	const Reelhouse::Operation operation(dock);
+	OBSSourceAutoRelease source = dock->lockActive();
+	if (!source)
+		return;
+	reelhouse::setHoldsPicture(source, holds);
+	dock->changePending = true;
+	Q_EMIT dock->configurationChanged();
 }
 
 void QueueControl::importPlaylist()

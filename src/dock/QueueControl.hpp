@@ -84,6 +84,11 @@ public:
 	// Exchanges the replaced queue and the queue in the dock. The source goes on playing.
 	void bringBackReplaced();
 
+	// Whether the bound source holds its last picture between two tracks; false when no source is bound. The user can
+	// change that in OBS's Filters dialog, too, without a signal.
+	bool holdsPicture() const;
+	void setHoldsPicture(bool holds);
+
 	// Open a file dialog and return at once. Import appends the entries of the chosen file; export writes the queue
 	// to it. The dock shows errors.
 	void importPlaylist();

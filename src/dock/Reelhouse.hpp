@@ -199,6 +199,9 @@ private:
 	void applyEndMode(obs_media_state state);
 	QList<qsizetype> upcoming(qsizetype most) const;
 
+	// Reelhouse_Picture.cpp
+	void followPicture(obs_source_t *source, obs_media_state state, qint64 positionMs);
+
 	// Reelhouse_Transport.cpp
 	void updateTime(qint64 positionMs);
 	void toggleTimeDisplay();

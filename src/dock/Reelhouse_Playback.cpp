@@ -10,6 +10,7 @@
 #include "dock/text.hpp"
 #include "dock/widgets/TrackListWidget.hpp"
 #include "dock/widgets/TrackRow.hpp"
+#include "picture/HoldPicture.hpp"
 
 using namespace reelhouse;
 
@@ -64,6 +65,7 @@ void Reelhouse::issueSwitch(obs_source_t *source, Previous previous)
 	obs_data_set_string(settings, behaviorKey, "always_play");
 
 	switchPending = true;
+	allowHeldPicture(source, true);
 	// Request the stop under the lock: libobs's thread then sees either the old serial and settings or the new
 	// ones. libobs only queues the stop, so this cannot deadlock.
 	const std::lock_guard lock(switchMutex);
@@ -139,6 +141,7 @@ void Reelhouse::stopPlayback()
 	playbackArmed = false;
 	OBSSourceAutoRelease source = lockSource();
 	if (source) {
+		allowHeldPicture(source, false);
 		obs_source_media_stop(source);
 		if (managed) {
 			observed.clear();

@@ -111,6 +111,7 @@ void Reelhouse::followMedia(obs_source_t *source)
 	describePlayback(state, positionMs);
 	updateButtons();
 	applyEndMode(state);
+	followPicture(source, state, positionMs);
 	// Between two tracks there is nothing to tell.
 	if (!switchPending)
 		Q_EMIT control->mediaPolled(state, positionMs, durationMs);

@@ -12,6 +12,7 @@
 #include "dock/paths.hpp"
 #include "dock/scenes.hpp"
 #include "dock/text.hpp"
+#include "picture/HoldPicture.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;
@@ -214,6 +215,8 @@ void Reelhouse::bindSource(const QString &uuid)
 // callbacks have posted.
 void Reelhouse::disconnectSource()
 {
+	if (OBSSourceAutoRelease source = lockSource())
+		allowHeldPicture(source, false);
 	stoppedSignal.Disconnect();
 	endedSignal.Disconnect();
 	nextSignal.Disconnect();

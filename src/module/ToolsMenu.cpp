@@ -67,6 +67,21 @@ void addTextSourceMenu(QMenu *menu, TrackText *trackText)
 	list();
 }
 
+// Looks at the source each time: the user can remove the filter in OBS's Filters dialog.
+void addHoldPicture(QMenu *menu, QueueControl *queue)
+{
+	QAction *action = addCommand(menu, u"holdPicture"_s, "HoldPicture");
+	action->setCheckable(true);
+	const auto show = [action, queue] {
+		action->setEnabled(OBSSourceAutoRelease(queue->lockSource()) != nullptr);
+		action->setChecked(queue->holdsPicture());
+	};
+	QObject::connect(action, &QAction::triggered, queue, &QueueControl::setHoldsPicture);
+	QObject::connect(queue, &QueueControl::changed, action, show);
+	QObject::connect(menu, &QMenu::aboutToShow, action, show);
+	show();
+}
+
 } // namespace
 
 void addToToolsMenu(Reelhouse *newDock)
@@ -82,6 +97,7 @@ void addToToolsMenu(Reelhouse *newDock)
 	QAction *importAction = addCommand(menu, u"importPlaylist"_s, "ImportPlaylist");
 	QAction *exportAction = addCommand(menu, u"exportPlaylist"_s, "ExportPlaylist");
 	addTextSourceMenu(menu, new TrackText(queue));
+	addHoldPicture(menu, queue);
 	QAction *bringBackAction = addCommand(menu, u"bringBackReplacedQueue"_s, "BringBackReplacedQueue");
 	bringBackAction->setEnabled(queue->canBringBack());
 

@@ -8,6 +8,7 @@
 #include "module/FrontendEvents.hpp"
 #include "module/SceneSwitch.hpp"
 #include "module/ToolsMenu.hpp"
+#include "picture/HoldPicture.hpp"
 #include "remote/RemoteControl.hpp"
 
 // libobs declares these two functions without exporting them.
@@ -75,6 +76,8 @@ bool obs_module_load(void)
 		return false;
 	}
 	dock = newDock;
+	// Not before the dock: a module that refuses to load leaves no type of filter behind.
+	registerHoldPicture();
 	QObject::connect(newDock, &Reelhouse::sceneSwitchRequested, newDock, &switchScene);
 	QObject::connect(newDock, &Reelhouse::configurationChanged, newDock, [] { obs_frontend_save(); });
 	addToToolsMenu(newDock);

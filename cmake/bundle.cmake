@@ -2,7 +2,7 @@
 # user.
 set(bundle_id org.reelhouse.obs-reelhouse)
 file(GLOB_RECURSE data_files CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/data/*")
-set(documents "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/docs/remote.md")
+set(documents "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/docs/remote.md" "${PROJECT_SOURCE_DIR}/docs/decks.md")
 set_target_properties(
   obs-reelhouse
   PROPERTIES BUNDLE ON

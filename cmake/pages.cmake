@@ -7,7 +7,7 @@ file(CREATE_LINK "${PROJECT_SOURCE_DIR}/data/locale" "${module_data}/locale" SYM
 
 file(GLOB page_parts CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/src/pages/*" "${PROJECT_SOURCE_DIR}/data/locale/*")
 set(pages "")
-foreach(page now-playing)
+foreach(page control now-playing)
   set(output "${module_data}/${page}.html")
   add_custom_command(
     OUTPUT "${output}"

@@ -1,4 +1,4 @@
-"""The page that shows what plays, in a browser without a screen, as a browser source of OBS shows it."""
+"""The pages in a browser without a screen: as a browser source of OBS shows them, or as a phone does."""
 
 import base64
 import contextlib
@@ -17,9 +17,9 @@ FLAGS = ["--headless", "--no-sandbox", "--disable-gpu", "--no-first-run", "--dis
 
 
 class Page:
-    """The page in Chromium, driven over its DevTools."""
+    """A page in Chromium, driven over its DevTools."""
 
-    def __init__(self, folder, url, width, height):
+    def __init__(self, folder, url, width, height, touch=False):
         self.process = subprocess.Popen(["chromium", *FLAGS, f"--user-data-dir={folder}", url],
                                         stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         port = folder / "DevToolsActivePort"
@@ -29,18 +29,24 @@ class Page:
         def pages():
             with urlopen(address) as answer:
                 return [one for one in json.load(answer) if one["url"].startswith("file:")]
+        self.last_id = 0
         self.socket = connect(wait_for("Chromium opens the page", pages)[0]["webSocketDebuggerUrl"], max_size=None)
-        self.call("Emulation.setDeviceMetricsOverride", width=width, height=height, deviceScaleFactor=1, mobile=False)
+        self.call("Emulation.setDeviceMetricsOverride", width=width, height=height, deviceScaleFactor=1, mobile=touch)
+        self.call("Emulation.setTouchEmulationEnabled", enabled=touch)
+
+    def send(self, method, **parameters):
+        self.last_id += 1
+        self.socket.send(json.dumps({"id": self.last_id, "method": method, "params": parameters}))
 
     def call(self, method, **parameters):
-        self.socket.send(json.dumps({"id": 1, "method": method, "params": parameters}))
-        while "id" not in (answer := json.loads(self.socket.recv(30))):
+        self.send(method, **parameters)
+        while json.loads(answer := self.socket.recv(30)).get("id") != self.last_id:
             pass
-        return answer["result"]
+        return json.loads(answer)["result"]
 
     def look(self, expression):
-        """Evaluates an expression of JavaScript on the page and returns its value."""
-        result = self.call("Runtime.evaluate", expression=expression, returnByValue=True)
+        """Evaluates an expression of JavaScript on the page and returns its value, or what it promises."""
+        result = self.call("Runtime.evaluate", expression=expression, returnByValue=True, awaitPromise=True)
         if "exceptionDetails" in result:
             raise HostError(f"{expression}: {result['exceptionDetails']}")
         return result["result"].get("value")
@@ -48,6 +54,27 @@ class Page:
     def lines(self):
         """Returns what can be read on the page, line by line."""
         return self.look("getComputedStyle(panel).opacity > 0 ? document.body.innerText.split('\\n') : []")
+
+    def point(self, selector):
+        """Returns the middle of an element."""
+        return self.look(f"(({{x, y, width, height}}) => ({{x: x + width / 2, y: y + height / 2}}))"
+                         f"(document.querySelector({json.dumps(selector)}).getBoundingClientRect())")
+
+    def touch(self, kind, *points):
+        # Do not wait for the page: a touch that lasts half a second is no tap.
+        self.send("Input.dispatchTouchEvent", type=f"touch{kind}", touchPoints=points)
+
+    def tap(self, selector):
+        """Touches an element with a finger, once it can be used."""
+        wait_for(f"{selector} can be used", lambda: self.look(
+            f"!!document.querySelector({json.dumps(selector + ':not(:disabled)')})?.checkVisibility()"), 10)
+        self.look("window.taps = 0, window.ontap ??= addEventListener('click', () => taps++, true) ?? true")
+        for _ in range(3):  # on a busy machine a touch may last so long that it is no tap
+            self.touch("Start", self.point(selector))
+            self.touch("End")
+            with contextlib.suppress(HostError):
+                return wait_for(f"{selector} is tapped", lambda: self.look("taps > 0"), 2)
+        raise HostError(f"{selector} cannot be tapped.")
 
     def screenshot(self, path):
         path.write_bytes(base64.b64decode(self.call("Page.captureScreenshot")["data"]))
@@ -59,13 +86,15 @@ class Page:
 
 
 @contextlib.contextmanager
-def open_page(data, folder, port, options="", width=1280, height=720):
-    """Opens the page of this data root on the OBS at this port. The folder is Chromium's own; options are the URL's."""
-    url = (data / "obs-reelhouse/now-playing.html").absolute().as_uri()
-    page = Page(folder, f"{url}?address=localhost:{port}{options}", width, height)
+def open_page(data, folder, port, options="", name="now-playing", width=1280, height=720, touch=False):
+    """Opens a page of this data root on the OBS at this port. The folder is Chromium's own."""
+    url = (data / f"obs-reelhouse/{name}.html").absolute().as_uri()
+    page = Page(folder, f"{url}?address=localhost:{port}{options}", width, height, touch)
     try:
-        wait_for("the page is loaded", lambda: page.look("document.readyState == 'complete' && !!window.panel"))
-        page.look(f"document.head.appendChild(document.createElement('style')).textContent = `{OBS_STYLE}`")
+        wait_for("the page is loaded",
+                 lambda: page.look("location.protocol == 'file:' && document.readyState == 'complete'"))
+        if name == "now-playing":
+            page.look(f"document.head.appendChild(document.createElement('style')).textContent = `{OBS_STYLE}`")
         yield page
     finally:
         page.close()

@@ -161,7 +161,7 @@ class Client {
 				ended: (trouble, detail) => this.lost(trouble, detail),
 			});
 		} catch (error) {
-			this.listener.lost(Trouble.address, error.message);
+			queueMicrotask(() => this.listener.lost(Trouble.address, error.message));
 		}
 	}
 

@@ -11,7 +11,7 @@ from obs_host import CONTENT, HostError, press_key, wait_for
 from show import expect, play, soon
 
 PACKAGE = "obs-reelhouse"
-BESIDES = {"README.md", "remote.md", "now-playing.html"}
+BESIDES = {"README.md", "remote.md", "decks.md", "now-playing.html", "control.html"}
 
 
 def run(*command, **options):

@@ -6,6 +6,7 @@ import json
 import sys
 from pathlib import Path
 
+import control
 import faults
 import neighbours
 import obs_config
@@ -191,8 +192,8 @@ def refusal(show):
 
 
 SCENARIOS = {"queue": queue, "stream": stream, "keyboard": keyboard, "refusal": refusal, "neighbours": neighbours.run,
-             "faults": faults.run, "remote": remote.run, "overlay": overlay.run, "package-deb": package.run_deb,
-             "package-archive": package.run_archive}
+             "faults": faults.run, "remote": remote.run, "overlay": overlay.run, "control": control.run,
+             "package-deb": package.run_deb, "package-archive": package.run_archive}
 
 
 if __name__ == "__main__":

@@ -95,5 +95,6 @@ private:
 	bool handMade = false, unseenEdit = false;
 	QList<std::pair<QString, QJsonObject>> told;
 	QHash<QString, QJsonObject> lastTold;
+	QString last; // the event that came last
 	int revision = 0;
 };

@@ -142,8 +142,11 @@ void Story::expectUsersQueueKept(const Words &words)
 void Story::expectToldTheState(bool settled)
 {
 	for (const auto &[name, data] : std::exchange(plugin.events, {})) {
-		EXPECT_GT(data["revision"_L1].toInt(), std::exchange(revision, data["revision"_L1].toInt()));
 		lastTold[name] = data;
+		last = name;
+		if (name == u"StateChanged")
+			continue;
+		EXPECT_GT(data["revision"_L1].toInt(), std::exchange(revision, data["revision"_L1].toInt()));
 		told.append({name, data});
 	}
 	if (!settled)
@@ -155,6 +158,13 @@ void Story::expectToldTheState(bool settled)
 	expectTold(u"QueueChanged"_s, "total"_L1, "total"_L1);
 	expectTold(u"CurrentTrackChanged"_s, "id"_L1, "currentId"_L1);
 	expectTold(u"EndModeChanged"_s, "endMode"_L1, "endMode"_L1);
+	expectTold(u"StateChanged"_s, "endMode"_L1, "endMode"_L1);
+	if (const QJsonObject &deck = lastTold[u"StateChanged"_s]; !deck.isEmpty()) {
+		const int position = queue["currentIndex"_L1].toInt() + 1;
+		EXPECT_EQ(deck["total"_L1], QString::number(queue["total"_L1].toInt()));
+		EXPECT_EQ(deck["position"_L1], position ? QString::number(position) : QString());
+		EXPECT_EQ(deck["canUndo"_L1] == u"on"_s, queue["canUndo"_L1].toBool());
+	}
 }
 
 // What is left in its order by an edit, which names the other rows, and how many rows there are then. Nothing for any

@@ -241,6 +241,18 @@ void Story::addQuestions()
 		}
 		answer = lines.isEmpty() ? u"nothing"_s : lines.join(u", "_s);
 	});
+	// What a button of a deck shows, which sees the last event alone.
+	on("deck?", [this](const Words &) {
+		if (last != u"StateChanged") {
+			answer = u"dark"_s;
+			return;
+		}
+		QStringList texts;
+		for (const char *key :
+		     {"mediaState", "title", "position", "total", "nextTitle", "trackRemaining", "failed"})
+			texts += lastTold[last][QLatin1String(key)].toString();
+		answer = texts.join(u'|');
+	});
 	// One value of the answer, or all.
 	on("ask?", [this](const Words &words) {
 		QJsonObject response = plugin.request(words[1].toStdString(), json(words.mid(2).join(u' ')));

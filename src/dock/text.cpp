@@ -20,4 +20,12 @@ QString clockText(qint64 ms)
 	return u"%1:%2"_s.arg(seconds / 60).arg(seconds % 60, 2, 10, QChar(u'0'));
 }
 
+QString longClockText(qint64 ms)
+{
+	const qint64 minutes = ms / 60000;
+	if (minutes < 60)
+		return clockText(ms);
+	return u"%1:%2"_s.arg(minutes / 60).arg(clockText(ms - minutes / 60 * 3600000), 5, QChar(u'0'));
+}
+
 } // namespace reelhouse

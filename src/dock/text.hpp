@@ -14,5 +14,7 @@ QString ui(const char *key);
 // Returns "minutes:seconds" for a time in milliseconds. Fractions are cut off, negative times read as 0, and minutes
 // grow past 59 because there is no hours field.
 QString clockText(qint64 ms);
+// The same with hours, from one hour on: "1:05:00".
+QString longClockText(qint64 ms);
 
 } // namespace reelhouse

@@ -144,6 +144,8 @@ void RemoteControl::close()
 	disconnect(remote->queue, nullptr, remote, nullptr);
 	disconnect(&remote->tagReader, nullptr, remote, nullptr);
 	remote->queueTimer.stop();
+	remote->restTimer.stop();
+	remote->againTimer.stop();
 }
 
 RemoteControl::RemoteControl(QueueControl *queue_, void *vendor_)
@@ -156,10 +158,15 @@ RemoteControl::RemoteControl(QueueControl *queue_, void *vendor_)
 {
 	queueTimer.setSingleShot(true);
 	connect(&queueTimer, &QTimer::timeout, this, &RemoteControl::announceQueue);
+	restTimer.setSingleShot(true);
+	connect(&restTimer, &QTimer::timeout, this, [this] { announceState(false); });
+	againTimer.setSingleShot(true);
+	connect(&againTimer, &QTimer::timeout, this, [this] { announceState(true); });
 	connect(queue, &QueueControl::changed, this, &RemoteControl::observe);
 	connect(queue, &QueueControl::mediaPolled, this, &RemoteControl::observePoll);
 	connect(&tagReader, &TagReader::tagsRead, this, &RemoteControl::announceTags);
 	connect(queue, &QueueControl::switchFinished, this, [this] { media.trackGiven(); });
+	connect(queue, &QueueControl::canBringBackChanged, this, &RemoteControl::noticeState);
 }
 
 RemoteControl::~RemoteControl()
@@ -201,6 +208,7 @@ Response RemoteControl::withState(const Response &response) const
 void RemoteControl::emitEvent(const char *type, obs_data_t *data)
 {
 	obs_websocket_vendor_emit_event(vendor, type, data);
+	stateOvertaken();
 }
 
 } // namespace reelhouse

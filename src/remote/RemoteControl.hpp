@@ -1,7 +1,9 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #pragma once
 
+#include <QByteArray>
 #include <QElapsedTimer>
+#include <QMap>
 #include <QTimer>
 
 #include <span>
@@ -52,6 +54,7 @@ public:
 private:
 	RemoteControl(QueueControl *queue, void *vendor);
 
+	// Sends an event, after which StateChanged is sent as well.
 	void emitEvent(const char *type, obs_data_t *data);
 
 	// Adds the state after the request to a response.
@@ -70,6 +73,14 @@ private:
 	// Return the data of an event: with the bound source; with the bound source and the current track.
 	OBSDataAutoRelease sourceData() const;
 	OBSDataAutoRelease currentData() const;
+
+	// RemoteControl_State.cpp: the event StateChanged, for clients that see only the last event and compare texts.
+	using Texts = QMap<QByteArray, QString>;
+	Texts stateTexts() const;
+	Texts timeTexts() const;
+	void noticeState();
+	void stateOvertaken();
+	void announceState(bool again);
 
 	// The state that events report.
 	struct State {
@@ -91,6 +102,10 @@ private:
 	qint64 queueRevision = 0; // the revision of the last change of the queue
 	QTimer queueTimer;        // runs while a change of the queue has yet to be announced
 	QElapsedTimer burst;      // time since the first of those changes
+	QTimer restTimer;         // runs from the last other event until StateChanged may follow
+	QTimer againTimer;        // runs until StateChanged is sent once more
+	Texts toldTexts;          // as StateChanged last told them
+	QString failedTitle;      // of the track that failed, until one plays
 };
 
 } // namespace reelhouse

@@ -26,8 +26,8 @@ constexpr int burstLengthMs = 1000;
 
 std::span<const char *const> RemoteControl::events()
 {
-	static constexpr std::array names = {sourceChanged,  queueChanged,      currentTrackChanged,
-					     endModeChanged, mediaStateChanged, trackFailed};
+	static constexpr std::array names = {sourceChanged,     queueChanged, currentTrackChanged, endModeChanged,
+					     mediaStateChanged, trackFailed,  stateChanged};
 	return names;
 }
 
@@ -62,6 +62,7 @@ void RemoteControl::observe()
 		announceEndMode();
 	if (otherSource)
 		announceMedia(media.otherSource(!seen.sourceUuid.isEmpty()));
+	noticeState();
 }
 
 void RemoteControl::observePoll(obs_media_state state, qint64 positionMs, qint64 durationMs)
@@ -69,6 +70,7 @@ void RemoteControl::observePoll(obs_media_state state, qint64 positionMs, qint64
 	// Only a poll notices a new name of the source.
 	observe();
 	announceMedia(media.poll(state, positionMs, durationMs));
+	noticeState();
 }
 
 void RemoteControl::startQueueTimer()
@@ -129,6 +131,7 @@ void RemoteControl::announceTags(const QString &path)
 	const int index = queue->currentIndex();
 	if (index >= 0 && seen.tracks.at(index).path == path && tagReader.cached(path) != currentTags)
 		announceCurrent();
+	noticeState();
 }
 
 void RemoteControl::announceEndMode()
@@ -147,11 +150,14 @@ void RemoteControl::announceMedia(const MediaFollower::Change &change)
 	if (change.failure) {
 		const bool error = *change.failure == MediaFollower::Failure::Error;
 		OBSDataAutoRelease data = currentData();
+		failedTitle = stateTexts().value("title");
 		obs_data_set_string(data, "reason", error ? "error" : "neverPlayed");
 		obs_data_set_int(data, "revision", ++revision);
 		emitEvent(trackFailed, data);
 	}
 	if (change.state) {
+		if (*change.state == OBS_MEDIA_STATE_PLAYING)
+			failedTitle.clear();
 		OBSDataAutoRelease data = currentData();
 		obs_data_set_string(data, "mediaState", mediaStateName(*change.state));
 		obs_data_set_int(data, "revision", ++revision);

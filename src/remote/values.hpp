@@ -13,6 +13,8 @@ namespace reelhouse {
 
 // Texts and fields that requests and events share. Any thread.
 
+inline constexpr char stateChanged[] = "StateChanged";
+
 // Returns the name that clients use. mode must be an EndMode.
 const char *endModeName(int mode);
 // Returns nothing for an unknown name.

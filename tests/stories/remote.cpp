@@ -74,6 +74,19 @@ TEST_F(Story, Remote)
 		{"ask? upcoming GetQueue; start P; ask? upcoming GetQueue", "{'upcoming':[{'id':'#Q','index':1},{'id':'#R','index':2}]}"},
 		{"endMode Repeat; ask? upcoming GetQueue", "{'upcoming':[]}"},
 	});
+	tell("a deck that sees the last event alone shows the truth once it rests", "P Q", {
+		{"wait 200; told?; endMode Next; wait 40; deck?", "dark"},
+		{"wait 10; deck?", "stopped|||2|||"},
+		{"play P; deck?", "dark"},
+		{"wait 50; deck?", "starting|P|1|2|Q||"},
+		{"video; media playing 1000 4000; poll; wait 50; deck?", "playing|P|1|2|Q|0:03|"},
+		{"media playing 2000 4000; wait 900; told?; deck?", "playing|P|1|2|Q|0:03|"},
+		{"wait 100; deck?", "playing|P|1|2|Q|0:02|"},
+		{"media paused 2000 4000; poll; deck?", "dark"},
+		{"wait 50; endMode Repeat; wait 50; deck?", "paused|P|1|2||0:02|"},
+		{"play Q; video; media error; look; wait 50; deck?", "stopped|Q|2|2|||Q"},
+		{"remove; wait 200; deck?", "stopped|||1|||Q"},
+	});
 	tell("the view stays as it is", "P Q R", {
 		{"select P Q; ask AddTracks {'paths': [{'path': '@A'}], 'position': 0}", "A [P] [Q] R | src P Q R | own | replaced -"},
 		{"search /Q; ask RemoveTracks {'ids': [{'id': '#P'}]}", "(A) [Q] (R) | src P Q R | own | replaced -"},

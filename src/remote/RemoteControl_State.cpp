@@ -1,0 +1,114 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "remote/RemoteControl.hpp"
+
+#include <algorithm>
+
+#include <obs-websocket-api.h>
+
+#include "dock/paths.hpp"
+#include "dock/text.hpp"
+#include "remote/values.hpp"
+
+namespace reelhouse {
+
+namespace {
+
+// The plug-in sends from several threads: what comes sooner after another event may overtake it. In milliseconds.
+constexpr int restMs = 50;
+// After this time the event is sent once more, for the case that it was overtaken after all. In milliseconds.
+constexpr int againMs = 1000;
+
+// The state of the media in the words of StateChanged.
+const char *mediaWord(const MediaFollower &media)
+{
+	if (media.isStarting())
+		return "starting";
+	switch (media.asked()) {
+	case OBS_MEDIA_STATE_PLAYING:
+		return "playing";
+	case OBS_MEDIA_STATE_PAUSED:
+		return "paused";
+	case OBS_MEDIA_STATE_ENDED:
+		return "ended";
+	default:
+		return "stopped";
+	}
+}
+
+QString flagWord(bool on)
+{
+	return QString::fromLatin1(on ? "on" : "off");
+}
+
+} // namespace
+
+// The texts that do not change by themselves as time passes.
+RemoteControl::Texts RemoteControl::stateTexts() const
+{
+	const qsizetype index = queue->currentIndex();
+	const qsizetype next = queue->upcoming(1).value(0, -1);
+	const auto tagsAt = [this](qsizetype at) {
+		return at < 0 ? Tags() : tagReader.cached(queue->tracks().at(at).path).value_or(Tags());
+	};
+	const auto titleAt = [this, &tagsAt](qsizetype at) {
+		return at < 0 ? QString() : displayTitle(queue->tracks().at(at).path, tagsAt(at));
+	};
+	return {
+		{"source", seen.sourceName},
+		{"mediaState", QString::fromLatin1(seen.sourceUuid.isEmpty() ? "stopped" : mediaWord(media))},
+		{"endMode", QString::fromLatin1(endModeName(queue->endMode()))},
+		{"title", titleAt(index)},
+		{"artist", tagsAt(index).artist},
+		{"nextTitle", titleAt(next)},
+		{"position", index < 0 ? QString() : QString::number(index + 1)},
+		{"total", QString::number(queue->tracks().size())},
+		{"failed", failedTitle},
+		{"canUndo", flagWord(queue->canUndoRemove())},
+		{"canBringBack", flagWord(queue->canBringBack())},
+	};
+}
+
+// The times as of now; those that are not known are empty.
+RemoteControl::Texts RemoteControl::timeTexts() const
+{
+	Texts texts = {{"duration", {}}, {"trackRemaining", {}}};
+	OBSSourceAutoRelease source = queue->lockSource();
+	// During a switch, the source still reports the times of the previous track.
+	if (!source || queue->currentIndex() < 0 || queue->isSwitching())
+		return texts;
+	const qint64 durationMs = obs_source_media_get_duration(source);
+	if (durationMs <= 0)
+		return texts;
+	const qint64 cursorMs = std::clamp<qint64>(obs_source_media_get_time(source), 0, durationMs);
+	texts["duration"] = longClockText(durationMs);
+	texts["trackRemaining"] = longClockText(durationMs - cursorMs);
+	return texts;
+}
+
+// Compares the state with what clients were last told of it.
+void RemoteControl::noticeState()
+{
+	if (!restTimer.isActive() && stateTexts() != toldTexts)
+		restTimer.start(restMs);
+}
+
+void RemoteControl::stateOvertaken()
+{
+	againTimer.stop();
+	restTimer.start(restMs);
+}
+
+void RemoteControl::announceState(bool again)
+{
+	if (!again)
+		againTimer.start(againMs);
+	toldTexts = stateTexts();
+	Texts texts = toldTexts;
+	texts.insert(timeTexts());
+	OBSDataAutoRelease data = obs_data_create();
+	for (auto text = texts.cbegin(); text != texts.cend(); ++text)
+		setText(data, text.key(), text.value());
+	obs_websocket_vendor_emit_event(vendor, stateChanged, data);
+}
+
+} // namespace reelhouse

@@ -150,7 +150,7 @@ QString Story::state()
 		parts += answer;
 	const auto *message = child<QLabel>("message");
 	if (!message->isHidden())
-		parts += named(message->text());
+		parts += named(message->text().section(u" · "_s, 0, 0));
 	return parts.join(u" | "_s);
 }
 

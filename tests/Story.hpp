@@ -60,10 +60,9 @@ protected:
 	// Story_Steps.cpp
 	using Words = QStringList;
 	void on(const char *name, const std::function<void(const Words &)> &run);
-
-private:
 	void run(const Words &words);
 
+private:
 	// Story_Steps.cpp
 	void addPlayerSteps();
 	void addQueueSteps();

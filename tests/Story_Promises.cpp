@@ -121,11 +121,12 @@ void Story::expectUsersQueueKept(const Words &words)
 	const bool edited = ids() != before &&
 			    std::ranges::any_of(words, [](const QString &word) { return edits.contains(word); });
 	const bool played = list()->count() > 1 && ((waits() && !waited) || words[0] == u"start");
+	const bool moved = words[0] == u"find" && ids() == before && !users.isEmpty();
 	if (edited && ids().size() < before.size()) {
 		beforeRemoval = before;
 		afterRemoval = ids();
 	}
-	if (edited || played) {
+	if (edited || played || moved) {
 		users = list()->count() > 1 ? rowPaths() : QStringList();
 		everUsers.insert(users.join(u'\n'));
 	} else if (ids() != before && everUsers.contains(bringsBack)) {

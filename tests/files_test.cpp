@@ -2,6 +2,7 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QMessageBox>
+#include <QProgressDialog>
 
 #include "Story.hpp"
 
@@ -160,6 +161,50 @@ TEST_F(Files, AreReadAsFarAsTheyCanBe)
 	}
 }
 
+// clang-format off: a line is a step
+// Wherever a track's file is now, the track keeps its id and place, and what plays goes on.
+TEST_F(Files, ThatMovedAreFound)
+{
+	on("place", [this](const Words &words) { paths(words); });
+	on("moved", [this](const Words &words) {
+		for (const QString &file : paths(words))
+			QFile::remove(file);
+	});
+	// Looks in a folder and does the rest before the result comes.
+	on("find", [this](const Words &words) {
+		const QStringList queued = ids();
+		const QByteArray where = json(u"{'folder': '%1'}"_s.arg(at(words[0])));
+		answer = plugin.request("FindMissingFiles", where)["error"_L1].toString();
+		if (words.size() > 1)
+			run(words.mid(1));
+		EXPECT_TRUE(waitFor([this] { return !child<QProgressDialog>("findMissingFilesProgress"); }));
+		EXPECT_TRUE(words.size() > 1 || ids() == queued);
+	});
+	const auto loop = [this] {
+		EXPECT_TRUE(QFile::link(at(u"new"_s), at(u"new/s/loop"_s)));
+	};
+	on("loop", [&loop](const Words &) { loop(); });
+	tell("the nearest file of the name", "old/1/A old/2/A old/B C http://h/B", {
+		{"find .", "[old/1/A] old/2/A old/B C http://h/B | src old/1/A old/2/A old/B C http://h/B | own | replaced - | nothingMissing"},
+		{"place new/2/A new/x/1/A new/s/t/B new/s/B new/.h/C; loop; start old/1/A; media playing; look", "▶[old/1/A] old/2/A old/B C http://h/B | src old/1/A | managed | replaced -"},
+		{"moved old/1/A old/2/A old/B C; refresh; find nowhere", "▶[old/1/A] old/2/A old/B C http://h/B | src old/1/A | managed | replaced - | ⚠ Could not read the folder nowhere"},
+		{"told?; find new ask SelectSource {'sourceName':'T'}; told?", "Queue 2, CurrentTrack, MissingFilesSearched cancelled"},
+		{"choose S; search old/; find new ask FindMissingFiles {'folder':'/'}", "▶(new/x/1/A) (new/2/A) (new/s/B) (C) (http://h/B) | src new/x/1/A | managed | replaced - | searching | ⚠ Missing files found: 3; still missing: 1"},
+		{"look; look; ask? mediaState GetQueue", "{'mediaState':'OBS_MEDIA_STATE_PLAYING'}"},
+		{"search; back C; find .", "▶[new/x/1/A] new/2/A new/s/B C http://h/B | src new/x/1/A | managed | replaced - | Missing files found: 1; still missing: 0"},
+		{"restart; look", "▶[new/x/1/A] new/2/A new/s/B C http://h/B | src new/x/1/A | managed | replaced -"},
+	});
+	tell("a switch that waits, and the undo", "old/A Q old/B", {
+		{"place new/A new/B; select old/B; remove; moved old/A old/B; play old/A; play Q; find new", "new/A ▶[Q] | src old/A Q old/B | managed (own) | replaced - | waits | Missing files found: 1; still missing: 0"},
+		{"video; look; look", "new/A ▶[Q] | src Q | managed | replaced - | Missing files found: 1; still missing: 0"},
+		{"undoRemove", "new/A ▶Q [new/B] | src Q | managed | replaced -"},
+	});
+	tell("both queues, after an edit that no poll has seen", "old/A Q", {
+		{"place new/A new/B; moved old/A old/B; elsewhere old/B; edit S old/B old/B; find new wait 0", "[new/B] new/B | src new/B new/B | own | replaced new/A Q | Missing files found: 2; still missing: 0"},
+	});
+}
+
+// clang-format on
 TEST_F(Files, TheCurrentTrackStandsInATextSource)
 {
 	const char *kind = "text_ft2_source";

@@ -116,7 +116,8 @@ TEST_F(Input, TheSizeColumnTellsTheFolder)
 	EXPECT_EQ(tip(0, 20), "<p style='white-space:pre'>/m/x &lt;b&gt; &amp;</p>");
 	EXPECT_EQ(tip(1, 20), "<p style='white-space:pre'>http://host/live/</p>");
 	EXPECT_EQ(tip(1, 300), "");
-	EXPECT_EQ(list()->item(0)->data(Qt::AccessibleDescriptionRole), u"File not found: "_s + odd);
+	EXPECT_EQ(list()->item(0)->data(Qt::AccessibleDescriptionRole),
+		  u"File not found: "_s + odd + u" · Tools › Reelhouse › Find Missing Files…"_s);
 }
 
 TEST_F(Input, ANarrowDockTakesTwoRows)

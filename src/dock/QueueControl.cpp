@@ -5,6 +5,7 @@
 
 #include "dock/Reelhouse.hpp"
 #include "dock/widgets/TrackListWidget.hpp"
+#include "media/FileFinder.hpp"
 #include "picture/HoldPicture.hpp"
 
 namespace reelhouse {
@@ -195,6 +196,26 @@ void QueueControl::importPlaylist()
 void QueueControl::exportPlaylist()
 {
 	dock->chooseExport();
+}
+
+bool QueueControl::hasMissingFiles() const
+{
+	return dock->hasMissingFiles();
+}
+
+bool QueueControl::isFindingFiles() const
+{
+	return dock->fileFinder->isRunning();
+}
+
+void QueueControl::chooseSearchFolder()
+{
+	dock->chooseSearchFolder();
+}
+
+void QueueControl::findMissingFiles(const QString &folder)
+{
+	dock->findMissingFiles(folder, false);
 }
 
 } // namespace reelhouse

@@ -94,6 +94,18 @@ public:
 	void importPlaylist();
 	void exportPlaylist();
 
+	// Whether a track's file is known to be missing, and whether missing files are looked for just now.
+	bool hasMissingFiles() const;
+	bool isFindingFiles() const;
+	// Opens a folder dialog and returns at once; then looks for missing files in that folder and below.
+	void chooseSearchFolder();
+	// Looks for missing files in the folder and below. Each track of the queue and of the replaced queue whose file is
+	// found gets its new path and keeps its id and place. Does nothing while a search runs.
+	void findMissingFiles(const QString &folder);
+
+	// How a search for missing files has ended.
+	enum class SearchEnd { Done, Cancelled, NoFolder };
+
 Q_SIGNALS:
 	// The source, the queue, the current track or the end mode may have changed. Emitted once per operation, at its
 	// end.
@@ -104,6 +116,8 @@ Q_SIGNALS:
 	// The source has received the settings of the new track.
 	void switchFinished();
 	void canBringBackChanged(bool canBringBack);
+	// The numbers of the queue's tracks whose missing file was found or is still missing; 0 unless it is done.
+	void searchEnded(reelhouse::QueueControl::SearchEnd end, qsizetype found, qsizetype missing);
 
 private:
 	Reelhouse *const dock;

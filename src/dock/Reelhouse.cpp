@@ -17,6 +17,7 @@
 #include "dock/paths.hpp"
 #include "dock/text.hpp"
 #include "dock/widgets/SeekSlider.hpp"
+#include "media/FileFinder.hpp"
 #include "media/tags.hpp"
 
 using namespace reelhouse;
@@ -40,7 +41,11 @@ constexpr QLatin1String remainingTimeKey("remainingTime");
 } // namespace
 
 Reelhouse::Reelhouse(const QString &settingsPath_, QWidget *parent)
-	: QWidget(parent), settingsPath(settingsPath_), control(new QueueControl(this)), tagReader(new TagReader(this))
+	: QWidget(parent),
+	  settingsPath(settingsPath_),
+	  control(new QueueControl(this)),
+	  tagReader(new TagReader(this)),
+	  fileFinder(new FileFinder(this))
 {
 	setObjectName(u"OBS-Reelhouse-content"_s);
 	buildUi();
@@ -67,6 +72,8 @@ Reelhouse::Reelhouse(const QString &settingsPath_, QWidget *parent)
 			Q_EMIT configurationChanged();
 		});
 	}
+
+	connect(fileFinder, &FileFinder::finished, this, &Reelhouse::takePlaces);
 
 	seekDebounce.setSingleShot(true);
 	seekDebounce.setInterval(seekDebounceMs);

@@ -28,9 +28,11 @@ class QHelpEvent;
 class QLabel;
 class QLineEdit;
 class QListWidgetItem;
+class QProgressDialog;
 class QToolButton;
 
 namespace reelhouse {
+class FileFinder;
 class QueueControl;
 class SeekSlider;
 class TagReader;
@@ -217,6 +219,8 @@ private:
 	void giveFocusBack();
 	void updatePlayPauseButton(obs_media_state state, const QString &selected);
 	void showError(const QString &message);
+	void showNotice(const QString &message);
+	void showMessage(const QString &text, const QString &spoken);
 	void clearError();
 
 	// Reelhouse_TrackList.cpp
@@ -256,6 +260,22 @@ private:
 	void importPlaylist(const QString &file);
 	void exportPlaylist(const QString &file);
 	void tellError(const QString &message);
+	void showBoxIfHidden(const QString &message, bool isError);
+
+	// Reelhouse_MissingFiles.cpp
+	bool isMissing(const Track &track) const;
+	bool hasMissingFiles() const;
+	// Opens a folder dialog and returns at once.
+	void chooseSearchFolder();
+	void findMissingFiles(const QString &folder, bool byUser);
+	QSet<QString> pathsToFind(obs_source_t *source) const;
+	void showSearch();
+	void cancelSearch();
+	void endSearch();
+	void takePlaces(const QHash<QString, QString> &places, bool isFolder);
+	void movePlaylistEntries(obs_source_t *source, const QHash<QString, QString> &places);
+	std::pair<qsizetype, qsizetype> moveTracks(const QHash<QString, QString> &places);
+	void tellSearch(qsizetype found, qsizetype missing);
 
 	// Reelhouse_Input.cpp
 	bool showFolderTip(const QHelpEvent *event);
@@ -264,7 +284,8 @@ private:
 
 	const QString settingsPath;
 	reelhouse::QueueControl *const control;
-	reelhouse::TagReader *const tagReader; // reads titles and lengths of the queue's files
+	reelhouse::TagReader *const tagReader;   // reads titles and lengths of the queue's files
+	reelhouse::FileFinder *const fileFinder; // finds missing files of the bound source's queues
 
 	// The user's choice in the selector. It is kept when the source disappears, so that the source is bound again
 	// when it returns.
@@ -298,6 +319,11 @@ private:
 	QString originalBehavior;
 	reelhouse::RecordWriter recordWriter;
 	QSet<QString> refusedIds; // tracks that could not be played because their file was missing
+
+	// The search for missing files, while one runs.
+	QProgressDialog *searchDialog = nullptr;
+	QString searchFolder;
+	bool searchByUser = false; // not by a remote request
 
 	int operations = 0;                   // nested operations that are running
 	bool changePending = false;           // the outermost operation has to emit the change signal

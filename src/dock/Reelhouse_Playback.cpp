@@ -27,6 +27,7 @@ bool Reelhouse::playTrack(const QString &id, bool withSceneSwitch, Previous prev
 	if (!local.isEmpty() && !QFileInfo(local).isFile()) {
 		playbackArmed = false;
 		refusedIds.insert(id);
+		changePending = true;
 		showError(ui("FileMissing").arg(track->path));
 		postLook();
 		return false;

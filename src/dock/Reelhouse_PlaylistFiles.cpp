@@ -88,17 +88,23 @@ void Reelhouse::exportPlaylist(const QString &file)
 		tellError(ui("PlaylistWriteError").arg(file, error));
 }
 
-// For a command of OBS's menu bar, which works while the dock is closed or behind a tab: then the message line cannot
-// be seen, and a message box tells the same.
 void Reelhouse::tellError(const QString &message)
 {
 	showError(message);
+	showBoxIfHidden(message, true);
+}
+
+// A command of OBS's menu bar works while the dock is closed or behind a tab. Then the message line cannot be seen, and
+// a message box tells the same.
+void Reelhouse::showBoxIfHidden(const QString &message, bool isError)
+{
 	if (!visibleRegion().isEmpty())
 		return;
 	QWidget *mainWindow = this;
 	while (mainWindow->parentWidget())
 		mainWindow = mainWindow->parentWidget();
-	auto *box = new QMessageBox(QMessageBox::Warning, ui("DockName"), message, QMessageBox::Ok, mainWindow);
+	const QMessageBox::Icon icon = isError ? QMessageBox::Warning : QMessageBox::Information;
+	auto *box = new QMessageBox(icon, ui("DockName"), message, QMessageBox::Ok, mainWindow);
 	box->setAttribute(Qt::WA_DeleteOnClose);
 	box->setTextFormat(Qt::PlainText);
 	box->open();

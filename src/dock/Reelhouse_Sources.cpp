@@ -223,6 +223,7 @@ void Reelhouse::disconnectSource()
 	previousSignal.Disconnect();
 	bindSerial++;
 	endTimer.stop();
+	cancelSearch();
 }
 
 OBSSourceAutoRelease Reelhouse::lockSource() const

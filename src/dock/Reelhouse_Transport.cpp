@@ -179,12 +179,23 @@ void Reelhouse::updatePlayPauseButton(obs_media_state state, const QString &sele
 
 void Reelhouse::showError(const QString &message)
 {
-	messageLabel->setText(u"⚠ "_s + message);
+	showMessage(u"⚠ "_s + message, message);
+	blog(LOG_WARNING, "[OBS-Reelhouse] %s", message.toUtf8().constData());
+}
+
+void Reelhouse::showNotice(const QString &message)
+{
+	showMessage(message, message);
+	blog(LOG_INFO, "[OBS-Reelhouse] %s", message.toUtf8().constData());
+}
+
+void Reelhouse::showMessage(const QString &text, const QString &spoken)
+{
+	messageLabel->setText(text);
 	messageLabel->show();
 	// A screen reader does not notice a new text of the label.
-	QAccessibleAnnouncementEvent announcement(messageLabel, message);
+	QAccessibleAnnouncementEvent announcement(messageLabel, spoken);
 	QAccessible::updateAccessibility(&announcement);
-	blog(LOG_WARNING, "[OBS-Reelhouse] %s", message.toUtf8().constData());
 }
 
 void Reelhouse::clearError()

@@ -81,6 +81,35 @@ QString localFilePath(const QString &path)
 	return fileUrlPath(path).value_or(path.contains("://"_L1) ? QString() : path);
 }
 
+OBSDataArrayAutoRelease movedItems(obs_data_array_t *items, const QHash<QString, QString> &places)
+{
+	bool anyMoved = false;
+	OBSDataArrayAutoRelease moved = obs_data_array_create();
+	const size_t count = obs_data_array_count(items);
+	for (size_t i = 0; i < count; i++) {
+		OBSDataAutoRelease item = obs_data_array_item(items, i);
+		const QString path = textIn(item, valueKey);
+		const QString next = movedPath(path, places);
+		if (next == path) {
+			obs_data_array_push_back(moved, item);
+			continue;
+		}
+		// Others may be using the old item.
+		OBSDataAutoRelease changed = obs_data_create();
+		obs_data_apply(changed, item);
+		setText(changed, valueKey, next);
+		obs_data_array_push_back(moved, changed);
+		anyMoved = true;
+	}
+	return anyMoved ? std::move(moved) : nullptr;
+}
+
+QString movedPath(const QString &path, const QHash<QString, QString> &places)
+{
+	const QString place = places.value(localFilePath(path));
+	return place.isEmpty() || place == localFilePath(path) ? path : place;
+}
+
 bool isTooLong(const QString &path)
 {
 	constexpr qsizetype maxBytes = 64 * 1024;

@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #pragma once
 
+#include <QHash>
 #include <QList>
 #include <QString>
 
@@ -37,6 +38,13 @@ OBSDataArrayAutoRelease pathArray(const QList<QString> &paths);
 // Returns the local file of a playlist entry: a file URL is decoded, a plain path is unchanged, any other URL gives an
 // empty string.
 QString localFilePath(const QString &path);
+
+// Returns the items of a playlist array with new paths: places gives the new one of a local file, or an empty string or
+// the same path if it stays. Items that stay are shared with the array. Null if all stay. The caller owns the reference.
+OBSDataArrayAutoRelease movedItems(obs_data_array_t *items, const QHash<QString, QString> &places);
+
+// The same for one entry.
+QString movedPath(const QString &path, const QHash<QString, QString> &places);
 
 // Whether an entry from outside has over 64 KiB of UTF-8. The list lays out every path, and a path of a megabyte blocks
 // the window for a fifth of a second.

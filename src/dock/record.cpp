@@ -191,6 +191,14 @@ void ReplacedQueue::write(obs_data_t *privateSettings) const
 	setText(record, leftoverKey, singleTrackId);
 }
 
+void ReplacedQueue::moveTracks(const QHash<QString, QString> &places) const
+{
+	OBSDataArrayAutoRelease before = obs_data_get_array(record, tracksKey);
+	OBSDataArrayAutoRelease moved = movedItems(before, places);
+	if (moved)
+		obs_data_set_array(record, tracksKey, moved);
+}
+
 ReplacedQueue replaceQueue(obs_data_t *stored, const QList<Track> &rebuilt, const ReplacedQueue &replaced)
 {
 	if (!stored)

@@ -65,6 +65,9 @@ struct ReplacedQueue {
 	static ReplacedQueue read(obs_data_t *privateSettings);
 	// Does nothing when record is null.
 	void write(obs_data_t *privateSettings) const;
+
+	// Gives the tracks of the record new paths, as movedItems() does.
+	void moveTracks(const QHash<QString, QString> &places) const;
 };
 
 // Returns the replaced queue after a rebuild has put other tracks in place of the stored record's. The queue that the

@@ -96,6 +96,7 @@ void addToToolsMenu(Reelhouse *newDock)
 
 	QAction *importAction = addCommand(menu, u"importPlaylist"_s, "ImportPlaylist");
 	QAction *exportAction = addCommand(menu, u"exportPlaylist"_s, "ExportPlaylist");
+	QAction *findAction = addCommand(menu, u"findMissingFiles"_s, "FindMissingFiles");
 	addTextSourceMenu(menu, new TrackText(queue));
 	addHoldPicture(menu, queue);
 	QAction *bringBackAction = addCommand(menu, u"bringBackReplacedQueue"_s, "BringBackReplacedQueue");
@@ -103,13 +104,16 @@ void addToToolsMenu(Reelhouse *newDock)
 
 	QObject::connect(importAction, &QAction::triggered, queue, &QueueControl::importPlaylist);
 	QObject::connect(exportAction, &QAction::triggered, queue, &QueueControl::exportPlaylist);
+	QObject::connect(findAction, &QAction::triggered, queue, &QueueControl::chooseSearchFolder);
 	QObject::connect(bringBackAction, &QAction::triggered, queue, &QueueControl::bringBackReplaced);
 	QObject::connect(queue, &QueueControl::canBringBackChanged, bringBackAction, &QAction::setEnabled);
-	const auto offerFiles = [queue, importAction, exportAction] {
+	const auto offerFiles = [queue, importAction, exportAction, findAction] {
 		importAction->setEnabled(OBSSourceAutoRelease(queue->lockSource()) != nullptr);
 		exportAction->setEnabled(!queue->tracks().isEmpty());
+		findAction->setEnabled(queue->hasMissingFiles() && !queue->isFindingFiles());
 	};
 	QObject::connect(queue, &QueueControl::changed, menu, offerFiles);
+	QObject::connect(menu, &QMenu::aboutToShow, queue, offerFiles);
 	offerFiles();
 }
 

@@ -5,7 +5,7 @@
 
 namespace reelhouse {
 
-// Adds an entry to OBS's Tools menu with the dock's commands for playlist files, the text source that shows the current
+// Adds an entry to OBS's Tools menu with the dock's commands for playlist files and missing files, the text source that shows the current
 // track, and the replaced queue. The dock owns the submenu. User-interface thread.
 void addToToolsMenu(Reelhouse *dock);
 

@@ -163,6 +163,7 @@ RemoteControl::RemoteControl(QueueControl *queue_, void *vendor_)
 	againTimer.setSingleShot(true);
 	connect(&againTimer, &QTimer::timeout, this, [this] { announceState(true); });
 	connect(queue, &QueueControl::changed, this, &RemoteControl::observe);
+	connect(queue, &QueueControl::searchEnded, this, &RemoteControl::announceSearch);
 	connect(queue, &QueueControl::mediaPolled, this, &RemoteControl::observePoll);
 	connect(&tagReader, &TagReader::tagsRead, this, &RemoteControl::announceTags);
 	connect(queue, &QueueControl::switchFinished, this, [this] { media.trackGiven(); });

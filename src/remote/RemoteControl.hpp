@@ -69,6 +69,7 @@ private:
 	void announceCurrent();
 	void announceTags(const QString &path);
 	void announceEndMode();
+	void announceSearch(QueueControl::SearchEnd end, qsizetype found, qsizetype missing);
 	void announceMedia(const MediaFollower::Change &change);
 	// Return the data of an event: with the bound source; with the bound source and the current track.
 	OBSDataAutoRelease sourceData() const;

@@ -16,6 +16,7 @@ constexpr char currentTrackChanged[] = "CurrentTrackChanged";
 constexpr char endModeChanged[] = "EndModeChanged";
 constexpr char mediaStateChanged[] = "MediaStateChanged";
 constexpr char trackFailed[] = "TrackFailed";
+constexpr char missingFilesSearched[] = "MissingFilesSearched";
 
 // Queue changes that are nearer to each other than this make one event. In milliseconds.
 constexpr int burstGapMs = 150;
@@ -26,8 +27,9 @@ constexpr int burstLengthMs = 1000;
 
 std::span<const char *const> RemoteControl::events()
 {
-	static constexpr std::array names = {sourceChanged,     queueChanged, currentTrackChanged, endModeChanged,
-					     mediaStateChanged, trackFailed,  stateChanged};
+	static constexpr std::array names = {sourceChanged,  queueChanged,        currentTrackChanged,
+					     endModeChanged, mediaStateChanged,   trackFailed,
+					     stateChanged,   missingFilesSearched};
 	return names;
 }
 
@@ -140,6 +142,24 @@ void RemoteControl::announceEndMode()
 	obs_data_set_string(data, "endMode", endModeName(seen.endMode));
 	obs_data_set_int(data, "revision", ++revision);
 	emitEvent(endModeChanged, data);
+}
+
+// Clients must know the new paths before the event that counts them.
+void RemoteControl::announceSearch(QueueControl::SearchEnd end, qsizetype found, qsizetype missing)
+{
+	observe();
+	if (queueTimer.isActive())
+		announceQueue();
+	OBSDataAutoRelease data = sourceData();
+	if (end == QueueControl::SearchEnd::Done) {
+		obs_data_set_int(data, "found", found);
+		obs_data_set_int(data, "missing", missing);
+	} else {
+		obs_data_set_string(data, "reason",
+				    end == QueueControl::SearchEnd::NoFolder ? "noFolder" : "cancelled");
+	}
+	obs_data_set_int(data, "revision", ++revision);
+	emitEvent(missingFilesSearched, data);
 }
 
 // The failure comes before the state change that it causes.

@@ -372,6 +372,22 @@ void givePlaylistBack(Request &request)
 		request.refuse(Refusal::NothingToGiveBack);
 }
 
+// The event of the search's end tells what was found: a disk may take minutes, and the plug-in has few threads.
+void findMissingFiles(Request &request)
+{
+	const QString folder = localFilePath(request.text("folder"));
+	if (folder.isEmpty())
+		request.refuse(Refusal::EmptyPath);
+	else if (isTooLong(folder))
+		request.refuse(Refusal::PathTooLong);
+	else if (request.queue.isFindingFiles())
+		request.refuse(Refusal::Searching);
+	else if (!request.queue.hasMissingFiles())
+		request.refuse(Refusal::NothingMissing);
+	if (!request.isRefused())
+		request.queue.findMissingFiles(folder);
+}
+
 using Endpoint = RemoteControl::Endpoint;
 constexpr auto looks = Endpoint::Looks;
 constexpr auto chooses = Endpoint::Chooses;
@@ -398,6 +414,7 @@ constexpr std::array table = {
 	Endpoint{"SetEndMode", setEndMode, acts},
 	Endpoint{"BringBackReplacedQueue", bringBackReplacedQueue, acts},
 	Endpoint{"GivePlaylistBack", givePlaylistBack, acts},
+	Endpoint{"FindMissingFiles", findMissingFiles, acts},
 };
 
 } // namespace

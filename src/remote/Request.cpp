@@ -40,6 +40,8 @@ constexpr std::array errorTexts = {
 	ErrorText{"differentTracks", "RemoteDifferentTracks"},
 	ErrorText{"pathTooLong", "RemotePathTooLong"},
 	ErrorText{"tooManyTags", "RemoteTooManyTags"},
+	ErrorText{"nothingMissing", "RemoteNothingMissing"},
+	ErrorText{"searching", "RemoteSearching"},
 	ErrorText{"graphicsThread", "RemoteGraphicsThread"},
 };
 static_assert(errorTexts.size() == static_cast<size_t>(Refusal::GraphicsThread) + 1);

@@ -37,6 +37,8 @@ enum class Refusal {
 	DifferentTracks,
 	PathTooLong,
 	TooManyTags,
+	NothingMissing,
+	Searching,
 	GraphicsThread,
 };
 

@@ -74,6 +74,8 @@ void Story::addQueueSteps()
 				 "openFolder", "restorePlaylist"})
 		on(name, [this, name](const Words &) { action(name)->trigger(); });
 	on("bringBack", [this](const Words &) { tool()->trigger(); });
+	for (const char *name : {"skipFailed", "startAgain", "shuffleQueue"})
+		on(name, [this, name](const Words &) { action(name)->trigger(); });
 	on("select", [this](const Words &words) {
 		list()->clearSelection();
 		for (const QString &name : words)
@@ -163,7 +165,9 @@ void Story::addSourceSteps()
 	on("delete", [this](const Words &words) { obs_source_remove(sources[words[0]]); });
 	on("gone", [this](const Words &words) { QFile::remove(path(words[0])); });
 	on("back", [this](const Words &words) { makeFile(words[0]); });
-	for (const auto &[name, where] : {std::pair("record", "OBS-Reelhouse"), {"replaced", "OBS-Reelhouse-replaced"}})
+	for (const auto &[name, where] : {std::pair("record", "OBS-Reelhouse"),
+					  {"replaced", "OBS-Reelhouse-replaced"},
+					  {"options", "OBS-Reelhouse-options"}})
 		on(name, [key = where, this](const Words &words) {
 			OBSDataAutoRelease settings = obs_source_get_private_settings(bound());
 			OBSDataAutoRelease record = obs_data_create_from_json(json(words.join(u' ')).constData());
@@ -233,7 +237,8 @@ void Story::addQuestions()
 		QStringList lines;
 		for (const auto &[name, data] : std::exchange(told, {})) {
 			QString line = QString(name).remove(u"Changed"_s);
-			for (const char *key : {"total", "label", "endMode", "reason"})
+			for (const char *key :
+			     {"total", "label", "endMode", "reason", "skipFailed", "startAgain", "count"})
 				line += u' ' + data[QLatin1String(key)].toVariant().toString();
 			if (name.startsWith(u"Media"))
 				line += data["mediaState"_L1].toString().section(u'_', -1).toLower();
@@ -252,6 +257,11 @@ void Story::addQuestions()
 		     {"mediaState", "title", "position", "total", "nextTitle", "trackRemaining", "failed"})
 			texts += lastTold[last][QLatin1String(key)].toString();
 		answer = texts.join(u'|');
+	});
+	on("says?", [this](const Words &words) { answer = row(words[0])->data(Qt::AccessibleTextRole).toString(); });
+	on("options?", [this](const Words &) {
+		const QJsonDocument options(recordOf(bound(), "OBS-Reelhouse-options"));
+		answer = QString::fromUtf8(options.toJson(QJsonDocument::Compact)).replace(u'"', u'\'');
 	});
 	// One value of the answer, or all.
 	on("ask?", [this](const Words &words) {

@@ -45,9 +45,9 @@ const QList<Track> &QueueControl::tracks() const
 	return dock->tracks;
 }
 
-const QSet<QString> &QueueControl::refusedTracks() const
+const QHash<QString, bool> &QueueControl::foundFiles() const
 {
-	return dock->refusedIds;
+	return dock->foundFiles;
 }
 
 const QString &QueueControl::currentId() const
@@ -75,6 +75,16 @@ void QueueControl::chooseEndMode(EndMode mode)
 	dock->endModeSelector->setCurrentIndex(dock->endModeSelector->findData(mode));
 }
 
+const QueueOptions &QueueControl::options() const
+{
+	return dock->options;
+}
+
+void QueueControl::setOptions(const QueueOptions &options)
+{
+	dock->setOptions(options);
+}
+
 TagReader &QueueControl::tagReader() const
 {
 	return *dock->tagReader;
@@ -82,7 +92,7 @@ TagReader &QueueControl::tagReader() const
 
 bool QueueControl::isSwitching() const
 {
-	return dock->switchPending;
+	return dock->switchPending || dock->searching;
 }
 
 bool QueueControl::playTrack(const QString &id, bool withSceneSwitch)
@@ -159,6 +169,11 @@ bool QueueControl::canRestore() const
 void QueueControl::restoreSource()
 {
 	dock->restoreSource();
+}
+
+void QueueControl::shuffleQueue()
+{
+	dock->shuffleQueue();
 }
 
 bool QueueControl::canBringBack() const

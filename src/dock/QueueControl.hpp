@@ -1,10 +1,12 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #pragma once
 
+#include <QHash>
 #include <QObject>
 #include <QSet>
 
 #include "dock/Track.hpp"
+#include "dock/options.hpp"
 
 // After Qt's headers: libobs's SIMD shim redefines compiler intrinsics that those pull in.
 #include <obs.hpp>
@@ -42,9 +44,9 @@ public:
 	bool selectSource(const QString &uuid);
 
 	const QList<Track> &tracks() const;
-	// The ids of the tracks that could not be played because their file was missing. Their Track::size keeps the
-	// value that was measured earlier.
-	const QSet<QString> &refusedTracks() const;
+	// By the id of a track: whether its file was there when it was last to be played, where that differs from
+	// Track::size, which keeps the value that was measured earlier.
+	const QHash<QString, bool> &foundFiles() const;
 	const QString &currentId() const;
 	// The position of the current track in the queue; -1 when no track is current.
 	int currentIndex() const;
@@ -52,10 +54,13 @@ public:
 	QList<qsizetype> upcoming(qsizetype most) const;
 	EndMode endMode() const;
 	void chooseEndMode(EndMode mode);
+	// The options of the bound source; all off when none is bound.
+	const QueueOptions &options() const;
+	void setOptions(const QueueOptions &options);
 	// Reads titles and lengths of the queue's files. The dock owns it.
 	TagReader &tagReader() const;
 
-	// Whether a switch is pending. The media state of the source then still belongs to the previous track.
+	// Whether a switch is pending, or a track that can be played is searched for. The media state of the source then still belongs to the previous track.
 	bool isSwitching() const;
 	// These two return false when no track could be started. If the file is missing, the dock's message line says
 	// so. With a scene switch, the started track brings the source's scene, as a double-click does.
@@ -81,6 +86,9 @@ public:
 	void restoreSource();
 	// Whether there is a replaced queue, which an edit of the playlist elsewhere has replaced.
 	bool canBringBack() const;
+	// Puts the tracks in a random order, the current one first. The old order becomes the replaced queue. The source
+	// goes on playing.
+	void shuffleQueue();
 	// Exchanges the replaced queue and the queue in the dock. The source goes on playing.
 	void bringBackReplaced();
 
@@ -107,14 +115,19 @@ public:
 	enum class SearchEnd { Done, Cancelled, NoFolder };
 
 Q_SIGNALS:
-	// The source, the queue, the current track or the end mode may have changed. Emitted once per operation, at its
+	// The source, the queue, the current track, the end mode or the options may have changed. Emitted once per operation, at its
 	// end.
 	void changed();
 	// Emitted by each poll of the source's media. Times are in milliseconds and never negative. There is no poll
 	// while a switch is pending.
 	void mediaPolled(obs_media_state state, qint64 positionMs, qint64 durationMs);
+	// A scene collection has been loaded, and the next signals tell of it.
+	void resuming();
 	// The source has received the settings of the new track.
 	void switchFinished();
+	// A track could not be played. A count above 1 stands for further tracks of the same burst, of which this is the
+	// last. Not emitted when a user or a client has asked for the track: they have their answer.
+	void trackFailed(const QString &id, reelhouse::TrackFailure failure, qsizetype count);
 	void canBringBackChanged(bool canBringBack);
 	// The numbers of the queue's tracks whose missing file was found or is still missing; 0 unless it is done.
 	void searchEnded(reelhouse::QueueControl::SearchEnd end, qsizetype found, qsizetype missing);

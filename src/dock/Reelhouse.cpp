@@ -92,6 +92,7 @@ void Reelhouse::resume()
 	if (shutDown)
 		return;
 	suspended = false;
+	Q_EMIT control->resuming();
 	refreshSources();
 }
 
@@ -130,10 +131,14 @@ void Reelhouse::clearQueue()
 {
 	tracks.clear();
 	removed.clear();
-	refusedIds.clear();
+	foundFiles.clear();
+	failedIds.clear();
+	passed = {};
+	running = false;
 	observed.clear();
 	currentId.clear();
 	managed = false;
+	options = {};
 	durationMs = 0;
 }
 
@@ -156,8 +161,11 @@ Reelhouse::Operation::~Operation()
 {
 	if (--dock->operations > 0)
 		return;
-	if (std::exchange(dock->finishPending, false))
+	if (std::exchange(dock->finishPending, false)) {
+		dock->running = dock->firstPoll = true;
+		dock->hasPlayed = false;
 		Q_EMIT dock->control->switchFinished();
+	}
 	if (std::exchange(dock->changePending, false))
 		Q_EMIT dock->control->changed();
 }

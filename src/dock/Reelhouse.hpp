@@ -18,6 +18,7 @@
 #include <obs.hpp>
 
 #include "dock/Track.hpp"
+#include "dock/options.hpp"
 #include "dock/record.hpp"
 
 class QAction;
@@ -138,6 +139,8 @@ private:
 	// Reelhouse_Sources.cpp
 	void refreshSources();
 	void rebuildSelector(const QList<std::pair<QString, QString>> &sources);
+	int indexOfChosen() const;
+	void markChosen();
 	void chooseSource();
 	void reloadSource();
 	void bindSource(const QString &uuid);
@@ -154,6 +157,9 @@ private:
 	void takeRecord(const reelhouse::Record &record);
 	void showLoaded(const QString &selectId);
 	void storeQueue();
+	void requestSave();
+	void setOptions(const reelhouse::QueueOptions &chosen);
+	void shuffleQueue();
 	bool canRestore() const { return managed || !tracks.isEmpty(); }
 	void restoreSource();
 	void followEditElsewhere(obs_source_t *source);
@@ -198,7 +204,25 @@ private:
 	void finishSwitch(quint64 serial);
 
 	// Reelhouse_EndOfTrack.cpp
+	// From one candidate to the next: what a track's own end does, Next and Previous.
+	enum class Walk { OwnEnd, Forward, Back };
 	void applyEndMode(obs_media_state state);
+	// What follows by itself, after the track at this position.
+	void goOnAfter(qsizetype position);
+	// The position of the track that comes by itself when the one at this position ends; -1 when playback stops.
+	qsizetype positionAfter(qsizetype position) const;
+	qsizetype positionBeside(qsizetype position, int delta) const;
+	// Whether the queue goes on by itself past tracks that cannot be played.
+	bool skips() const { return options.skipFailed && endMode == reelhouse::EndNext; }
+	void tryTrack(qsizetype position, Walk walk);
+	void postTryAfter(const QString &id, qsizetype position, Walk walk);
+	void passOver(const Track &track, reelhouse::TrackFailure failure);
+	void tellRestOfBurst();
+	void followFailure(obs_media_state state, qint64 positionMs);
+	void currentFailed(reelhouse::TrackFailure failure);
+	void markFailed(const QString &id, bool failed);
+	bool lookForFile(const Track &track);
+	bool isMissing(const Track &track) const;
 	QList<qsizetype> upcoming(qsizetype most) const;
 
 	// Reelhouse_Picture.cpp
@@ -215,7 +239,7 @@ private:
 	bool isSliderHeld() const;
 	qint64 timeAtSlider(int value) const;
 	void updateButtons();
-	void holdFocus();
+	void holdFocus(QWidget *widget, bool enabled);
 	void giveFocusBack();
 	void updatePlayPauseButton(obs_media_state state, const QString &selected);
 	void showError(const QString &message);
@@ -263,7 +287,6 @@ private:
 	void showBoxIfHidden(const QString &message, bool isError);
 
 	// Reelhouse_MissingFiles.cpp
-	bool isMissing(const Track &track) const;
 	bool hasMissingFiles() const;
 	// Opens a folder dialog and returns at once.
 	void chooseSearchFolder();
@@ -287,8 +310,8 @@ private:
 	reelhouse::TagReader *const tagReader;   // reads titles and lengths of the queue's files
 	reelhouse::FileFinder *const fileFinder; // finds missing files of the bound source's queues
 
-	// The user's choice in the selector. It is kept when the source disappears, so that the source is bound again
-	// when it returns.
+	// The user's last choice in the selector, in whichever scene collection. It is kept when the source disappears,
+	// so that the source is bound again when it returns.
 	QString sourceUuid;
 
 	// The bound source: either all of these are set or none is.
@@ -318,7 +341,19 @@ private:
 	bool originalShuffle = false;
 	QString originalBehavior;
 	reelhouse::RecordWriter recordWriter;
-	QSet<QString> refusedIds; // tracks that could not be played because their file was missing
+	reelhouse::QueueOptions options; // as stored with the source
+	// By the id of a track: whether its file was there when it was last to be played, where that differs from its row.
+	QHash<QString, bool> foundFiles;
+	QSet<QString> failedIds; // tracks that have failed and not played since
+
+	// The tracks that were passed over since one last played.
+	struct Burst {
+		qsizetype count = 0;
+		QString lastId;
+		reelhouse::TrackFailure lastFailure = reelhouse::TrackFailure::Error;
+	};
+	Burst passed;
+	bool searching = false; // the next try of a search for a track that can be played has been posted
 
 	// The search for missing files, while one runs.
 	QProgressDialog *searchDialog = nullptr;
@@ -337,6 +372,9 @@ private:
 	bool reordering = false; // the dock itself is moving rows
 	bool remainingTime = false;
 	bool narrowLayout = false;
+	bool running = false;       // the media of the last switch has neither ended nor failed
+	bool firstPoll = false;     // the next poll is the first one of that media
+	bool hasPlayed = false;     // a poll saw a length or a position of it
 	bool playbackArmed = false; // a poll saw the current track play, so its end counts
 	int endMode = reelhouse::EndStop;
 	quint32 tickCount = 0;
@@ -351,7 +389,7 @@ private:
 	QTimer saveTimer;                    // restarts with each change
 	QTimer saveDeadline;                 // runs from the first unsaved change
 	QTimer seekDebounce;                 // runs until the wheel or the released keys have rested
-	QWidget *focusAfterSwitch = nullptr; // the control that lost the keyboard focus to a switch
+	QWidget *focusAfterSwitch = nullptr; // the control that has the focus again when it works again
 
 	// Owned by their Qt parents.
 	QComboBox *sourceSelector = nullptr;

@@ -4,6 +4,7 @@
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QPointer>
+#include <QRandomGenerator>
 #include <QSet>
 #include <QSignalBlocker>
 
@@ -192,5 +193,31 @@ void Reelhouse::orderChanged()
 	markTouched();
 	storeQueue();
 	updateButtons();
+	clearError();
+}
+
+// The old order becomes the replaced queue, whatever that was before: the user asked for this one.
+void Reelhouse::shuffleQueue()
+{
+	const Operation operation(this);
+	OBSSourceAutoRelease source = lockActive();
+	if (!source)
+		return;
+	// During a switch, the source still has the old playlist, which is not an edit elsewhere.
+	if (!switchPending)
+		followEditElsewhere(source);
+	if (tracks.size() < 2)
+		return;
+	OBSDataAutoRelease privateSettings = obs_source_get_private_settings(source);
+	ReplacedQueue replaced;
+	replaced.record = OBSDataAutoRelease(storedRecord(privateSettings));
+	replaced.write(privateSettings);
+
+	auto rest = tracks.begin();
+	if (const int current = currentIndex(); current >= 0)
+		std::iter_swap(rest++, tracks.begin() + current);
+	std::shuffle(rest, tracks.end(), *QRandomGenerator::global());
+	updateListKeepingView();
+	storeQueue();
 	clearError();
 }

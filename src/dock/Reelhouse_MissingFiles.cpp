@@ -26,11 +26,6 @@ constexpr int folderWidth = 400;
 
 } // namespace
 
-bool Reelhouse::isMissing(const Track &track) const
-{
-	return track.size == SizeMissing || refusedIds.contains(track.id);
-}
-
 bool Reelhouse::hasMissingFiles() const
 {
 	return std::ranges::any_of(tracks, [this](const Track &track) { return isMissing(track); });
@@ -187,7 +182,7 @@ std::pair<qsizetype, qsizetype> Reelhouse::moveTracks(const QHash<QString, QStri
 				     place->toUtf8().constData());
 			track.path = movedPath(track.path, places);
 			track.size = SizeUnknown;
-			refusedIds.remove(track.id);
+			foundFiles.remove(track.id);
 		}
 	}
 	for (auto &[track, index] : removed) {

@@ -17,7 +17,7 @@ constexpr qint64 pictureDelayMs = 400;
 // Decides whether the last picture may be held when this media ends. A switch and a stop have decided it already.
 void Reelhouse::followPicture(obs_source_t *source, obs_media_state state, qint64 positionMs)
 {
-	if (switchPending)
+	if (switchPending || searching)
 		return;
 	switch (state) {
 	case OBS_MEDIA_STATE_PLAYING:

@@ -1,8 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "dock/Reelhouse.hpp"
 
-#include <QFileInfo>
-
 #include <algorithm>
 #include <utility>
 
@@ -23,18 +21,16 @@ bool Reelhouse::playTrack(const QString &id, bool withSceneSwitch, Previous prev
 	const auto track = std::ranges::find(std::as_const(tracks), id, &Track::id);
 	if (!source || track == tracks.cend())
 		return false;
-	const QString local = localFilePath(track->path);
-	if (!local.isEmpty() && !QFileInfo(local).isFile()) {
+	if (!lookForFile(*track)) {
 		playbackArmed = false;
-		refusedIds.insert(id);
-		changePending = true;
 		showError(ui("FileMissing").arg(track->path));
 		postLook();
 		return false;
 	}
 
+	tellRestOfBurst();
+	running = false;
 	playbackArmed = false;
-	refusedIds.remove(id);
 	seekTargetMs = -1;
 	endStepping();
 	sceneSwitchWanted = withSceneSwitch;
@@ -91,14 +87,17 @@ void Reelhouse::markCurrentRow(const QString &previousId)
 // Wraps at both ends. The end mode "next" does not.
 bool Reelhouse::playRelative(int delta)
 {
-	const qsizetype count = tracks.size();
-	if (count == 0)
+	if (tracks.isEmpty())
 		return false;
 	const int current = currentIndex();
-	qsizetype target = delta > 0 ? 0 : count - 1;
+	qsizetype target = delta > 0 ? 0 : tracks.size() - 1;
 	if (current >= 0)
-		target = (count + delta + current) % count;
-	return playTrack(tracks.at(target).id, false);
+		target = positionBeside(current, delta);
+	if (!options.skipFailed)
+		return playTrack(tracks.at(target).id, false);
+	tellRestOfBurst();
+	tryTrack(target, delta > 0 ? Walk::Forward : Walk::Back);
+	return true;
 }
 
 void Reelhouse::playSelected()
@@ -139,7 +138,8 @@ void Reelhouse::stopPlayback()
 	// If the switch never reached the source, its track does not stay current.
 	if (currentId != previousId)
 		markCurrentRow(previousId);
-	playbackArmed = false;
+	playbackArmed = running = false;
+	tellRestOfBurst();
 	OBSSourceAutoRelease source = lockSource();
 	if (source) {
 		allowHeldPicture(source, false);

@@ -110,10 +110,12 @@ void Reelhouse::followMedia(obs_source_t *source)
 	followSeek(positionMs);
 	describePlayback(state, positionMs);
 	updateButtons();
-	applyEndMode(state);
+	followFailure(state, positionMs);
+	if (!switchPending)
+		applyEndMode(state);
 	followPicture(source, state, positionMs);
 	// Between two tracks there is nothing to tell.
-	if (!switchPending)
+	if (!switchPending && !searching)
 		Q_EMIT control->mediaPolled(state, positionMs, durationMs);
 }
 
@@ -207,10 +209,13 @@ void Reelhouse::finishSwitch(quint64 serial)
 		return;
 	switchPending = false;
 	switchClock.start();
+	running = firstPoll = true;
+	hasPlayed = false;
 	// The first poll must come soon enough to see a very short clip play.
 	pollTimer.start();
 	updateButtons();
 	Q_EMIT control->switchFinished();
-	if (sceneSwitchWanted)
-		Q_EMIT sceneSwitchRequested(sourceUuid);
+	OBSSourceAutoRelease source = lockSource();
+	if (sceneSwitchWanted && source)
+		Q_EMIT sceneSwitchRequested(QString::fromUtf8(obs_source_get_uuid(source)));
 }

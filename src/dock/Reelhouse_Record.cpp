@@ -68,8 +68,11 @@ void Reelhouse::loadQueue(obs_source_t *source, bool force)
 	if (readable)
 		record = readRecord(stored, &usable);
 
+	options = QueueOptions::read(privateSettings);
 	removed.clear();
-	refusedIds.clear();
+	foundFiles.clear();
+	failedIds.clear();
+	passed = {};
 	playbackArmed = false;
 	if (usable && !force && recordObserves(stored, paths)) {
 		takeRecord(record);
@@ -128,9 +131,27 @@ void Reelhouse::storeQueue()
 	OBSDataAutoRelease privateSettings = obs_source_get_private_settings(source);
 	recordWriter.write(privateSettings, {tracks, observed, currentId, managed, originalLoop, originalShuffle,
 					     originalBehavior, endMode});
+	requestSave();
+	changePending = true;
+}
+
+void Reelhouse::requestSave()
+{
 	saveTimer.start();
 	if (!saveDeadline.isActive())
 		saveDeadline.start();
+}
+
+void Reelhouse::setOptions(const QueueOptions &chosen)
+{
+	const Operation operation(this);
+	OBSSourceAutoRelease source = lockActive();
+	if (!source || chosen == options)
+		return;
+	options = chosen;
+	OBSDataAutoRelease privateSettings = obs_source_get_private_settings(source);
+	options.write(privateSettings);
+	requestSave();
 	changePending = true;
 }
 
@@ -239,7 +260,9 @@ void Reelhouse::bringBackReplaced()
 	const Record record = readRecord(asked.record);
 	takeRecord(record);
 	removed.clear();
-	refusedIds.clear();
+	foundFiles.clear();
+	failedIds.clear();
+	passed = {};
 	observed = pathsIn(settings, playlistKey);
 	currentId = idHeldBySource(record.currentId);
 	playbackArmed = false;

@@ -126,6 +126,30 @@ bool showsExactly(const QComboBox *selector, const SourceListing &sources)
 	return true;
 }
 
+// A key of the private settings of the source that was chosen last in its scene collection: the dock's number. There is
+// one dock so far.
+constexpr char chosenKey[] = "OBS-Reelhouse-dock";
+constexpr long long dockNumber = 1;
+
+bool isMarked(const QString &uuid)
+{
+	OBSSourceAutoRelease source = obs_get_source_by_uuid(uuid.toUtf8().constData());
+	OBSDataAutoRelease settings = source ? obs_source_get_private_settings(source) : nullptr;
+	return obs_data_get_int(settings, chosenKey) == dockNumber;
+}
+
+void setMark(const QString &uuid, bool marked)
+{
+	if (isMarked(uuid) == marked)
+		return;
+	OBSSourceAutoRelease source = obs_get_source_by_uuid(uuid.toUtf8().constData());
+	OBSDataAutoRelease settings = source ? obs_source_get_private_settings(source) : nullptr;
+	if (marked && settings)
+		obs_data_set_int(settings, chosenKey, dockNumber);
+	else if (settings)
+		obs_data_erase(settings, chosenKey);
+}
+
 } // namespace
 
 void Reelhouse::refreshSources()
@@ -160,7 +184,32 @@ void Reelhouse::rebuildSelector(const QList<std::pair<QString, QString>> &source
 		listed.insert(uuid);
 	}
 	views.removeIf([&listed](const auto &view) { return !listed.contains(view.key()); });
-	sourceSelector->setCurrentIndex(std::max(sourceSelector->findData(sourceUuid), 0));
+	sourceSelector->setCurrentIndex(std::max(indexOfChosen(), 0));
+	// A source that was chosen before there were marks gets one, and a copy of the chosen source loses it.
+	if (sourceSelector->findData(sourceUuid) > 0)
+		markChosen();
+}
+
+// The settings file names one source. In another scene collection the mark tells which source was chosen there.
+int Reelhouse::indexOfChosen() const
+{
+	const int index = sourceSelector->findData(sourceUuid);
+	if (index >= 0)
+		return index;
+	for (int i = 1; i < sourceSelector->count(); i++) {
+		if (isMarked(sourceSelector->itemData(i).toString()))
+			return i;
+	}
+	return -1;
+}
+
+void Reelhouse::markChosen()
+{
+	for (int i = 1; i < sourceSelector->count(); i++) {
+		const QString uuid = sourceSelector->itemData(i).toString();
+		setMark(uuid, uuid == sourceUuid);
+	}
+	requestSave();
 }
 
 // The user chose an entry. Only this choice is saved, not the binding that a refresh makes.
@@ -168,6 +217,7 @@ void Reelhouse::chooseSource()
 {
 	const Operation operation(this);
 	sourceUuid = sourceSelector->currentData().toString();
+	markChosen();
 	bindSource(sourceUuid);
 	saveSelection();
 }

@@ -128,6 +128,7 @@ void Reelhouse::updateRows()
 		TrackRow *row = playlistWidget->trackRow(i);
 		if (row->isMarked() != (row->id() == currentId))
 			row->mark(!row->isMarked());
+		row->setFailed(failedIds.contains(row->id()));
 	}
 	playlistWidget->setUpdatesEnabled(true);
 	reordering = false;

@@ -127,17 +127,18 @@ void Reelhouse::updateButtons()
 	const obs_media_state state = active ? obs_source_media_get_state(source) : OBS_MEDIA_STATE_NONE;
 	const QString selected = selectedId();
 
-	if (switchPending)
-		holdFocus();
-	playPauseButton->setEnabled(active && !switchPending && (!selected.isEmpty() || !currentId.isEmpty()));
+	const bool plays = active && !switchPending && (!selected.isEmpty() || !currentId.isEmpty());
+	const bool seeks = active && !switchPending && durationMs >= 1;
+	holdFocus(playPauseButton, plays || !active);
+	holdFocus(seekSlider, seeks || !active);
+	playPauseButton->setEnabled(plays);
 	stopButton->setEnabled(active);
 	previousButton->setEnabled(active && !tracks.isEmpty());
 	nextButton->setEnabled(active && !tracks.isEmpty());
 	addFilesButton->setEnabled(active);
 	endModeSelector->setEnabled(active);
-	seekSlider->setEnabled(active && !switchPending && durationMs >= 1);
-	if (!switchPending)
-		giveFocusBack();
+	seekSlider->setEnabled(seeks);
+	giveFocusBack();
 	updateMenuActions(active, selected);
 	updatePlayPauseButton(state, selected);
 	const bool bringsBack = canBringBack();
@@ -145,21 +146,23 @@ void Reelhouse::updateButtons()
 		Q_EMIT control->canBringBackChanged(bringsBack);
 }
 
-// A switch disables two controls for a moment. Qt would give their keyboard focus to the next control, stop or the end
-// mode, and the user's next key would act there. So no control has the focus until the switch ends.
-void Reelhouse::holdFocus()
+// A switch disables two controls for a moment, and a poll that sees no length yet disables the slider. Qt would give
+// their keyboard focus to the next control, stop or the end mode, and the user's next key would act there. So no control
+// has the focus until the control works again.
+void Reelhouse::holdFocus(QWidget *widget, bool enabled)
 {
-	QWidget *focused = window()->focusWidget();
-	if (focused && (focused == playPauseButton || focused == seekSlider)) {
-		focusAfterSwitch = focused;
-		focused->clearFocus();
-	}
+	if (enabled || window()->focusWidget() != widget)
+		return;
+	focusAfterSwitch = widget;
+	widget->clearFocus();
 }
 
 void Reelhouse::giveFocusBack()
 {
+	if (!focusAfterSwitch || !focusAfterSwitch->isEnabled())
+		return;
 	QWidget *focused = std::exchange(focusAfterSwitch, nullptr);
-	if (focused && !window()->focusWidget())
+	if (!window()->focusWidget())
 		focused->setFocus(Qt::OtherFocusReason);
 }
 

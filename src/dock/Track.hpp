@@ -17,6 +17,9 @@ enum TrackRole { IdRole = Qt::UserRole, PathRole, SizeRole };
 // What happens when a track ends. The record stores these numbers.
 enum EndMode { EndStop, EndNext, EndRepeat };
 
+// Why a track could not be played, or not to its end.
+enum class TrackFailure { Error, NeverPlayed, FileMissing };
+
 // One queue entry, a plain value for any thread. Its identity is the id, not the path: the same file may be queued more
 // than once.
 struct Track {

@@ -29,6 +29,58 @@ QAction *addCommand(QMenu *menu, const QString &name, const char *textKey)
 	return action;
 }
 
+// A check mark for an option of the bound source.
+void addOption(QMenu *menu, QueueControl *queue, const QString &name, const char *textKey, bool QueueOptions::*option)
+{
+	QAction *action = addCommand(menu, name, textKey);
+	action->setCheckable(true);
+	QObject::connect(action, &QAction::triggered, queue, [queue, option](bool checked) {
+		QueueOptions options = queue->options();
+		options.*option = checked;
+		queue->setOptions(options);
+	});
+	const auto show = [action, queue, option] {
+		action->setEnabled(OBSSourceAutoRelease(queue->lockSource()) != nullptr);
+		action->setChecked(queue->options().*option);
+	};
+	QObject::connect(queue, &QueueControl::changed, action, show);
+	show();
+}
+
+void addFileCommands(QMenu *menu, QueueControl *queue)
+{
+	QAction *importAction = addCommand(menu, u"importPlaylist"_s, "ImportPlaylist");
+	QAction *exportAction = addCommand(menu, u"exportPlaylist"_s, "ExportPlaylist");
+	QAction *findAction = addCommand(menu, u"findMissingFiles"_s, "FindMissingFiles");
+	QObject::connect(importAction, &QAction::triggered, queue, &QueueControl::importPlaylist);
+	QObject::connect(exportAction, &QAction::triggered, queue, &QueueControl::exportPlaylist);
+	QObject::connect(findAction, &QAction::triggered, queue, &QueueControl::chooseSearchFolder);
+	const auto offer = [queue, importAction, exportAction, findAction] {
+		importAction->setEnabled(OBSSourceAutoRelease(queue->lockSource()) != nullptr);
+		exportAction->setEnabled(!queue->tracks().isEmpty());
+		findAction->setEnabled(queue->hasMissingFiles() && !queue->isFindingFiles());
+	};
+	QObject::connect(queue, &QueueControl::changed, menu, offer);
+	QObject::connect(menu, &QMenu::aboutToShow, queue, offer);
+	offer();
+}
+
+void addQueueCommands(QMenu *menu, QueueControl *queue)
+{
+	QAction *shuffleAction = addCommand(menu, u"shuffleQueue"_s, "ShuffleQueue");
+	shuffleAction->setStatusTip(ui("ShuffleQueueTip"));
+	QAction *bringBackAction = addCommand(menu, u"bringBackReplacedQueue"_s, "BringBackReplacedQueue");
+	QObject::connect(shuffleAction, &QAction::triggered, queue, &QueueControl::shuffleQueue);
+	QObject::connect(bringBackAction, &QAction::triggered, queue, &QueueControl::bringBackReplaced);
+	QObject::connect(queue, &QueueControl::canBringBackChanged, bringBackAction, &QAction::setEnabled);
+	const auto offer = [queue, shuffleAction] {
+		shuffleAction->setEnabled(queue->tracks().size() > 1);
+	};
+	QObject::connect(queue, &QueueControl::changed, menu, offer);
+	offer();
+	bringBackAction->setEnabled(queue->canBringBack());
+}
+
 void addChoice(QMenu *menu, TrackText *trackText, const QString &text, const QString &uuid)
 {
 	QAction *choice = menu->addAction(QString(text).replace(u'&', "&&"_L1));
@@ -94,27 +146,15 @@ void addToToolsMenu(Reelhouse *newDock)
 	menu->setObjectName(u"toolsMenu"_s);
 	toolsEntry->setMenu(menu);
 
-	QAction *importAction = addCommand(menu, u"importPlaylist"_s, "ImportPlaylist");
-	QAction *exportAction = addCommand(menu, u"exportPlaylist"_s, "ExportPlaylist");
-	QAction *findAction = addCommand(menu, u"findMissingFiles"_s, "FindMissingFiles");
-	addTextSourceMenu(menu, new TrackText(queue));
+	addFileCommands(menu, queue);
+	menu->addSeparator();
+	addQueueCommands(menu, queue);
+	menu->addSeparator();
 	addHoldPicture(menu, queue);
-	QAction *bringBackAction = addCommand(menu, u"bringBackReplacedQueue"_s, "BringBackReplacedQueue");
-	bringBackAction->setEnabled(queue->canBringBack());
-
-	QObject::connect(importAction, &QAction::triggered, queue, &QueueControl::importPlaylist);
-	QObject::connect(exportAction, &QAction::triggered, queue, &QueueControl::exportPlaylist);
-	QObject::connect(findAction, &QAction::triggered, queue, &QueueControl::chooseSearchFolder);
-	QObject::connect(bringBackAction, &QAction::triggered, queue, &QueueControl::bringBackReplaced);
-	QObject::connect(queue, &QueueControl::canBringBackChanged, bringBackAction, &QAction::setEnabled);
-	const auto offerFiles = [queue, importAction, exportAction, findAction] {
-		importAction->setEnabled(OBSSourceAutoRelease(queue->lockSource()) != nullptr);
-		exportAction->setEnabled(!queue->tracks().isEmpty());
-		findAction->setEnabled(queue->hasMissingFiles() && !queue->isFindingFiles());
-	};
-	QObject::connect(queue, &QueueControl::changed, menu, offerFiles);
-	QObject::connect(menu, &QMenu::aboutToShow, queue, offerFiles);
-	offerFiles();
+	addOption(menu, queue, u"skipFailed"_s, "SkipFailed", &QueueOptions::skipFailed);
+	addOption(menu, queue, u"startAgain"_s, "StartAgain", &QueueOptions::startAgain);
+	menu->addSeparator();
+	addTextSourceMenu(menu, new TrackText(queue));
 }
 
 void removeFromToolsMenu()

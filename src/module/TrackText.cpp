@@ -16,6 +16,8 @@ namespace {
 
 // A key of the VLC source's private settings, for the UUID of the text source.
 constexpr char textSourceKey[] = "OBS-Reelhouse-text";
+// The name of that source. A copy of the scene collection has another UUID.
+constexpr char textSourceNameKey[] = "OBS-Reelhouse-text-name";
 constexpr char textKey[] = "text";
 
 // A kind of text source, and the setting that makes it show a file.
@@ -95,7 +97,12 @@ QString TrackText::chosen() const
 	if (!source || !queue->isActive())
 		return {};
 	OBSDataAutoRelease settings = obs_source_get_private_settings(source);
-	return textIn(settings, textSourceKey);
+	const QString uuid = textIn(settings, textSourceKey);
+	OBSSourceAutoRelease byUuid = obs_get_source_by_uuid(uuid.toUtf8().constData());
+	if (uuid.isEmpty() || byUuid)
+		return uuid;
+	OBSSourceAutoRelease byName = obs_get_source_by_name(obs_data_get_string(settings, textSourceNameKey));
+	return byName && showsItsText(byName) ? QString::fromUtf8(obs_source_get_uuid(byName)) : uuid;
 }
 
 void TrackText::choose(const QString &uuid)
@@ -104,10 +111,13 @@ void TrackText::choose(const QString &uuid)
 	if (!source || !queue->isActive())
 		return;
 	OBSDataAutoRelease settings = obs_source_get_private_settings(source);
-	if (uuid.isEmpty())
-		obs_data_erase(settings, textSourceKey);
-	else
-		obs_data_set_string(settings, textSourceKey, uuid.toUtf8().constData());
+	OBSSourceAutoRelease text = obs_get_source_by_uuid(uuid.toUtf8().constData());
+	obs_data_erase(settings, textSourceKey);
+	obs_data_erase(settings, textSourceNameKey);
+	if (text) {
+		obs_data_set_string(settings, textSourceKey, obs_source_get_uuid(text));
+		obs_data_set_string(settings, textSourceNameKey, obs_source_get_name(text));
+	}
 	update();
 	obs_frontend_save();
 }

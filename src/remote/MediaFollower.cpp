@@ -54,8 +54,7 @@ obs_media_state MediaFollower::asked() const
 void MediaFollower::trackGiven()
 {
 	pending.reset();
-	starting = firstPoll = running = true;
-	hasPlayed = false;
+	starting = firstPoll = true;
 }
 
 void MediaFollower::ask(obs_media_state state)
@@ -97,31 +96,22 @@ void MediaFollower::followPending(obs_media_state state)
 	}
 }
 
-MediaFollower::Change MediaFollower::poll(obs_media_state state, qint64 positionMs, qint64 durationMs)
+MediaFollower::Change MediaFollower::poll(obs_media_state state)
 {
 	followPending(state);
-	hasPlayed = hasPlayed || positionMs > 0 || durationMs > 0;
 	if (isLoading(state))
 		return {};
-	const bool plays = isPlaying(state);
 	// The source may not have started the new track yet. It then still reports how the previous one stopped.
-	if (std::exchange(firstPoll, false) && !plays)
+	if (std::exchange(firstPoll, false) && !isPlaying(state))
 		return {};
 	starting = false;
-
-	Change change = tell(state);
-	if (running && state == OBS_MEDIA_STATE_ERROR)
-		change.failure = Failure::Error;
-	else if (running && state == OBS_MEDIA_STATE_ENDED && !hasPlayed)
-		change.failure = Failure::NeverPlayed;
-	running = running && plays;
-	return change;
+	return tell(state);
 }
 
 MediaFollower::Change MediaFollower::otherSource(bool bound)
 {
 	pending.reset();
-	starting = firstPoll = running = false;
+	starting = firstPoll = false;
 	return bound ? Change() : tell(OBS_MEDIA_STATE_STOPPED);
 }
 

@@ -11,12 +11,9 @@ namespace reelhouse {
 // one poll late, and a short one not at all. User-interface thread.
 class MediaFollower {
 public:
-	enum class Failure { Error, NeverPlayed };
-
 	// The result of one poll.
 	struct Change {
 		std::optional<obs_media_state> state; // the new state, if it changed: playing, paused, stopped or ended
-		std::optional<Failure> failure;       // the failure of the track, if it failed now
 	};
 
 	explicit MediaFollower(const QueueControl &queue_) : queue(queue_) {}
@@ -38,7 +35,7 @@ public:
 	void trackGiven();
 	// An event about a track has sent this state to clients.
 	void toldWithTrack(obs_media_state state) { lastSent = state; }
-	Change poll(obs_media_state state, qint64 positionMs, qint64 durationMs);
+	Change poll(obs_media_state state);
 	// The dock has bound another source, or none.
 	Change otherSource(bool bound);
 
@@ -56,8 +53,6 @@ private:
 	bool follows = false; // the request came while another one was still pending
 	bool starting = false;
 	bool firstPoll = false; // the next poll is the first one of the new track
-	bool running = false;   // the new track has neither ended nor failed
-	bool hasPlayed = false; // a poll saw a duration or a position of the new track
 };
 
 } // namespace reelhouse

@@ -165,6 +165,8 @@ RemoteControl::RemoteControl(QueueControl *queue_, void *vendor_)
 	connect(queue, &QueueControl::changed, this, &RemoteControl::observe);
 	connect(queue, &QueueControl::searchEnded, this, &RemoteControl::announceSearch);
 	connect(queue, &QueueControl::mediaPolled, this, &RemoteControl::observePoll);
+	connect(queue, &QueueControl::resuming, this, &RemoteControl::waitForPlugin);
+	connect(queue, &QueueControl::trackFailed, this, &RemoteControl::announceFailure);
 	connect(&tagReader, &TagReader::tagsRead, this, &RemoteControl::announceTags);
 	connect(queue, &QueueControl::switchFinished, this, [this] { media.trackGiven(); });
 	connect(queue, &QueueControl::canBringBackChanged, this, &RemoteControl::noticeState);

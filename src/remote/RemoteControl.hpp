@@ -62,14 +62,18 @@ private:
 
 	// RemoteControl_Events.cpp
 	void observe();
-	void observePoll(obs_media_state state, qint64 positionMs, qint64 durationMs);
+	void waitForPlugin();
+	void announceAll();
+	void observePoll(obs_media_state state);
 	void startQueueTimer();
 	void announceSource();
 	void announceQueue();
 	void announceCurrent();
 	void announceTags(const QString &path);
 	void announceEndMode();
+	void announceOptions();
 	void announceSearch(QueueControl::SearchEnd end, qsizetype found, qsizetype missing);
+	void announceFailure(const QString &id, TrackFailure failure, qsizetype count);
 	void announceMedia(const MediaFollower::Change &change);
 	// Return the data of an event: with the bound source; with the bound source and the current track.
 	OBSDataAutoRelease sourceData() const;
@@ -90,6 +94,8 @@ private:
 		QList<Track> tracks;
 		QString currentId;
 		int endMode = EndStop;
+		QueueOptions options;
+		QHash<QString, bool> foundFiles;
 	};
 	static State stateOf(const QueueControl &queue);
 
@@ -101,6 +107,7 @@ private:
 	State seen;               // the dock's state when it was last compared
 	qint64 revision = 0;      // grows with every change of the state
 	qint64 queueRevision = 0; // the revision of the last change of the queue
+	bool pluginLoads = false; // the plug-in may drop events until it has heard of the new scene collection
 	QTimer queueTimer;        // runs while a change of the queue has yet to be announced
 	QElapsedTimer burst;      // time since the first of those changes
 	QTimer restTimer;         // runs from the last other event until StateChanged may follow

@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "remote/RemoteControl.hpp"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -14,6 +15,7 @@ constexpr char sourceChanged[] = "SourceChanged";
 constexpr char queueChanged[] = "QueueChanged";
 constexpr char currentTrackChanged[] = "CurrentTrackChanged";
 constexpr char endModeChanged[] = "EndModeChanged";
+constexpr char optionsChanged[] = "OptionsChanged";
 constexpr char mediaStateChanged[] = "MediaStateChanged";
 constexpr char trackFailed[] = "TrackFailed";
 constexpr char missingFilesSearched[] = "MissingFilesSearched";
@@ -27,9 +29,9 @@ constexpr int burstLengthMs = 1000;
 
 std::span<const char *const> RemoteControl::events()
 {
-	static constexpr std::array names = {sourceChanged,  queueChanged,        currentTrackChanged,
-					     endModeChanged, mediaStateChanged,   trackFailed,
-					     stateChanged,   missingFilesSearched};
+	static constexpr std::array names = {sourceChanged,  queueChanged,   currentTrackChanged,
+					     endModeChanged, optionsChanged, mediaStateChanged,
+					     trackFailed,    stateChanged,   missingFilesSearched};
 	return names;
 }
 
@@ -37,17 +39,48 @@ RemoteControl::State RemoteControl::stateOf(const QueueControl &queue)
 {
 	OBSSourceAutoRelease source = queue.lockSource();
 	return {source ? QString::fromUtf8(obs_source_get_uuid(source)) : QString(),
-		source ? QString::fromUtf8(obs_source_get_name(source)) : QString(), queue.tracks(), queue.currentId(),
-		queue.endMode()};
+		source ? QString::fromUtf8(obs_source_get_name(source)) : QString(),
+		queue.tracks(),
+		queue.currentId(),
+		queue.endMode(),
+		queue.options(),
+		queue.foundFiles()};
+}
+
+// The plug-in drops events until OBS has told it of the new scene collection, perhaps after us. So tell everything once
+// OBS has told all modules.
+void RemoteControl::waitForPlugin()
+{
+	if (std::exchange(pluginLoads, true))
+		return;
+	QMetaObject::invokeMethod(this, &RemoteControl::announceAll, Qt::QueuedConnection);
+}
+
+void RemoteControl::announceAll()
+{
+	pluginLoads = false;
+	if (!queue->isActive())
+		return;
+	const State before = std::exchange(seen, stateOf(*queue));
+	if (before.sourceUuid != seen.sourceUuid)
+		media.otherSource(!seen.sourceUuid.isEmpty());
+	queueRevision = ++revision;
+	announceQueue();
+	announceCurrent();
+	announceEndMode();
+	announceOptions();
 }
 
 void RemoteControl::observe()
 {
+	if (pluginLoads)
+		return;
 	State before = std::exchange(seen, stateOf(*queue));
 	const bool otherSource = before.sourceUuid != seen.sourceUuid;
-	const bool otherQueue = otherSource || before.tracks != seen.tracks;
+	const bool otherQueue = otherSource || before.tracks != seen.tracks || before.foundFiles != seen.foundFiles;
 	const bool otherCurrent = before.currentId != seen.currentId;
 	const bool otherEndMode = before.endMode != seen.endMode;
+	const bool otherOptions = before.options != seen.options;
 	// For another source, the event of the new queue names the source.
 	if (!otherSource && before.sourceName != seen.sourceName)
 		announceSource();
@@ -55,23 +88,25 @@ void RemoteControl::observe()
 		queueRevision = ++revision;
 		startQueueTimer();
 	}
-	// Clients must know the queue before an event about its current track or end mode.
-	if (queueTimer.isActive() && (otherCurrent || otherEndMode))
+	// Clients must know the queue before an event about its current track, end mode or options.
+	if (queueTimer.isActive() && (otherCurrent || otherEndMode || otherOptions))
 		announceQueue();
 	if (otherCurrent)
 		announceCurrent();
 	if (otherEndMode)
 		announceEndMode();
+	if (otherOptions)
+		announceOptions();
 	if (otherSource)
 		announceMedia(media.otherSource(!seen.sourceUuid.isEmpty()));
 	noticeState();
 }
 
-void RemoteControl::observePoll(obs_media_state state, qint64 positionMs, qint64 durationMs)
+void RemoteControl::observePoll(obs_media_state state)
 {
 	// Only a poll notices a new name of the source.
 	observe();
-	announceMedia(media.poll(state, positionMs, durationMs));
+	announceMedia(media.poll(state));
 	noticeState();
 }
 
@@ -144,6 +179,14 @@ void RemoteControl::announceEndMode()
 	emitEvent(endModeChanged, data);
 }
 
+void RemoteControl::announceOptions()
+{
+	OBSDataAutoRelease data = sourceData();
+	setOptions(data, seen.options);
+	obs_data_set_int(data, "revision", ++revision);
+	emitEvent(optionsChanged, data);
+}
+
 // Clients must know the new paths before the event that counts them.
 void RemoteControl::announceSearch(QueueControl::SearchEnd end, qsizetype found, qsizetype missing)
 {
@@ -162,19 +205,30 @@ void RemoteControl::announceSearch(QueueControl::SearchEnd end, qsizetype found,
 	emitEvent(missingFilesSearched, data);
 }
 
-// The failure comes before the state change that it causes.
+void RemoteControl::announceFailure(const QString &id, TrackFailure failure, qsizetype count)
+{
+	static constexpr std::array reasons = {"error", "neverPlayed", "fileMissing"};
+	if (queueTimer.isActive())
+		announceQueue();
+	const QList<Track> &tracks = queue->tracks();
+	const auto track = std::ranges::find(tracks, id, &Track::id);
+	if (track == tracks.cend())
+		return;
+	failedTitle = displayTitle(track->path, tagReader.cached(track->path).value_or(Tags()));
+	OBSDataAutoRelease data = sourceData();
+	setTrack(data, track - tracks.cbegin(), *track);
+	obs_data_set_string(data, "reason", reasons.at(static_cast<size_t>(failure)));
+	if (count > 1)
+		obs_data_set_int(data, "count", count);
+	obs_data_set_int(data, "revision", ++revision);
+	emitEvent(trackFailed, data);
+	noticeState();
+}
+
 void RemoteControl::announceMedia(const MediaFollower::Change &change)
 {
-	if (queueTimer.isActive() && (change.failure || change.state))
+	if (queueTimer.isActive() && change.state)
 		announceQueue();
-	if (change.failure) {
-		const bool error = *change.failure == MediaFollower::Failure::Error;
-		OBSDataAutoRelease data = currentData();
-		failedTitle = stateTexts().value("title");
-		obs_data_set_string(data, "reason", error ? "error" : "neverPlayed");
-		obs_data_set_int(data, "revision", ++revision);
-		emitEvent(trackFailed, data);
-	}
 	if (change.state) {
 		if (*change.state == OBS_MEDIA_STATE_PLAYING)
 			failedTitle.clear();

@@ -61,8 +61,8 @@ OBSDataArrayAutoRelease upcomingArray(const QueueControl &queue)
 
 // The queue as GetQueue responds with it. Any thread.
 struct Page {
-	QList<Track> tracks;   // the whole queue
-	QSet<QString> refused; // ids of tracks that could not be played because their file was missing
+	QList<Track> tracks;        // the whole queue
+	QHash<QString, bool> found; // by id, whether a file was there, where that differs from Track::size
 	qsizetype begin = 0;
 	qsizetype end = 0;
 	bool withTags = false; // add the tags of each track of the page
@@ -78,7 +78,7 @@ OBSDataAutoRelease trackData(const Page &page, qsizetype index, const Tags &tags
 	OBSDataAutoRelease data = obs_data_create();
 	setTrack(data, index, track);
 	setTags(data, tags);
-	if (track.size == SizeMissing || page.refused.contains(track.id))
+	if (!page.found.value(track.id, track.size != SizeMissing))
 		obs_data_set_bool(data, "missing", true);
 	else if (track.size >= 0)
 		obs_data_set_int(data, "sizeBytes", track.size);
@@ -120,7 +120,7 @@ Page readPage(Request &request)
 	constexpr qsizetype mostTags = 100;
 	Page page;
 	page.tracks = request.queue.tracks();
-	page.refused = request.queue.refusedTracks();
+	page.found = request.queue.foundFiles();
 	const qsizetype total = page.tracks.size();
 	page.begin = request.has("offset") ? request.position("offset", total) : 0;
 	const qsizetype limit = request.has("limit") ? request.position("limit", INT64_MAX) : total;
@@ -156,6 +156,7 @@ void getQueue(Request &request)
 	obs_data_set_string(rest, "endMode", endModeName(request.queue.endMode()));
 	OBSDataArrayAutoRelease upcoming = upcomingArray(request.queue);
 	obs_data_set_array(rest, "upcoming", upcoming);
+	setOptions(rest, request.queue.options());
 	obs_data_set_string(rest, "mediaState", mediaStateName(request.media.reported()));
 	obs_data_set_int(rest, "cursor", page.cursorMs);
 	obs_data_set_int(rest, "duration", page.currentDurationMs);
@@ -356,6 +357,22 @@ void setEndMode(Request &request)
 		request.queue.chooseEndMode(*mode);
 }
 
+void setOption(Request &request, bool QueueOptions::*option)
+{
+	QueueOptions options = request.queue.options();
+	options.*option = request.flag("enabled");
+	if (!request.isRefused())
+		request.queue.setOptions(options);
+}
+
+void shuffleQueue(Request &request)
+{
+	if (request.queue.tracks().isEmpty())
+		request.refuse(Refusal::EmptyQueue);
+	else
+		request.queue.shuffleQueue();
+}
+
 void bringBackReplacedQueue(Request &request)
 {
 	if (request.queue.canBringBack())
@@ -412,6 +429,9 @@ constexpr std::array table = {
 	Endpoint{"UndoRemove", undoRemove, acts},
 	Endpoint{"MoveTrack", moveTrack, acts},
 	Endpoint{"SetEndMode", setEndMode, acts},
+	Endpoint{"SetSkipFailed", [](Request &request) { setOption(request, &QueueOptions::skipFailed); }, acts},
+	Endpoint{"SetStartAgain", [](Request &request) { setOption(request, &QueueOptions::startAgain); }, acts},
+	Endpoint{"ShuffleQueue", shuffleQueue, acts},
 	Endpoint{"BringBackReplacedQueue", bringBackReplacedQueue, acts},
 	Endpoint{"GivePlaylistBack", givePlaylistBack, acts},
 	Endpoint{"FindMissingFiles", findMissingFiles, acts},

@@ -99,8 +99,11 @@ qint64 Request::position(const char *key, qint64 last)
 
 bool Request::flag(const char *key, bool fallback)
 {
-	if (!has(key))
-		return fallback;
+	return has(key) ? flag(key) : fallback;
+}
+
+bool Request::flag(const char *key)
+{
 	const Item boolean = item(data, key, OBS_DATA_BOOLEAN);
 	return boolean && obs_data_item_get_bool(boolean.get());
 }

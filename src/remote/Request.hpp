@@ -67,6 +67,7 @@ public:
 	qint64 integer(const char *key, qint64 fallback);
 	// Returns an integer from 0 to last; any other value refuses the request.
 	qint64 position(const char *key, qint64 last);
+	bool flag(const char *key);
 	bool flag(const char *key, bool fallback);
 	// Returns the texts under itemKey in a list of objects. An empty list refuses the request. The texts are in
 	// objects because libobs's data has no lists of bare texts.

@@ -50,6 +50,12 @@ const char *mediaStateName(obs_media_state state)
 	}
 }
 
+void setOptions(obs_data_t *data, const QueueOptions &options)
+{
+	obs_data_set_bool(data, "skipFailed", options.skipFailed);
+	obs_data_set_bool(data, "startAgain", options.startAgain);
+}
+
 void setSource(obs_data_t *data, obs_source_t *source)
 {
 	obs_data_set_string(data, "sourceName", source ? obs_source_get_name(source) : "");

@@ -23,6 +23,8 @@ std::optional<EndMode> endModeNamed(const QString &name);
 // Returns the name that the WebSocket plug-in's own requests use for the state; that of "none" for an unknown state.
 const char *mediaStateName(obs_media_state state);
 
+// Sets skipFailed and startAgain.
+void setOptions(obs_data_t *data, const QueueOptions &options);
 // Sets sourceName and sourceUuid; both are empty for a null source.
 void setSource(obs_data_t *data, obs_source_t *source);
 // Sets index, id, path and label. Without a track pass -1 and an empty one.

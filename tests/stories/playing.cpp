@@ -39,7 +39,7 @@ TEST_F(Story, Playing)
 		{"media playing; poll; media ended; poll; video", "P Q ▶[R] | src | managed | replaced - | next | does stop"},
 		{"start P; play Q; video; wait 90; refresh; media ended; poll", "P ▶[Q] R | src Q | managed | replaced - | next"},
 		{"endMode Repeat; start R; media ended; poll", "P Q ▶[R] | src R | managed | replaced - | repeat | waits"},
-		{"video; media playing; poll; media error; poll; media ended; poll", "P Q ▶[R] | src R | managed | replaced - | repeat"},
+		{"video; media playing; poll; media error; poll; media ended; poll", "P Q ▶[R] | src R | managed | replaced - | repeat | ⚠ Could not play: R"},
 		{"media playing; poll; gone R; media ended; poll", "P Q ▶[R] | src R | managed | replaced - | repeat | ⚠ File not found: R"},
 	});
 	tell("an end that the source reports counts 20 ms later, if a poll has seen the track play", "P Q R", {
@@ -61,7 +61,7 @@ TEST_F(Story, Playing)
 		{"endMode Next; start P; refresh; ends; wait 20", "P ▶[Q] R | src P | managed | replaced - | next | waits"},
 		{"start P; gone R; play R; ends; wait 20", "P ▶[Q] R | src P | managed | replaced - | next | waits"},
 		{"start P; refresh; media ended; refresh; ends; wait 20", "▶[P] Q R | src P | managed | replaced - | next"},
-		{"play P; video; wait 50; media playing; refresh; ends; wait 20", "▶[P] Q R | src P | managed | replaced - | next"},
+		{"play P; video; wait 50; media playing 20 4000; refresh; ends; wait 20", "▶[P] Q R | src P | managed | replaced - | next"},
 		{"start P; elsewhere Q; bringBack; play P; video; wait 100; media playing; bringBack; bringBack; ends; wait 20", "P ▶[Q] R | src P | managed | replaced Q | next | waits"},
 	});
 	tell("the source's own controls step the queue", "P Q R", {
@@ -109,6 +109,8 @@ TEST_F(Story, Transport)
 		{"key Right; play Q; wait 400; video", "P ▶[Q] | src Q | managed | replaced - | does stop | scene"},
 		{"start P; select Q; focus playPause; key Space; focus?", "nobody"},
 		{"video; focus?", "playPause"},
+		{"media playing 500 4000; poll; focus seek; media playing 0 0; poll; focus?", "nobody"},
+		{"media playing 250 4000; poll; focus?", "seek"},
 	});
 	tell("a key that is held down seeks when it is let go", "P Q", {
 		{"start P; media playing 10000 100000; poll; focus seek; hold Right; wait 900; repeat Right; wait 900; video", "▶[P] Q | src P | managed | replaced -"},

@@ -28,6 +28,23 @@ protected:
 	}
 };
 
+TEST_F(Story, Options)
+{
+	tell("the options stay with their source, and leave what others have put beside them", "P Q", {
+		{"options?", "{}"},
+		{"options {'later': 7, 'skipFailed': true}; refresh; startAgain; options?", "{'later':7,'skipFailed':true,'startAgain':true}"},
+		{"choose T; ask? startAgain GetQueue", "{'startAgain':false}"},
+		{"restart; choose S; skipFailed; restorePlaylist; options?", "{'later':7,'skipFailed':false,'startAgain':true}"},
+	});
+	tell("start again after the last track, and a new order, whose old one can be brought back", "P Q", {
+		{"endMode Next; startAgain; start Q; media ended; poll; video", "▶[P] Q | src P | managed | replaced - | next | does stop"},
+		{"startAgain; start Q; shuffleQueue; ask ShuffleQueue {'sourceName': 'T'}", "▶[Q] P | src Q | managed | replaced P Q | next | otherSource"},
+		{"bringBack", "P ▶[Q] | src Q | managed | replaced Q P | next"},
+		{"media ended; poll; video", "P ▶[Q] | src | managed | replaced Q P | next | does stop"},
+		{"edit S A A; shuffleQueue; elsewhere C", "[C] | src C | own (managed) | replaced A A | next"},
+	});
+}
+
 TEST_F(Records, WhateverTheySay)
 {
 	const struct {

@@ -25,6 +25,8 @@ QVariant TrackRow::data(int role) const
 		return shown.path;
 	case SizeRole:
 		return shown.size;
+	case Qt::AccessibleTextRole:
+		return failed ? ui("TrackNotPlayable").arg(text()) : QListWidgetItem::data(role);
 	case Qt::AccessibleDescriptionRole:
 		if (shown.size == SizeMissing && !describedElsewhere)
 			return ui("FileMissing").arg(shown.path);

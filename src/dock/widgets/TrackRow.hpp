@@ -21,12 +21,16 @@ public:
 	void mark(bool current);
 	bool isMarked() const { return marked; }
 
+	// A screen reader hears of a failed track. Nothing else shows it.
+	void setFailed(bool nowFailed) { failed = nowFailed; }
+
 	QVariant data(int role) const override;
 	void setData(int role, const QVariant &value) override;
 
 private:
 	Track shown;
 	bool marked;
+	bool failed = false;
 	bool describedElsewhere = false; // setData() has set an accessible description
 };
 

@@ -1,0 +1,94 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "Story.hpp"
+
+// clang-format off: a line is a step, or what one choice of options leads to
+
+using namespace Qt::StringLiterals;
+
+// Tells what the source holds in the end, and what the dock says.
+class EndOfTrack : public Story {
+protected:
+	QString after(const QString &playlist, const QString &words)
+	{
+		begin(playlist);
+		return andThen(words);
+	}
+	QString andThen(const QString &words)
+	{
+		step(words);
+		const QStringList parts = state().split(u" | "_s);
+		const QString message = parts.constLast().startsWith(u'⚠') ? u' ' + parts.constLast() : QString();
+		return (parts[1].mid(4) + message).trimmed();
+	}
+};
+
+TEST_F(EndOfTrack, LeadsTo)
+{
+	const QString missing = u"Q ⚠ File not found: R"_s, cannot = u"R ⚠ Could not play: R"_s,
+		      none = u"⚠ None of the tracks that follow can be played"_s, passed = u"P ⚠ Tracks passed over: 1"_s;
+	const struct {
+		QString options, nextIsFine, nextIsMissing, nextFailsAtOnce, last, onlyTrack, removedMeanwhile;
+	} table[] = {
+		{u"endMode Stop"_s, {}, {}, {}, {}, {}, {}},
+		{u"endMode Stop; startAgain"_s, {}, {}, {}, {}, {}, {}},
+		{u"endMode Stop; skipFailed"_s, {}, {}, {}, {}, {}, {}},
+		{u"endMode Stop; skipFailed; startAgain"_s, {}, {}, {}, {}, {}, {}},
+		{u"endMode Next"_s, u"R"_s, missing, cannot, {}, {}, {}},
+		{u"endMode Next; startAgain"_s, u"R"_s, missing, cannot, u"P"_s, u"Q"_s, {}},
+		{u"endMode Next; skipFailed"_s, u"R"_s, none, none, {}, {}, {}},
+		{u"endMode Next; skipFailed; startAgain"_s, u"R"_s, passed, passed, u"P"_s, u"Q"_s, {}},
+		{u"endMode Repeat"_s, u"Q"_s, u"Q"_s, {}, u"Q"_s, u"Q"_s, {}},
+		{u"endMode Repeat; startAgain"_s, u"Q"_s, u"Q"_s, {}, u"Q"_s, u"Q"_s, {}},
+		{u"endMode Repeat; skipFailed"_s, u"Q"_s, u"Q"_s, {}, u"Q"_s, u"Q"_s, {}},
+		{u"endMode Repeat; skipFailed; startAgain"_s, u"Q"_s, u"Q"_s, {}, u"Q"_s, u"Q"_s, {}},
+	};
+	for (const auto &row : table) {
+		SCOPED_TRACE(row.options.toStdString());
+		const QString ends = row.options + u"; start Q; media ended; poll; video"_s;
+		EXPECT_EQ(after(u"P Q R"_s, ends), row.nextIsFine);
+		if (row.nextIsFine == u"R") {
+			EXPECT_EQ(andThen(u"poll; poll; video"_s), row.nextFailsAtOnce);
+		}
+		EXPECT_EQ(after(u"P Q R"_s, u"gone R; "_s + ends), row.nextIsMissing);
+		EXPECT_EQ(after(u"P Q"_s, ends), row.last);
+		EXPECT_EQ(after(u"Q"_s, ends), row.onlyTrack);
+		EXPECT_EQ(after(u"P Q R"_s, row.options + u"; start Q; select Q; remove; media ended; poll; video"_s),
+			  row.removedMeanwhile);
+	}
+}
+
+TEST_F(EndOfTrack, PassesOverWhatCannotPlay)
+{
+	tell("each is told, the message says how many, and a file that is back is missed no longer", "P A B Q", {
+		{"skipFailed; endMode Next; start P; gone A; gone B; told?; media ended; poll; told?",
+		 "TrackFailed A fileMissing, Queue 4, TrackFailed B fileMissing, Queue 4, CurrentTrack Q"},
+		{"video", "P A B ▶[Q] | src Q | managed | replaced - | next | does stop | ⚠ Tracks passed over: 2"},
+		{"ask? upcoming GetQueue; startAgain; ask? upcoming GetQueue", "{'upcoming':[{'id':'#P','index':0},{'id':'#Q','index':3}]}"},
+		{"own next; video; video", "▶[P] A B Q | src P | managed | replaced - | next | does stop"},
+		{"own previous; video; video", "P A B ▶[Q] | src Q | managed | replaced - | next | does stop"},
+		{"previous; wait 1; wait 1; wait 1; video", "▶[P] A B Q | src P | managed | replaced - | next | does stop | ⚠ Tracks passed over: 2"},
+		{"gone P; gone Q; media playing 500 4000; poll; media ended; poll; wait 1; wait 1; wait 1; wait 1; video",
+		 "▶[P] A B Q | src | managed | replaced - | next | does stop | ⚠ None of the tracks that follow can be played"},
+		{"back A; start A; ask? tracks GetQueue {'offset': 1, 'limit': 1}", "{'tracks':[{'id':'#A','index':1,'label':'A','path':'A','sizeBytes':5}]}"},
+	});
+	tell("a track that fails after it has played counts as ended", "P Q R", {
+		{"skipFailed; endMode Next; start P; told?; media error 700 4000; poll; told?", "TrackFailed P error, CurrentTrack Q"},
+	});
+	tell("without the option a screen reader hears of it in the row, until it plays", "P Q", {
+		{"play P; video; poll; media error; poll", "▶[P] Q | src P | managed | replaced - | ⚠ Could not play: P"},
+		{"says? P; drop R; says? P", "Could not play: ▶\uFE0E P"},
+		{"media playing 500 4000; play P; video; poll; poll; says? P", ""},
+	});
+	// Twelve fail at once after one that plays.
+	QStringList many = {u"Z"_s};
+	for (int i = 0; i < 13; i++)
+		many += u"http://h/%1"_s.arg(i);
+	begin(many.join(u' '));
+	step(u"skipFailed; endMode Next; startAgain; start 1; told?"_s);
+	for (int i = 0; i < 13; i++)
+		step(u"media ended; poll; poll; video"_s);
+	step(u"media playing 500 4000; poll; poll"_s);
+	const QString said = step(u"told?"_s);
+	EXPECT_EQ(said.count(u"TrackFailed"), 11);
+	EXPECT_TRUE(said.contains(u"TrackFailed 12 neverPlayed 2"_s)) << "one event for the rest: " << said.toStdString();
+}

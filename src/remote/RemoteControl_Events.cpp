@@ -60,7 +60,7 @@ void RemoteControl::announceAll()
 {
 	pluginLoads = false;
 	if (!queue->isActive())
-		return;
+		return observe();
 	const State before = std::exchange(seen, stateOf(*queue));
 	if (before.sourceUuid != seen.sourceUuid)
 		media.otherSource(!seen.sourceUuid.isEmpty());
@@ -104,6 +104,9 @@ void RemoteControl::observe()
 
 void RemoteControl::observePoll(obs_media_state state)
 {
+	// What was last seen may be of another queue.
+	if (pluginLoads)
+		return;
 	// Only a poll notices a new name of the source.
 	observe();
 	announceMedia(media.poll(state));
@@ -165,6 +168,8 @@ void RemoteControl::announceCurrent()
 // Sends the event of the current track again when the tags of its file have been read.
 void RemoteControl::announceTags(const QString &path)
 {
+	if (pluginLoads)
+		return;
 	const int index = queue->currentIndex();
 	if (index >= 0 && seen.tracks.at(index).path == path && tagReader.cached(path) != currentTags)
 		announceCurrent();

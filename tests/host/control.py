@@ -49,7 +49,7 @@ class Hand:
         self.page.look(f"element('{select}').value = '{value}', element('{select}').dispatchEvent(new Event('change'))")
 
     def text(self, selector):
-        return self.page.look(f"document.querySelector('{selector}').textContent")
+        return self.page.look(f"document.querySelector('{selector}')?.textContent")
 
     def sees(self, what, names):
         soon(f"{what}, in the dock", lambda: queue_of(self.obs), names)

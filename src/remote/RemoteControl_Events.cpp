@@ -137,8 +137,11 @@ OBSDataAutoRelease RemoteControl::currentData() const
 	return data;
 }
 
+// No event overtakes a change of the queue that has yet to be announced: its revision is higher.
 void RemoteControl::announceSource()
 {
+	if (queueTimer.isActive())
+		announceQueue();
 	OBSDataAutoRelease data = sourceData();
 	obs_data_set_int(data, "revision", ++revision);
 	emitEvent(sourceChanged, data);
@@ -155,6 +158,8 @@ void RemoteControl::announceQueue()
 
 void RemoteControl::announceCurrent()
 {
+	if (queueTimer.isActive())
+		announceQueue();
 	OBSDataAutoRelease data = currentData();
 	const int index = queue->currentIndex();
 	currentTags = index < 0 ? Tags() : tagReader.cached(seen.tracks.at(index).path).value_or(Tags());

@@ -58,6 +58,7 @@ TEST_F(Story, Remote)
 		{"select 0; burst 900; told?", "nothing"},
 		{"burst 400; told?", "Queue 3"},
 		{"wait 200; told?; rename S Z; look; told?", "Source"},
+		{"wait 240; select 0; moveDown; rename S Z2; poll; told?", "Queue 3, Source"},
 	});
 	tell("events tell what becomes of the media", "P Q", {
 		{"look; told?; play P; video; media ended; poll; media opening; poll; told?", "CurrentTrack P"},

@@ -146,8 +146,9 @@ void HoldPicture::capture(Size size)
 	gs_texrender_reset(next.texture);
 	if (!gs_texrender_begin_with_color_space(next.texture, size.width, size.height, next.space))
 		return;
-	// Copy the values as they are, without a conversion to linear ones.
-	const bool linear = gs_set_linear_srgb(false);
+	// Copy the values as they are. libobs deinterlaces linear values or others, as its caller wants.
+	const bool linear = gs_get_linear_srgb();
+	gs_set_linear_srgb(linear && obs_source_get_deinterlace_mode(obs_filter_get_parent(filter)));
 	gs_blend_state_push();
 	gs_blend_function(GS_BLEND_ONE, GS_BLEND_ZERO);
 	const vec4 nothing = {};

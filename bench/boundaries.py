@@ -7,6 +7,7 @@ recording tells which clip it shows, where a clip starts, and how much of its so
 
 import array
 import colorsys
+import re
 import subprocess
 import time
 from dataclasses import dataclass, field
@@ -262,7 +263,7 @@ def measure(show, tell, rounds=2):
         obs = show.start(source, vlc_source([], name=BARE, playback_behavior="always_play"), *others)
         soon("the queue", lambda: len(obs.labels() or []), len(clips))
         if others:
-            wait_for("OBS buffers sound", lambda: "total audio buffering is now 9" in obs.log)
+            wait_for("OBS buffers sound", lambda: re.search("total audio buffering is now [89]..", obs.log))
         recording = Recording(obs)
         results = {name: {} for name in SHOWS}
         for _ in range(rounds):

@@ -107,7 +107,12 @@ bool QueueControl::playRelative(int delta)
 
 void QueueControl::stopPlayback()
 {
-	dock->stopPlayback();
+	dock->stop();
+}
+
+void QueueControl::followEditElsewhere()
+{
+	dock->followEditElsewhere();
 }
 
 QList<QString> QueueControl::insertFiles(const QList<QString> &paths, qsizetype position)

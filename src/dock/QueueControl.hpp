@@ -60,7 +60,12 @@ public:
 	// Reads titles and lengths of the queue's files. The dock owns it.
 	TagReader &tagReader() const;
 
-	// Whether a switch is pending, or a track that can be played is searched for. The media state of the source then still belongs to the previous track.
+	// Rebuilds the queue if somebody has edited the source's playlist elsewhere and no switch is pending. The
+	// operations below do so themselves. Call it before you look for an id that is to be acted on.
+	void followEditElsewhere();
+
+	// Whether a switch is pending, or a track that can be played is searched for. The media state of the source then
+	// still belongs to the previous track.
 	bool isSwitching() const;
 	// These two return false when no track could be started. If the file is missing, the dock's message line says
 	// so. With a scene switch, the started track brings the source's scene, as a double-click does.

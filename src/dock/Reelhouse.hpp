@@ -162,7 +162,13 @@ private:
 	void shuffleQueue();
 	bool canRestore() const { return managed || !tracks.isEmpty(); }
 	void restoreSource();
-	void followEditElsewhere(obs_source_t *source);
+	// Every command that writes the source's playlist calls one of these three first. They rebuild the queue if
+	// somebody has edited the playlist elsewhere. While a switch is pending they do nothing: the source still has
+	// the old playlist. The first one returns whether it has rebuilt the queue. The others return the ids that these
+	// tracks have then, and leave out a track whose path has gone.
+	bool followEditElsewhere();
+	QString followTrack(const QString &id);
+	QSet<QString> followTracks(const QSet<QString> &ids);
 	void storeReplacedQueue(obs_source_t *source);
 	void markTouched();
 	bool canBringBack() const;
@@ -178,6 +184,7 @@ private:
 	bool playTrack(const QString &id, bool withSceneSwitch, Previous previous = Previous::CutOff);
 	bool playRelative(int delta);
 	bool togglePlay();
+	void stop();
 	void stopPlayback();
 	void issueSwitch(obs_source_t *source, Previous previous);
 	void markCurrentRow(const QString &previousId);

@@ -38,6 +38,7 @@ void Reelhouse::addFiles()
 void Reelhouse::appendFiles(const QList<QString> &paths)
 {
 	const Operation operation(this);
+	followEditElsewhere();
 	const QList<QString> ids = insertTracks(paths, tracks.size());
 	if (ids.isEmpty())
 		return;
@@ -80,7 +81,8 @@ void Reelhouse::clearSearchSilently()
 
 void Reelhouse::removeSelected()
 {
-	takeTracks(playlistWidget->selectedIds(), [this] {
+	const Operation operation(this);
+	takeTracks(followTracks(playlistWidget->selectedIds()), [this] {
 		QString next;
 		if (!tracks.isEmpty())
 			next = tracks.at(std::min<qsizetype>(tracks.size() - 1, removed.constFirst().index)).id;
@@ -203,9 +205,7 @@ void Reelhouse::shuffleQueue()
 	OBSSourceAutoRelease source = lockActive();
 	if (!source)
 		return;
-	// During a switch, the source still has the old playlist, which is not an edit elsewhere.
-	if (!switchPending)
-		followEditElsewhere(source);
+	followEditElsewhere();
 	if (tracks.size() < 2)
 		return;
 	OBSDataAutoRelease privateSettings = obs_source_get_private_settings(source);

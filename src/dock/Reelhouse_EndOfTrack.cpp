@@ -50,7 +50,8 @@ void Reelhouse::applyEndMode(obs_media_state state)
 		playbackArmed = false;
 		break;
 	case OBS_MEDIA_STATE_ENDED:
-		if (std::exchange(playbackArmed, false))
+		// After an edit elsewhere, the end is that of another queue.
+		if (std::exchange(playbackArmed, false) && !followEditElsewhere())
 			goOnAfter(current);
 		break;
 	default:
@@ -123,8 +124,7 @@ void Reelhouse::postTryAfter(const QString &id, qsizetype position, Walk walk)
 		OBSSourceAutoRelease source = lockActive();
 		if (!source || serial != switchSerial)
 			return;
-		if (!switchPending)
-			followEditElsewhere(source);
+		followEditElsewhere();
 		if (serial != switchSerial || tracks.isEmpty())
 			return;
 		// Without the track that was passed over, its place is that of the one that followed.

@@ -138,10 +138,9 @@ void Reelhouse::takePlaces(const QHash<QString, QString> &places, bool isFolder)
 		return;
 	}
 	// While a switch is pending, the source still has the old playlist, which is not an edit elsewhere.
-	if (!switchPending) {
-		followEditElsewhere(source);
+	followEditElsewhere();
+	if (!switchPending)
 		movePlaylistEntries(source, places);
-	}
 	const auto [found, missing] = moveTracks(places);
 	OBSDataAutoRelease privateSettings = obs_source_get_private_settings(source);
 	ReplacedQueue::read(privateSettings).moveTracks(places);

@@ -14,9 +14,10 @@ using namespace reelhouse;
 
 // A switch has two phases. playTrack() stores the new settings and stops the media. When the source reports
 // media_stopped, mediaStopped() applies these settings, so the source never has the new settings with the old media.
-bool Reelhouse::playTrack(const QString &id, bool withSceneSwitch, Previous previous)
+bool Reelhouse::playTrack(const QString &wantedId, bool withSceneSwitch, Previous previous)
 {
 	const Operation operation(this);
+	const QString id = followTrack(wantedId);
 	OBSSourceAutoRelease source = lockSource();
 	const auto track = std::ranges::find(std::as_const(tracks), id, &Track::id);
 	if (!source || track == tracks.cend())
@@ -87,6 +88,8 @@ void Reelhouse::markCurrentRow(const QString &previousId)
 // Wraps at both ends. The end mode "next" does not.
 bool Reelhouse::playRelative(int delta)
 {
+	const Operation operation(this);
+	followEditElsewhere();
 	if (tracks.isEmpty())
 		return false;
 	const int current = currentIndex();
@@ -109,12 +112,15 @@ void Reelhouse::playSelected()
 
 bool Reelhouse::togglePlay()
 {
+	const Operation operation(this);
+	const QString selected = selectedId();
+	const bool playsSelected = !selected.isEmpty() && selected != currentId;
+	const QString id = followTrack(playsSelected ? selected : currentId);
 	OBSSourceAutoRelease source = lockSource();
 	if (!source)
 		return false;
-	const QString selected = selectedId();
-	if (!selected.isEmpty() && selected != currentId)
-		return playTrack(selected, false);
+	if (playsSelected)
+		return playTrack(id, false);
 	bool plays = true;
 	switch (obs_source_media_get_state(source)) {
 	case OBS_MEDIA_STATE_PLAYING:
@@ -124,10 +130,17 @@ bool Reelhouse::togglePlay()
 		obs_source_media_play_pause(source, false);
 		break;
 	default:
-		plays = !currentId.isEmpty() && playTrack(currentId, false);
+		plays = playTrack(id, false);
 	}
 	updateButtons();
 	return plays;
+}
+
+void Reelhouse::stop()
+{
+	const Operation operation(this);
+	followEditElsewhere();
+	stopPlayback();
 }
 
 void Reelhouse::stopPlayback()

@@ -72,7 +72,7 @@ void Reelhouse::tick()
 		return;
 	}
 	if (refreshing)
-		followEditElsewhere(source);
+		followEditElsewhere();
 	// Leave an end that has just been reported to lookAtEnd(), which gives VLC its rest.
 	if (!playbackArmed || !endTimer.isActive())
 		followMedia(source);
@@ -199,6 +199,8 @@ void Reelhouse::postIfStillBound(const std::function<void()> &run)
 // ends what the source itself did with the step, such as starting the entry again.
 void Reelhouse::followStep(int step)
 {
+	const Operation operation(this);
+	followEditElsewhere();
 	if (managed && currentIndex() >= 0)
 		playRelative(step);
 }

@@ -4,7 +4,10 @@
 #include <QComboBox>
 #include <QDir>
 #include <QFileInfo>
+#include <QHash>
 #include <QSignalBlocker>
+
+#include <algorithm>
 
 #include "dock/paths.hpp"
 #include "dock/record.hpp"
@@ -47,6 +50,15 @@ QList<QString> pathsOf(const QList<Track> &tracks)
 	for (const Track &track : tracks)
 		paths.append(track.path);
 	return paths;
+}
+
+// Returns the value that is nearest to this one. The values are in ascending order, and there is at least one.
+qsizetype nearest(const QList<qsizetype> &values, qsizetype value)
+{
+	const auto after = std::ranges::lower_bound(values, value);
+	if (after == values.cend() || (after != values.cbegin() && value - *(after - 1) <= *after - value))
+		return *(after - 1);
+	return *after;
 }
 
 } // namespace
@@ -158,6 +170,7 @@ void Reelhouse::setOptions(const QueueOptions &chosen)
 void Reelhouse::restoreSource()
 {
 	const Operation operation(this);
+	followEditElsewhere();
 	cancelSwitch();
 	OBSSourceAutoRelease source = lockSource();
 	if (!source)
@@ -180,14 +193,41 @@ void Reelhouse::restoreSource()
 	clearError();
 }
 
-// Rebuilds the queue if somebody has edited the source's playlist elsewhere.
-void Reelhouse::followEditElsewhere(obs_source_t *source)
+bool Reelhouse::followEditElsewhere()
 {
+	OBSSourceAutoRelease source = lockSource();
+	if (!source || switchPending)
+		return false;
 	OBSDataAutoRelease settings = obs_source_get_settings(source);
 	if (holdsPaths(settings, playlistKey, observed))
-		return;
+		return false;
 	loadQueue(source, true);
 	clearError();
+	return true;
+}
+
+QString Reelhouse::followTrack(const QString &id)
+{
+	const QSet<QString> ids = followTracks({id});
+	return ids.isEmpty() ? QString() : *ids.cbegin();
+}
+
+// A rebuilt queue has new ids. A track is found again by its path, the nearest of equal ones.
+QSet<QString> Reelhouse::followTracks(const QSet<QString> &ids)
+{
+	const QList<Track> before = tracks;
+	if (!followEditElsewhere())
+		return ids;
+	QHash<QString, QList<qsizetype>> positions; // by path, ascending
+	for (qsizetype i = 0; i < tracks.size(); i++)
+		positions[tracks.at(i).path].append(i);
+	QSet<QString> found;
+	for (qsizetype i = 0; i < before.size(); i++) {
+		const auto equal = positions.constFind(before.at(i).path);
+		if (ids.contains(before.at(i).id) && equal != positions.cend())
+			found.insert(tracks.at(nearest(*equal, i)).id);
+	}
+	return found;
 }
 
 // An edit elsewhere wins over the queue, but may be unintended: OBS's Properties dialog restores an old playlist when
@@ -244,9 +284,7 @@ void Reelhouse::bringBackReplaced()
 	const ReplacedQueue asked = ReplacedQueue::read(privateSettings);
 	if (!asked.record)
 		return;
-	// While a switch is pending, the source still has the old playlist, which is not an edit elsewhere.
-	if (!switchPending)
-		followEditElsewhere(source);
+	followEditElsewhere();
 	cancelSwitch();
 	ReplacedQueue next = ReplacedQueue::read(privateSettings);
 	// If followEditElsewhere() has just replaced a queue of the user's own, that queue stays the replaced one.

@@ -283,7 +283,7 @@ void Reelhouse::connectSignals()
 	connect(playPauseButton, &QToolButton::clicked, this, &Reelhouse::togglePlay);
 	connect(previousButton, &QToolButton::clicked, this, [this] { playRelative(-1); });
 	connect(nextButton, &QToolButton::clicked, this, [this] { playRelative(1); });
-	connect(stopButton, &QToolButton::clicked, this, &Reelhouse::stopPlayback);
+	connect(stopButton, &QToolButton::clicked, this, &Reelhouse::stop);
 	connect(seekSlider, &QSlider::sliderPressed, this, &Reelhouse::beginSeek);
 	connect(seekSlider, &QSlider::sliderMoved, this, [this](int value) { updateTime(timeAtSlider(value)); });
 	connect(seekSlider, &QSlider::sliderReleased, this, &Reelhouse::endSeek);

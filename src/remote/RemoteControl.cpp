@@ -189,6 +189,9 @@ Response RemoteControl::serve(const Endpoint &endpoint, obs_data_t *data)
 		else
 			request.refuse(Refusal::NoSource);
 	}
+	// The request's ids and positions are those of the queue that is there now.
+	if (endpoint.kind == Endpoint::Acts && !request.isRefused())
+		queue->followEditElsewhere();
 	if (!request.isRefused())
 		endpoint.serve(request);
 	const bool changed = endpoint.changes() && !request.isRefused();

@@ -24,14 +24,15 @@ public:
 			LooksAtSource, // reads values of the bound source
 			Chooses,       // binds a source; the response has the state after that
 			Acts,          // changes the bound source; the response has the state after that
+			Exchanges,     // as Acts, but looks for an edit elsewhere itself
 		};
 
 		const char *name;
 		void (*serve)(Request &request);
 		Kind kind;
 
-		bool needsSource() const { return kind == LooksAtSource || kind == Acts; }
-		bool changes() const { return kind == Chooses || kind == Acts; }
+		bool needsSource() const { return kind == LooksAtSource || kind >= Acts; }
+		bool changes() const { return kind >= Chooses; }
 	};
 
 	// Returns all endpoints. RemoteControl_Requests.cpp

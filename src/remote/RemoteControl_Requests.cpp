@@ -410,6 +410,7 @@ constexpr auto looks = Endpoint::Looks;
 constexpr auto chooses = Endpoint::Chooses;
 constexpr auto looksAtSource = Endpoint::LooksAtSource;
 constexpr auto acts = Endpoint::Acts;
+constexpr auto exchanges = Endpoint::Exchanges;
 
 constexpr std::array table = {
 	Endpoint{"GetVersion", getVersion, looks},
@@ -432,7 +433,7 @@ constexpr std::array table = {
 	Endpoint{"SetSkipFailed", [](Request &request) { setOption(request, &QueueOptions::skipFailed); }, acts},
 	Endpoint{"SetStartAgain", [](Request &request) { setOption(request, &QueueOptions::startAgain); }, acts},
 	Endpoint{"ShuffleQueue", shuffleQueue, acts},
-	Endpoint{"BringBackReplacedQueue", bringBackReplacedQueue, acts},
+	Endpoint{"BringBackReplacedQueue", bringBackReplacedQueue, exchanges},
 	Endpoint{"GivePlaylistBack", givePlaylistBack, acts},
 	Endpoint{"FindMissingFiles", findMissingFiles, acts},
 };

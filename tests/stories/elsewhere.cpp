@@ -24,6 +24,21 @@ TEST_F(Story, Elsewhere)
 		{"bringBack", "[P] Q | src C | own | replaced A B"},
 		{"video", "[P] Q | src C | own | replaced A B | does stop"},
 	});
+	tell("every command acts on what is there", "P Q R", {
+		{"start P; edit S X Q Y; play Q", "X ▶[Q] Y | src X Q Y | managed | replaced P Q R | waits"},
+		{"video; edit S A B; next; video", "▶[A] B | src A | managed | replaced X Q Y | does stop"},
+		{"edit S A A B A B; select B; playPause", "A A ▶[B] A B | src A A B A B | managed | replaced A B | waits"},
+		{"video; edit S A C; play 1", "[A] C | src A C | own (managed) | replaced A A B A B | does stop"},
+		{"edit S C D A; select 1 A; remove", "[C] D A | src C D A | own (managed) | replaced A A B A B"},
+		{"edit S D E; stop; restorePlaylist; video", "[D] E | src D E | own (managed) | replaced A A B A B | does stop"},
+		{"edit S E F; drop G", "E F [G] | src E F | own (managed) | replaced A A B A B"},
+		{"start E; edit S X Y; select E; remove; drop Z", "X Y [Z] | src X Y | own (managed) | replaced E F G | does stop"},
+		{"endMode Next; start X; edit S A B; media ended; poll", "[A] B | src A B | own (managed) | replaced X Y Z | next | does stop"},
+		{"start A; edit S C D; own next; video", "[C] D | src C D | own (managed) | replaced A B | next | does stop, next"},
+		{"edit S E F; ask PlayTrack {'id': '#C'}", "[E] F | src E F | own (managed) | replaced A B | next | unknownTrack"},
+		{"edit S G H; ask PlayNext", "▶[G] H | src G H | managed | replaced A B | next | waits"},
+		{"video; edit S X Y; ask? ids AddTracks {'paths': [{'path': '@Z'}]}", "{'ids':[{'id':'#Z'}]}"},
+	});
 	tell("folders, and a queue that was empty", "", {
 		{"edit S M/B.flac M/c.txt M/a.mp3 M/.h.mp3 M/n/c.mp3; elsewhere M/ file:///m/ http://h/U M/a.mp3", "[M/a.mp3] M/B.flac file:///m/ http://h/U M/a.mp3 | src M file:///m/ http://h/U M/a.mp3 | own | replaced -"},
 		{"edit S M/ file:///m/ http://h/U M/a.mp3; refresh", "[M/a.mp3] M/B.flac file:///m/ http://h/U M/a.mp3 | src M file:///m/ http://h/U M/a.mp3 | own | replaced -"},

@@ -94,9 +94,13 @@ QString Story::step(const QString &words)
 {
 	QString seen;
 	for (const QString &one : words.split(u"; "_s)) {
-		const Words parts = one.split(u' ');
+		const Words parts = one.split(u' '), request = requested.split(u' ', Qt::SkipEmptyParts);
 		answer.clear();
-		remember(parts);
+		remember(parts + request);
+		std::future<QJsonObject> response;
+		if (!request.isEmpty())
+			response = std::async(std::launch::async, &WebSocketPlugin::request, &plugin,
+					      request[1].toStdString(), json(request.mid(2).join(u' ')));
 		std::thread libobs;
 		if (racing && bound())
 			libobs = std::thread([source = OBSSource(bound())] { videoTick(source); });
@@ -104,7 +108,9 @@ QString Story::step(const QString &words)
 		if (libobs.joinable())
 			libobs.join();
 		QCoreApplication::sendPostedEvents();
-		keepPromises(parts);
+		while (response.valid() && response.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
+			QCoreApplication::sendPostedEvents();
+		keepPromises(parts + request);
 		seen = parts.constFirst().endsWith(u'?') ? answer : state();
 	}
 	return seen;
@@ -202,7 +208,8 @@ QStringList Story::textsOf(int role) const
 obs_source_t *Story::bound() const
 {
 	const QByteArray uuid = child<QComboBox>("sourceSelector")->currentData().toString().toUtf8();
-	return OBSSourceAutoRelease(obs_get_source_by_uuid(uuid.constData())); // one of the story's own
+	OBSSourceAutoRelease source = obs_get_source_by_uuid(uuid.constData()); // one of the story's own
+	return obs_source_removed(source) ? nullptr : source.Get();
 }
 
 // There is a track to play, and yet the play button waits.

@@ -7,6 +7,7 @@
 #include <QSignalSpy>
 
 #include <functional>
+#include <future>
 #include <optional>
 #include <thread>
 
@@ -56,6 +57,7 @@ protected:
 	QMap<QString, OBSSource> sources;
 	QString answer;
 	bool racing = false; // each step happens while the bound source's thread is at work
+	QString requested;   // an "ask" that a client sends while each step happens
 
 	// Story_Steps.cpp
 	using Words = QStringList;
@@ -75,11 +77,13 @@ private:
 	void keepPromises(const Words &words);
 	void expectSameEverywhere();
 	void expectUsersQueueKept(const Words &words);
+	void expectEditSeen(const Words &words);
 	void expectToldTheState(bool settled);
 	std::optional<std::pair<QStringList, qsizetype>> whatStays(const Words &words);
 
 	QHash<QString, std::function<void(const Words &)>> steps;
-	QSet<QString> made; // files
+	QSet<QString> made;           // files
+	QMap<QString, OBSData> saved; // sources that are not there
 	std::unique_ptr<QSignalSpy> sceneRequests;
 
 	// What the promises are about, as it was before the step.
@@ -87,6 +91,8 @@ private:
 	std::optional<std::pair<QStringList, qsizetype>> stays; // the ids, and how many rows there are then
 	QMap<QString, QByteArray> others;
 	bool waited = false;
+	QString boundBefore;
+	QStringList observed, unseen; // the playlist as the dock knows it, and another that somebody has set since
 	QStringList beforeRemoval, afterRemoval;
 	QHash<QString, QStringList> usersQueue; // by source: the queue that its user last made or played
 	QSet<QString> everUsers;

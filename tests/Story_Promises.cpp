@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "Story.hpp"
 
-#include <QFile>
+#include <QFileInfo>
 
 #include <algorithm>
 
@@ -29,7 +29,14 @@ void Story::remember(const Words &words)
 {
 	before = ids();
 	waited = waits();
-	stays = bound() ? whatStays(words) : std::nullopt;
+	stays = bound() && requested.isEmpty() ? whatStays(words) : std::nullopt;
+	boundBefore = bound() ? QString::fromUtf8(obs_source_get_name(bound())) : QString();
+	observed = valuesIn(recordOf(bound()), "observed");
+	unseen = valuesIn(settingsOf(bound()), "playlist");
+	if (waited || unseen == observed)
+		unseen.clear();
+	else
+		stays.reset();
 	bringsBack = valuesIn(recordOf(bound(), "OBS-Reelhouse-replaced"), "tracks").join(u'\n');
 	others.clear();
 	const bool all = words[0] == u"restart" || words[0] == u"choose" || words[0] == u"resume" ||
@@ -61,7 +68,8 @@ void Story::keepPromises(const Words &words)
 		now.removeIf([this](const QString &id) { return !stays->first.contains(id); });
 		EXPECT_EQ(now, stays->first) << "what an edit does not name stays, in its order";
 	}
-	if (waited && !waits() && verb == u"video") {
+	const bool broughtBack = rowPaths().join(u'\n') == bringsBack;
+	if (waited && !waits() && verb == u"video" && !broughtBack) {
 		const qsizetype current = ids().indexOf(recordOf(bound())["current"_L1].toString());
 		const QJsonObject settings = settingsOf(bound());
 		EXPECT_EQ(valuesIn(settings, "playlist"), rowPaths().mid(current, 1)) << "the last play wins";
@@ -72,6 +80,7 @@ void Story::keepPromises(const Words &words)
 		EXPECT_EQ(valuesIn(recordOf(bound()), "observed"), valuesIn(settingsOf(bound()), "playlist"));
 	}
 	expectUsersQueueKept(words);
+	expectEditSeen(words);
 	expectToldTheState((verb == u"look" || verb == u"start") && ids() == before);
 }
 
@@ -118,6 +127,12 @@ void Story::expectSameEverywhere()
 void Story::expectUsersQueueKept(const Words &words)
 {
 	QStringList &users = usersQueue[QString::fromUtf8(obs_source_get_name(bound()))];
+	if (!requested.isEmpty()) { // two steps
+		users.clear();
+		everUsers += {rowPaths().join(u'\n'),
+			      valuesIn(recordOf(bound(), "OBS-Reelhouse-replaced"), "tracks").join(u'\n')};
+		return;
+	}
 	const bool edited = ids() != before &&
 			    std::ranges::any_of(words, [](const QString &word) { return edits.contains(word); });
 	const bool played = list()->count() > 1 && ((waits() && !waited) || words[0] == u"start");
@@ -137,6 +152,18 @@ void Story::expectUsersQueueKept(const Words &words)
 	const QStringList replaced = valuesIn(recordOf(bound(), "OBS-Reelhouse-replaced"), "tracks");
 	EXPECT_TRUE(users == rowPaths() || users == replaced)
 		<< named(users.join(u' ')).toStdString() << " is neither there nor replaced";
+}
+
+// A playlist that somebody has set elsewhere is in the queue before anything writes over it.
+void Story::expectEditSeen(const Words &words)
+{
+	const bool takesAway = words.contains(u"remove"_s) || words.contains(u"RemoveTracks"_s);
+	if (handMade || racing || takesAway || words[0] == u"edit" || words[0] == u"elsewhere" ||
+	    boundBefore != QString::fromUtf8(obs_source_get_name(bound())) ||
+	    valuesIn(recordOf(bound()), "observed") == observed || rowPaths().join(u'\n') == bringsBack)
+		return;
+	for (const QString &one : unseen)
+		EXPECT_TRUE(rowPaths().contains(one) || QFileInfo(one).isDir()) << named(one).toStdString();
 }
 
 // Revisions only rise, and whoever listens knows the state once nothing has changed for a while.

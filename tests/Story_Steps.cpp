@@ -4,8 +4,10 @@
 #include <QContextMenuEvent>
 #include <QJsonDocument>
 #include <QMimeData>
+#include <QScrollBar>
 #include <QSlider>
 #include <QToolButton>
+#include <QWheelEvent>
 
 #include "HeldClock.hpp"
 
@@ -24,8 +26,10 @@ void Story::addPlayerSteps()
 	for (const auto &[name, selector] : {std::pair("endMode", "endMode"), {"choose", "sourceSelector"}})
 		on(name, [box = selector, this](const Words &words) {
 			const int index = child<QComboBox>(box)->findText(words.value(0), Qt::MatchEndsWith);
-			if (child<QWidget>(box)->isEnabled())
-				child<QComboBox>(box)->setCurrentIndex(std::max(index, 0));
+			if (!child<QWidget>(box)->isEnabled())
+				return;
+			child<QComboBox>(box)->setCurrentIndex(std::max(index, 0));
+			Q_EMIT child<QComboBox>(box)->activated(std::max(index, 0));
 		});
 	on("play", [this](const Words &words) {
 		if (QListWidgetItem *item = row(words[0]))
@@ -65,6 +69,10 @@ void Story::addPlayerSteps()
 		else
 			Q_EMIT slider->sliderReleased();
 	});
+	on("wheel", [this](const Words &words) {
+		QWheelEvent event({9, 9}, {9, 9}, {}, {0, -120}, {}, {}, Qt::NoScrollPhase, false);
+		QApplication::sendEvent(child<QWidget>(words[0].toLatin1()), &event);
+	});
 	on("time", [this](const Words &) { QTest::mouseClick(child<QLabel>("playbackTime"), Qt::LeftButton); });
 }
 
@@ -81,6 +89,7 @@ void Story::addQueueSteps()
 		for (const QString &name : words)
 			list()->setCurrentItem(row(name), QItemSelectionModel::Select);
 	});
+	on("scroll", [this](const Words &words) { list()->verticalScrollBar()->setValue(words[0].toInt()); });
 	on("search", [this](const Words &words) { search(words.join(u' ')); });
 	on("menu", [this](const Words &words) {
 		const QListWidgetItem *item = row(words.value(0));
@@ -163,6 +172,14 @@ void Story::addSourceSteps()
 	});
 	on("rename", [this](const Words &words) { obs_source_set_name(sources[words[0]], words[1].toUtf8()); });
 	on("delete", [this](const Words &words) { obs_source_remove(sources[words[0]]); });
+	// Another thread removes the source in the middle of the next change of the list.
+	on("vanish", [this](const Words &) {
+		const auto remove = [source = bound()] {
+			std::thread([source] { obs_source_remove(source); }).join();
+		};
+		QObject::connect(list()->model(), &QAbstractItemModel::rowsInserted, list(), remove,
+				 Qt::SingleShotConnection);
+	});
 	on("gone", [this](const Words &words) { QFile::remove(path(words[0])); });
 	on("back", [this](const Words &words) { makeFile(words[0]); });
 	for (const auto &[name, where] : {std::pair("record", "OBS-Reelhouse"),
@@ -187,21 +204,29 @@ void Story::addHostSteps()
 	on("wait", [](const Words &words) { HeldClock::pass(words[0].toInt()); });
 	on("suspend", [this](const Words &) { frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING); });
 	on("resume", [this](const Words &) { frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED); });
+	// A source may be away for a while, as while another collection is loaded.
+	on("save", [this](const Words &words) {
+		saved[words[0]] = OBSDataAutoRelease(obs_save_source(sources[words[0]])).Get();
+	});
+	on("leave", [this](const Words &words) {
+		const OBSWeakSource weak = OBSGetWeakRef(sources[words[0]]);
+		obs_source_remove(sources[words[0]]);
+		sources[words[0]] = nullptr;
+		obs_queue_task(OBS_TASK_DESTROY, [](void *) {}, nullptr, true);
+		EXPECT_TRUE(bound() || obs_weak_source_expired(weak)) << "somebody still holds the source";
+	});
+	on("come", [this](const Words &words) {
+		sources[words[0]] = OBSSourceAutoRelease(obs_load_source(saved[words[0]])).Get();
+	});
 	on("restart", [this](const Words &) {
-		QMap<QString, OBSData> saved;
-		for (auto source = sources.begin(); source != sources.end(); ++source)
-			saved[source.key()] = OBSDataAutoRelease(obs_save_source(*source)).Get();
+		for (const QString &source : sources.keys())
+			run({u"save"_s, source});
 		run({u"suspend"_s});
-		for (OBSSource &source : sources) {
-			const OBSWeakSource weak = OBSGetWeakRef(source);
-			obs_source_remove(source);
-			source = nullptr;
-			obs_queue_task(OBS_TASK_DESTROY, [](void *) {}, nullptr, true);
-			EXPECT_TRUE(obs_weak_source_expired(weak)) << "somebody still holds the source";
-		}
+		for (const QString &source : sources.keys())
+			run({u"leave"_s, source});
 		frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CLEANUP);
-		for (auto source = sources.begin(); source != sources.end(); ++source)
-			*source = OBSSourceAutoRelease(obs_load_source(saved[source.key()])).Get();
+		for (const QString &source : sources.keys())
+			run({u"come"_s, source});
 		run({u"resume"_s});
 	});
 }
@@ -232,6 +257,7 @@ void Story::addQuestions()
 	});
 	// How often sound that was not heard yet has been dropped.
 	on("drops?", [this](const Words &) { answer = QString::number(takeDrops(bound())); });
+	on("top?", [this](const Words &) { answer = named(list()->itemAt(0, 0)->data(Qt::UserRole + 1).toString()); });
 	on("saves?", [this](const Words &) { answer = QString::number(std::exchange(frontend->saves, 0)); });
 	on("told?", [this](const Words &) {
 		QStringList lines;

@@ -54,6 +54,40 @@ TEST_F(Input, DropsAddTheFilesAmongThem)
 	EXPECT_EQ(drop({song}), Qt::IgnoreAction) << "nothing is bound";
 }
 
+// OBS's main window would make sources of it, in the scene that is on air.
+TEST_F(Input, WhatTheDockRefusesNoParentGets)
+{
+	struct Window : QWidget {
+		bool event(QEvent *event) override
+		{
+			if (event->type() == QEvent::DragEnter)
+				offered++;
+			return QWidget::event(event);
+		}
+		int offered = 0;
+	} window;
+	begin(u"A"_s);
+	window.setAcceptDrops(true);
+	frontend->dock->setParent(&window);
+	QMimeData text, file;
+	text.setText(u"words"_s);
+	file.setUrls({QUrl::fromLocalFile(makeFile(u"a.mp3"_s))});
+	for (const auto &[data, widget] :
+	     {std::pair(&text, list()->viewport()), {&file, child<QWidget>("playbackTime")}}) {
+		QDragEnterEvent enter({5, 5}, Qt::CopyAction, data, Qt::LeftButton, {});
+		QApplication::sendEvent(widget, &enter);
+		EXPECT_TRUE(enter.isAccepted() && enter.dropAction() == Qt::IgnoreAction);
+		QDropEvent event({5, 5}, Qt::CopyAction, data, Qt::LeftButton, {});
+		QApplication::sendEvent(widget, &event);
+		EXPECT_FALSE(event.isAccepted());
+	}
+	frontend->dock->setParent(nullptr);
+	EXPECT_EQ(window.offered, 0);
+	QDragEnterEvent enter({5, 5}, Qt::CopyAction, &file, Qt::LeftButton, {});
+	QApplication::sendEvent(child<QWidget>("playbackTime"), &enter);
+	EXPECT_FALSE(enter.isAccepted()) << "where there is nobody to keep it from, nothing changes";
+}
+
 TEST_F(Input, TheListClaimsItsKeysBeforeTheHost)
 {
 	begin(u"A B C"_s);

@@ -15,6 +15,7 @@ protected:
 private:
 	int pick(qsizetype count) { return static_cast<int>(random() % static_cast<unsigned>(count)); }
 	QString pickStep();
+	QString fill(QString step);
 
 	std::mt19937 random;
 };
@@ -42,7 +43,11 @@ QString Promises::pickStep()
 		return pick(2) ? u"resume"_s : u"choose S"_s;
 	const int kind = pick(10);
 	const QStringList &some = kind < 4 ? mostly : kind < 7 ? often : rarely;
-	QString next = some[pick(some.size())];
+	return fill(some[pick(some.size())]);
+}
+
+QString Promises::fill(QString next)
+{
 	for (qsizetype at = next.indexOf(u'%'); at >= 0; at = next.indexOf(u'%')) {
 		const QChar what = next[at + 1];
 		next.replace(at, 2,
@@ -67,14 +72,24 @@ void Promises::soak(bool atOnce)
 	const auto start = Clock::now();
 	int count = 0;
 	for (; !HasFailure() && (limit.count() ? Clock::now() - start < limit : count < 4000); count++) {
-		const QString next = pickStep();
+		QString next = pickStep();
+		if (waits() && !pick(4))
+			next = pick(2) ? u"bringBack"_s : u"refresh"_s;
+		const QString edit = pick(4) ? QString() : fill(u"edit %s %f %f"_s); // which no poll has seen
 		// A queue that only grows would be all that there is.
 		if (list()->count() > 10 && (next.startsWith(u"drop") || next.startsWith(u"ask Add")))
 			continue;
-		racing = atOnce && pick(3) == 0 && canRace.contains(next.section(u' ', 0, 0));
+		const bool races = atOnce && pick(2) == 0 && canRace.contains(next.section(u' ', 0, 0));
+		const QString request = races ? pickStep() : QString();
+		if (!edit.isEmpty())
+			step(edit);
+		racing = races && !request.startsWith(u"ask "_s);
+		requested = races && !racing ? request : QString();
 		trace = trace.last(std::min<qsizetype>(trace.size(), 40)) +
-			QStringList(racing ? u"at once: "_s + next : next);
+			QStringList(edit + u"; "_s + next + (racing ? u", at once"_s : u", "_s + requested));
 		step(next);
+		racing = false;
+		requested.clear();
 	}
 	if (HasFailure())
 		ADD_FAILURE() << "seed " << seed << ", after\n\t" << trace.join(u"\n\t"_s).toStdString();

@@ -68,8 +68,10 @@ class Show:
             self.obs.kill()
         shutil.rmtree(self.folder, ignore_errors=True)
 
-    def drag_in(self, *what, until):
-        """Drags files from another program's window onto the list. That program runs until the drop shows."""
+    def drag_in(self, *what, onto="playlist", until=None):
+        """Drags files from another program's window onto the list. That program runs until the drop shows.
+
+        Without until, nobody may take the drag."""
         source = subprocess.Popen([self.arguments.drag_source, *map(str, what)], stdout=subprocess.PIPE, text=True)
 
         def hear(word):
@@ -78,12 +80,15 @@ class Show:
                     raise HostError(f"The drag ended before it was {word}.")
         try:
             hear("shown")
-            drag(self.obs, (20, 20), self.obs.widget("playlist").point(), meanwhile=lambda: hear("dragging"),
-                 before_drop=lambda: hear("taken"))
-            until()
+            drag(self.obs, (20, 20), self.obs.widget(onto).point(), meanwhile=lambda: hear("dragging"),
+                 before_drop=lambda: until and hear("taken"))
+            if until:
+                until()
         finally:
             source.kill()
             source.wait()
+        if not until:
+            expect(f"somebody takes the drag onto {onto}", "taken" in source.stdout.read(), False)
 
 
 def drag(obs, start, target, meanwhile=lambda: None, before_drop=lambda: None):

@@ -35,9 +35,11 @@ bool QueueControl::selectSource(const QString &uuid)
 {
 	dock->refreshSources();
 	const int index = dock->sourceSelector->findData(uuid);
-	if (index >= 0)
-		dock->sourceSelector->setCurrentIndex(index);
-	return index >= 0;
+	if (index < 0)
+		return false;
+	dock->sourceSelector->setCurrentIndex(index);
+	dock->chooseCurrentEntry();
+	return true;
 }
 
 const QList<Track> &QueueControl::tracks() const
@@ -156,6 +158,7 @@ void QueueControl::moveTrack(const QString &id, int index)
 	const QListWidgetItem *row = dock->findRow(id, false);
 	if (!OBSSourceAutoRelease(dock->lockActive()) || !row || index < 0 || index >= list->count())
 		return;
+	const Reelhouse::ViewTop top = dock->viewTop();
 	dock->reordering = true;
 	const int from = list->row(row);
 	list->model()->moveRow({}, from, {}, index > from ? index + 1 : index);
@@ -164,6 +167,8 @@ void QueueControl::moveTrack(const QString &id, int index)
 	// A search for a row number now matches another row.
 	if (dock->searchText().startsWith(u'#'))
 		dock->filterList();
+	if (top.trackId != id)
+		dock->keepViewTop(top);
 }
 
 bool QueueControl::canRestore() const

@@ -73,7 +73,7 @@ public:
 	bool playRelative(int delta);
 	void stopPlayback();
 
-	// The next four operations leave the user's selection, search text and scroll position alone. If the current
+	// The next four operations leave the user's selection, search text and the top of the view alone. If the current
 	// row is removed, the next row that the search shows becomes current.
 	// Inserts new tracks before the one at this position; a position past the end means the end. Returns their ids.
 	QList<QString> insertFiles(const QList<QString> &paths, qsizetype position);
@@ -94,7 +94,8 @@ public:
 	// Puts the tracks in a random order, the current one first. The old order becomes the replaced queue. The source
 	// goes on playing.
 	void shuffleQueue();
-	// Exchanges the replaced queue and the queue in the dock. The source goes on playing.
+	// Exchanges the replaced queue and the queue in the dock. The source goes on playing. While a switch is pending,
+	// this happens when the switch has ended, after a second at most.
 	void bringBackReplaced();
 
 	// Whether the bound source holds its last picture between two tracks; false when no source is bound. The user can

@@ -32,6 +32,8 @@ constexpr int endRestMs = 20;
 constexpr int saveDelayMs = 500;
 // The longest that a change waits for the save while more changes follow.
 constexpr int saveDeadlineMs = 5000;
+// Bring Back waits this long for a switch to end.
+constexpr int bringBackWaitMs = 1000;
 // The seek follows when keys and wheel have rested for this long.
 constexpr int seekDebounceMs = 300;
 
@@ -74,6 +76,10 @@ Reelhouse::Reelhouse(const QString &settingsPath_, QWidget *parent)
 	}
 
 	connect(fileFinder, &FileFinder::finished, this, &Reelhouse::takePlaces);
+
+	bringBackWait.setSingleShot(true);
+	bringBackWait.setInterval(bringBackWaitMs);
+	connect(&bringBackWait, &QTimer::timeout, this, &Reelhouse::exchangeQueues);
 
 	seekDebounce.setSingleShot(true);
 	seekDebounce.setInterval(seekDebounceMs);
@@ -198,6 +204,7 @@ void Reelhouse::cancelSwitch()
 	const QList<QString> paths = pathsIn(settings, playlistKey);
 	if (paths != observed)
 		currentId.clear();
+	changePending = true;
 	observed = paths;
 	storeQueue();
 }

@@ -59,6 +59,12 @@ public:
 		int scrollValue = 0;
 	};
 
+	// The row at the top of the list's view.
+	struct ViewTop {
+		QString trackId;
+		int y = 0; // where it begins, in pixels below the top of the viewport; 0 or less
+	};
+
 	// Rows of the list, named by the ids of their tracks.
 	struct RowSelection {
 		QSet<QString> selected;
@@ -142,6 +148,7 @@ private:
 	int indexOfChosen() const;
 	void markChosen();
 	void chooseSource();
+	void chooseCurrentEntry();
 	void reloadSource();
 	void bindSource(const QString &uuid);
 	void disconnectSource();
@@ -173,6 +180,9 @@ private:
 	void markTouched();
 	bool canBringBack() const;
 	void bringBackReplaced();
+	void bringBackAfterSwitch();
+	void exchangeQueues();
+	void takeReplaced(obs_source_t *source, reelhouse::Record record);
 	QString idHeldBySource(const QString &preferredId) const;
 
 	// What a switch does to the previous track. The last sound of one that has ended by itself is still heard.
@@ -259,10 +269,13 @@ private:
 	void updateRows();
 	bool hasRowOf(const Track &track, int row) const;
 	void filterList();
+	void selectFirstShown();
 	void filterRows();
 	void showCount();
 	void updateListKeepingView();
-	QString nearestTrackInQueue() const;
+	QString nearestTrackInQueue(int wanted) const;
+	ViewTop viewTop() const;
+	void keepViewTop(const ViewTop &top);
 	void rememberView();
 	void restoreView(const QString &uuid);
 	QListWidgetItem *findRow(const QString &id, bool shownOnly) const;
@@ -368,7 +381,9 @@ private:
 	bool searchByUser = false; // not by a remote request
 
 	int operations = 0;                   // nested operations that are running
-	bool changePending = false;           // the outermost operation has to emit the change signal
+	// The outermost operation has to emit the change signal. Whoever changes what the signal tells sets it, even if
+	// nothing can be stored any more: another thread may remove the source during an operation.
+	bool changePending = false;
 	bool finishPending = false;           // and before it that a switch has finished, which was cancelled too late
 	std::optional<RowSelection> menuRows; // the rows that the open context menu acts on
 	bool bringBackOffered = false;        // the value that canBringBackChanged() last sent
@@ -393,6 +408,7 @@ private:
 	QElapsedTimer seekClock;
 	QTimer pollTimer;
 	QTimer endTimer;                     // runs from the media's end until the look at it
+	QTimer bringBackWait;                // runs while Bring Back waits for a switch to end
 	QTimer saveTimer;                    // restarts with each change
 	QTimer saveDeadline;                 // runs from the first unsaved change
 	QTimer seekDebounce;                 // runs until the wheel or the released keys have rested

@@ -63,6 +63,7 @@ QList<QString> Reelhouse::insertTracks(const QList<QString> &paths, qsizetype po
 	}
 	merged.append(tracks.sliced(position));
 	tracks = std::move(merged);
+	changePending = true;
 	markTouched();
 	return ids;
 }
@@ -110,6 +111,7 @@ qsizetype Reelhouse::takeTracks(const QSet<QString> &ids, const std::function<vo
 	tracks = std::move(kept);
 	if (removed.isEmpty())
 		return 0;
+	changePending = true;
 	markTouched();
 	const bool stops = tracks.isEmpty() || ids.contains(currentId);
 	if (stops) {
@@ -155,6 +157,7 @@ QString Reelhouse::putTracksBack()
 	std::move(rest, tracks.end(), std::back_inserter(merged));
 	removed.clear();
 	tracks = std::move(merged);
+	changePending = true;
 	markTouched();
 	return firstId;
 }
@@ -192,6 +195,7 @@ void Reelhouse::orderChanged()
 	for (int i = 0; i < playlistWidget->count(); i++)
 		ordered.append(playlistWidget->trackRow(i)->track());
 	tracks = std::move(ordered);
+	changePending = true;
 	markTouched();
 	storeQueue();
 	updateButtons();
@@ -217,6 +221,7 @@ void Reelhouse::shuffleQueue()
 	if (const int current = currentIndex(); current >= 0)
 		std::iter_swap(rest++, tracks.begin() + current);
 	std::shuffle(rest, tracks.end(), *QRandomGenerator::global());
+	changePending = true;
 	updateListKeepingView();
 	storeQueue();
 	clearError();

@@ -142,6 +142,7 @@ void Reelhouse::takePlaces(const QHash<QString, QString> &places, bool isFolder)
 	if (!switchPending)
 		movePlaylistEntries(source, places);
 	const auto [found, missing] = moveTracks(places);
+	changePending = true;
 	OBSDataAutoRelease privateSettings = obs_source_get_private_settings(source);
 	ReplacedQueue::read(privateSettings).moveTracks(places);
 	updateListKeepingView();

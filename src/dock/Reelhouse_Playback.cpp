@@ -37,6 +37,7 @@ bool Reelhouse::playTrack(const QString &wantedId, bool withSceneSwitch, Previou
 	sceneSwitchWanted = withSceneSwitch;
 	const QString previousId = currentId;
 	currentId = track->id;
+	changePending = true;
 	managed = true;
 	observed = {track->path};
 	switchClock.start();
@@ -108,6 +109,8 @@ void Reelhouse::playSelected()
 	const QString selected = selectedId();
 	if (!selected.isEmpty())
 		playTrack(selected, true);
+	else if (playlistWidget->currentItem() && shownCount > 0)
+		selectFirstShown();
 }
 
 bool Reelhouse::togglePlay()

@@ -71,6 +71,7 @@ void Reelhouse::tick()
 		updateButtons();
 		return;
 	}
+	bringBackAfterSwitch();
 	if (refreshing)
 		followEditElsewhere();
 	// Leave an end that has just been reported to lookAtEnd(), which gives VLC its rest.
@@ -220,4 +221,5 @@ void Reelhouse::finishSwitch(quint64 serial)
 	OBSSourceAutoRelease source = lockSource();
 	if (sceneSwitchWanted && source)
 		Q_EMIT sceneSwitchRequested(QString::fromUtf8(obs_source_get_uuid(source)));
+	bringBackAfterSwitch();
 }

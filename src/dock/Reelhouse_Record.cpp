@@ -52,6 +52,12 @@ QList<QString> pathsOf(const QList<Track> &tracks)
 	return paths;
 }
 
+// Whether these are the settings that the dock gives a source.
+bool areDocksOwn(bool loop, bool shuffle, const QString &behavior)
+{
+	return !loop && !shuffle && behavior == "always_play"_L1;
+}
+
 // Returns the value that is nearest to this one. The values are in ascending order, and there is at least one.
 qsizetype nearest(const QList<qsizetype> &values, qsizetype value)
 {
@@ -128,6 +134,7 @@ void Reelhouse::showLoaded(const QString &selectId)
 {
 	if (originalBehavior.isEmpty())
 		originalBehavior = u"stop_restart"_s;
+	changePending = true;
 	const QSignalBlocker blocker(endModeSelector);
 	endModeSelector->setCurrentIndex(endMode);
 	rebuildList(selectId);
@@ -139,12 +146,10 @@ void Reelhouse::storeQueue()
 	OBSSourceAutoRelease source = lockSource();
 	if (!source || shutDown)
 		return;
-	const Operation operation(this);
 	OBSDataAutoRelease privateSettings = obs_source_get_private_settings(source);
 	recordWriter.write(privateSettings, {tracks, observed, currentId, managed, originalLoop, originalShuffle,
 					     originalBehavior, endMode});
 	requestSave();
-	changePending = true;
 }
 
 void Reelhouse::requestSave()
@@ -178,6 +183,7 @@ void Reelhouse::restoreSource()
 	playbackArmed = false;
 	managed = false;
 	currentId.clear();
+	changePending = true;
 	observed = pathsOf(tracks);
 	storeQueue();
 
@@ -273,8 +279,26 @@ bool Reelhouse::canBringBack() const
 	return ReplacedQueue::read(privateSettings).record != nullptr;
 }
 
-// The source goes on playing. Its playlist becomes the observed one, so it does not count as an edit elsewhere.
+// A cancelled switch would leave the source without anything to play.
 void Reelhouse::bringBackReplaced()
+{
+	if (!switchPending)
+		exchangeQueues();
+	else if (canBringBack() && !bringBackWait.isActive())
+		bringBackWait.start();
+}
+
+// After the wait for a switch, which has ended or was cancelled.
+void Reelhouse::bringBackAfterSwitch()
+{
+	if (!bringBackWait.isActive() || switchPending)
+		return;
+	bringBackWait.stop();
+	exchangeQueues();
+}
+
+// The source goes on playing. Its playlist becomes the observed one, so it does not count as an edit elsewhere.
+void Reelhouse::exchangeQueues()
 {
 	const Operation operation(this);
 	OBSSourceAutoRelease source = lockActive();
@@ -294,8 +318,26 @@ void Reelhouse::bringBackReplaced()
 	}
 	next.presentUntouched = asked.isUntouched;
 
+	takeReplaced(source, readRecord(asked.record));
+	next.write(privateSettings);
+	updateButtons();
+	clearError();
+	postLook();
+}
+
+// The source keeps its playlist and its settings, so managed and the original settings follow from these, not from the
+// record alone.
+void Reelhouse::takeReplaced(obs_source_t *source, Record record)
+{
+	const bool takesOriginals =
+		record.managed && areDocksOwn(originalLoop, originalShuffle, originalBehavior);
+	if (!takesOriginals) {
+		record.originalLoop = originalLoop;
+		record.originalShuffle = originalShuffle;
+		record.originalBehavior = originalBehavior;
+	}
 	OBSDataAutoRelease settings = obs_source_get_settings(source);
-	const Record record = readRecord(asked.record);
+	const bool oneWasManaged = managed || record.managed;
 	takeRecord(record);
 	removed.clear();
 	foundFiles.clear();
@@ -303,12 +345,11 @@ void Reelhouse::bringBackReplaced()
 	passed = {};
 	observed = pathsIn(settings, playlistKey);
 	currentId = idHeldBySource(record.currentId);
+	managed = oneWasManaged && !currentId.isEmpty() &&
+		  areDocksOwn(obs_data_get_bool(settings, loopKey), obs_data_get_bool(settings, shuffleKey),
+			      textIn(settings, behaviorKey));
 	playbackArmed = false;
 	showLoaded(currentId);
-	next.write(privateSettings);
-	updateButtons();
-	clearError();
-	postLook();
 }
 
 // Returns the id of the track that the source holds, if its playlist is one entry; else an empty string. Prefers the

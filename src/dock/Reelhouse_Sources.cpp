@@ -222,6 +222,14 @@ void Reelhouse::chooseSource()
 	saveSelection();
 }
 
+// The user chose the entry that was current already. While the remembered source is away, that entry is "no source", and
+// choosing it forgets that source.
+void Reelhouse::chooseCurrentEntry()
+{
+	if (isActive() && sourceSelector->currentData().toString() != sourceUuid)
+		chooseSource();
+}
+
 void Reelhouse::reloadSource()
 {
 	const Operation operation(this);
@@ -274,6 +282,7 @@ void Reelhouse::disconnectSource()
 	bindSerial++;
 	endTimer.stop();
 	cancelSearch();
+	bringBackWait.stop();
 }
 
 OBSSourceAutoRelease Reelhouse::lockSource() const

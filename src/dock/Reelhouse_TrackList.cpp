@@ -134,14 +134,14 @@ void Reelhouse::updateRows()
 	reordering = false;
 }
 
-// For an edit by other code: the user's selection, search text and scroll position stay.
+// For an edit by other code: the user's selection and search text stay, and so does the row at the top of the view.
 void Reelhouse::updateListKeepingView()
 {
 	const QSignalBlocker blocker(playlistWidget);
 	const QSet<QString> selected = playlistWidget->selectedIds();
-	const QString current = nearestTrackInQueue();
+	const QString current = nearestTrackInQueue(playlistWidget->currentRow());
+	const ViewTop top = viewTop();
 	const bool wasEmpty = playlistWidget->count() == 0;
-	const int scrolled = playlistWidget->verticalScrollBar()->value();
 	updateRows();
 	filterRows();
 	if (!current.isEmpty()) {
@@ -155,19 +155,16 @@ void Reelhouse::updateListKeepingView()
 	// A search for a row number now matches another row.
 	if (wasEmpty || searchText().startsWith(u'#'))
 		filterList();
-	// Lay out now, so that the scroll bar's range fits the rows before its value is set.
-	playlistWidget->doItemsLayout();
-	playlistWidget->verticalScrollBar()->setValue(scrolled);
+	keepViewTop(top);
 	showCount();
 	updateButtons();
 }
 
-// Returns the id of the current row if its track is still in the queue and the search shows it; else that of the next
-// such row, or of the previous one if there is no next. Empty when there is no such row.
-QString Reelhouse::nearestTrackInQueue() const
+// Returns the id of this row if its track is still in the queue and the search shows it; else that of the next such
+// row, or of the previous one if there is no next. Empty when there is no such row.
+QString Reelhouse::nearestTrackInQueue(int wanted) const
 {
-	const int current = playlistWidget->currentRow();
-	if (current < 0)
+	if (wanted < 0)
 		return {};
 	QSet<QString> queued;
 	for (const Track &track : tracks)
@@ -175,15 +172,35 @@ QString Reelhouse::nearestTrackInQueue() const
 	const auto isNear = [&](int row) {
 		return !playlistWidget->isRowHidden(row) && queued.contains(playlistWidget->trackRow(row)->id());
 	};
-	for (int row = current; row < playlistWidget->count(); row++) {
+	for (int row = wanted; row < playlistWidget->count(); row++) {
 		if (isNear(row))
 			return playlistWidget->trackRow(row)->id();
 	}
-	for (int row = current - 1; row >= 0; row--) {
+	for (int row = wanted - 1; row >= 0; row--) {
 		if (isNear(row))
 			return playlistWidget->trackRow(row)->id();
 	}
 	return {};
+}
+
+Reelhouse::ViewTop Reelhouse::viewTop() const
+{
+	const QModelIndex index = playlistWidget->indexAt(QPoint());
+	return {nearestTrackInQueue(index.row()), playlistWidget->visualRect(index).top()};
+}
+
+// The user may be about to click a row, so rows must not move under the pointer.
+void Reelhouse::keepViewTop(const ViewTop &top)
+{
+	// Lay out now, so that the scroll bar's range fits the rows before its value is set.
+	playlistWidget->doItemsLayout();
+	const QListWidgetItem *row = findRow(top.trackId, true);
+	if (!row)
+		return;
+	const QRect rect = playlistWidget->visualItemRect(row);
+	const bool byPixel = playlistWidget->verticalScrollMode() == QAbstractItemView::ScrollPerPixel;
+	QScrollBar *bar = playlistWidget->verticalScrollBar();
+	bar->setValue(bar->value() + (rect.top() - top.y) / (byPixel ? 1 : std::max(rect.height(), 1)));
 }
 
 void Reelhouse::filterList()
@@ -192,19 +209,23 @@ void Reelhouse::filterList()
 	const QSignalBlocker blocker(playlistWidget);
 	filterRows();
 	// Without a search the current row stays.
-	if (!searchText().isEmpty() || !playlistWidget->currentItem()) {
-		QListWidgetItem *first = nullptr;
-		for (int i = 0; i < playlistWidget->count() && !first; i++) {
-			if (!playlistWidget->isRowHidden(i))
-				first = playlistWidget->item(i);
-		}
-		playlistWidget->setCurrentItem(first, QItemSelectionModel::ClearAndSelect);
-		if (first)
-			playlistWidget->scrollToItem(first, QAbstractItemView::EnsureVisible);
-	}
+	if (!searchText().isEmpty() || !playlistWidget->currentItem())
+		selectFirstShown();
 	playlistWidget->setDragEnabled(searchText().isEmpty());
 	showCount();
 	updateButtons();
+}
+
+void Reelhouse::selectFirstShown()
+{
+	QListWidgetItem *first = nullptr;
+	for (int i = 0; i < playlistWidget->count() && !first; i++) {
+		if (!playlistWidget->isRowHidden(i))
+			first = playlistWidget->item(i);
+	}
+	playlistWidget->setCurrentItem(first, QItemSelectionModel::ClearAndSelect);
+	if (first)
+		playlistWidget->scrollToItem(first, QAbstractItemView::EnsureVisible);
 }
 
 void Reelhouse::filterRows()

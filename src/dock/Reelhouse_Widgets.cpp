@@ -11,6 +11,7 @@
 #include <algorithm>
 
 #include "dock/text.hpp"
+#include "dock/widgets/DropGuard.hpp"
 #include "dock/widgets/KeyClaim.hpp"
 #include "dock/widgets/MessageLabel.hpp"
 #include "dock/widgets/SeekSlider.hpp"
@@ -98,6 +99,7 @@ void Reelhouse::buildUi()
 	layout->addLayout(buildTransportRow(), 0);
 	buildMenu();
 	makeShortcuts();
+	new DropGuard(this);
 	connectSignals();
 
 	setTabOrder({addFilesButton, sourceSelector, findChild<QToolButton *>(u"refresh"_s), searchEdit, playlistWidget,
@@ -270,6 +272,7 @@ void Reelhouse::connectSignals()
 	auto *refreshButton = findChild<QToolButton *>(u"refresh"_s);
 
 	connect(sourceSelector, &QComboBox::currentIndexChanged, this, &Reelhouse::chooseSource);
+	connect(sourceSelector, &QComboBox::activated, this, &Reelhouse::chooseCurrentEntry);
 	connect(refreshButton, &QToolButton::clicked, this, &Reelhouse::reloadSource);
 	connect(searchEdit, &QLineEdit::textChanged, this, &Reelhouse::filterList);
 	connect(searchEdit, &QLineEdit::returnPressed, this, &Reelhouse::playSelected);
@@ -302,5 +305,6 @@ void Reelhouse::setEndMode()
 {
 	const Operation operation(this);
 	endMode = std::clamp<int>(endModeSelector->currentData().toInt(), EndStop, EndRepeat);
+	changePending = true;
 	storeQueue();
 }

@@ -7,7 +7,7 @@ from gi.repository import Gio, GLib
 
 from obs_config import SOURCE, vlc_source
 from obs_host import id_of, press_key, wait_for, xdotool
-from show import MARK, by_id, drag, edit_elsewhere, expect, media_action, play, playing, press_in, queue_of, soon
+from show import MARK, by_id, done, drag, edit_elsewhere, expect, media_action, play, playing, press_in, queue_of, soon
 
 
 def plays_on(obs, clip):
@@ -63,6 +63,26 @@ def cancelled_dialog(obs, clips):
     soon("the queue is back", obs.labels, [MARK + names[0], *names[1:]])
     expect("the source was not interrupted", obs.media(SOURCE)[1] > 1500, True)
     expect("the whole record is back", obs.record(SOURCE), whole)
+
+
+def orders_at_once(obs, clips):
+    """Orders that come before a poll has seen an edit, while a switch waits, and by a wheel that scrolls past."""
+    names = [clip.name for clip in clips]
+    whole = queue_of(obs)
+    edit_elsewhere(obs, *clips[1:3])
+    done(obs.client, "PlayNext")
+    plays_on(obs, clips[1])
+    expect("the playlist that nobody had seen", queue_of(obs), names[1:3])
+    done(obs.client, "PlayTrack", index=1)
+    done(obs.client, "BringBackReplacedQueue")
+    soon("the queue is back", lambda: queue_of(obs), whole)
+    plays_on(obs, clips[2])
+    for name in ("endMode", "sourceSelector"):
+        before = obs.widget(name).name
+        obs.widget(name).click(button=5)
+        obs.widget(name).click(button=4)
+        obs.widget(name).click(button=5)
+        expect("what the wheel leaves alone", obs.widget(name).name, before)
 
 
 def drag_over_an_end(obs, clips, shorts):
@@ -121,6 +141,7 @@ def run(show):
     controls_step(obs, clips)
     other_controls(obs, clips)
     cancelled_dialog(obs, clips)
+    orders_at_once(obs, clips)
     drag_over_an_end(obs, clips, shorts)
     show_in_folder(obs, clips[0])
     other_keyboard(obs, clips[0].name)

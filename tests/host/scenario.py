@@ -125,9 +125,13 @@ def editing(show, obs, names):
     stored("dragging two rows to the end", [names[2], extra.name, names[0], names[1]])
 
     obs.choose("sourceSelector", "Select a VLC Video Source")
-    inputs = len(obs.request("GetInputList")["inputs"])
-    show.drag_in(extra, until=lambda: soon("a drop that the dock refuses goes on to OBS",
-                                           lambda: len(obs.request("GetInputList")["inputs"]), inputs + 1))
+    def items():
+        return len(obs.request("GetSceneItemList", sceneName="Film")["sceneItems"])
+
+    before = items()
+    for onto, what in (("playlist", extra), ("playbackTime", extra), ("playlist", "http://localhost/page")):
+        show.drag_in(what, onto=onto)
+        expect("a drag that the dock refuses makes nothing in the scene", items(), before)
 
 
 def stream(show):

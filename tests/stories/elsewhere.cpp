@@ -7,10 +7,10 @@ TEST_F(Story, Elsewhere)
 {
 	tell("an edit elsewhere, and the way back", "P Q R S", {
 		{"start Q; endMode Next; elsewhere Q T", "[Q] T | src Q T | own (managed) | replaced P Q R S | next"},
-		{"bringBack", "[P] Q R S | src Q T | managed | replaced Q T | next"},
+		{"bringBack", "[P] Q R S | src Q T | own (managed) | replaced Q T | next"},
 		{"elsewhere P Q", "[P] Q | src P Q | own (managed) | replaced P Q R S | next"},
-		{"bringBack", "[P] Q R S | src P Q | managed | replaced P Q | next"},
-		{"restorePlaylist", "[P] Q R S | src P Q R S | own | replaced P Q | next"},
+		{"bringBack", "[P] Q R S | src P Q | own (managed) | replaced P Q | next"},
+		{"restorePlaylist", "[P] Q R S | src P Q R S | own (managed) | replaced P Q | next"},
 	});
 	tell("what is no edit, and one that a switch overtakes", "P Q R", {
 		{"elsewhere P Q R", "[P] Q R | src P Q R | own | replaced -"},
@@ -21,20 +21,31 @@ TEST_F(Story, Elsewhere)
 	});
 	tell("while a switch waits, the playlist is taken for what was seen", "P Q", {
 		{"elsewhere A B; play A; edit S C", "▶[A] B | src C | managed (own) | replaced P Q | waits"},
-		{"bringBack", "[P] Q | src C | own | replaced A B"},
-		{"video", "[P] Q | src C | own | replaced A B | does stop"},
+		{"bringBack; wait 750", "▶[A] B | src C | managed (own) | replaced P Q | waits"},
+		{"wait 250; video", "[P] Q | src C | own | replaced A B | does stop"},
+		{"play P; bringBack; wait 750; video", "[A] B | src P | own (managed) | replaced P Q | does stop | scene"},
+		{"play A; bringBack; bringBack; stop; poll", "[P] Q | src | own (managed) | replaced A B"},
+		{"play P; bringBack; choose T; choose S; video; wait 2000", "[P] Q | src | managed | replaced A B | does stop, stop, stop"},
+	});
+	tell("what the source holds says whether it is managed after Bring Back", "A B C", {
+		{"select C; moveTop; elsewhere A B; start A; bringBack", "C ▶[A] B | src A | managed | replaced A B"},
+		{"restart; next; video", "C A ▶[B] | src B | managed | replaced A B | does stop"},
+		{"bringBack; restart; media playing; poll; endMode Next; media ended; poll; video", "A ▶[B] | src | managed | replaced C A B | next | does stop"},
+		{"restorePlaylist", "A [B] | src A B | own | replaced C A B | next"},
+		{"start B; elsewhere X; bringBack", "[A] B | src X | own (managed) | replaced X | next"},
+		{"restorePlaylist", "[A] B | src A B | own | replaced X | next"},
 	});
 	tell("every command acts on what is there", "P Q R", {
 		{"start P; edit S X Q Y; play Q", "X ▶[Q] Y | src X Q Y | managed | replaced P Q R | waits"},
 		{"video; edit S A B; next; video", "▶[A] B | src A | managed | replaced X Q Y | does stop"},
 		{"edit S A A B A B; select B; playPause", "A A ▶[B] A B | src A A B A B | managed | replaced A B | waits"},
-		{"video; edit S A C; play 1", "[A] C | src A C | own (managed) | replaced A A B A B | does stop"},
+		{"video; edit S A C; play 2", "[A] C | src A C | own (managed) | replaced A A B A B"},
 		{"edit S C D A; select 1 A; remove", "[C] D A | src C D A | own (managed) | replaced A A B A B"},
-		{"edit S D E; stop; restorePlaylist; video", "[D] E | src D E | own (managed) | replaced A A B A B | does stop"},
+		{"edit S D E; stop; restorePlaylist; video", "[D] E | src D E | own (managed) | replaced A A B A B | does stop, stop"},
 		{"edit S E F; drop G", "E F [G] | src E F | own (managed) | replaced A A B A B"},
-		{"start E; edit S X Y; select E; remove; drop Z", "X Y [Z] | src X Y | own (managed) | replaced E F G | does stop"},
-		{"endMode Next; start X; edit S A B; media ended; poll", "[A] B | src A B | own (managed) | replaced X Y Z | next | does stop"},
-		{"start A; edit S C D; own next; video", "[C] D | src C D | own (managed) | replaced A B | next | does stop, next"},
+		{"start E; edit S X Y; select E; remove; drop Z", "X Y [Z] | src X Y | own (managed) | replaced E F G"},
+		{"endMode Next; start X; edit S A B; media ended; poll", "[A] B | src A B | own (managed) | replaced X Y Z | next"},
+		{"start A; edit S C D; own next; video", "[C] D | src C D | own (managed) | replaced A B | next | does next"},
 		{"edit S E F; ask PlayTrack {'id': '#C'}", "[E] F | src E F | own (managed) | replaced A B | next | unknownTrack"},
 		{"edit S G H; ask PlayNext", "▶[G] H | src G H | managed | replaced A B | next | waits"},
 		{"video; edit S X Y; ask? ids AddTracks {'paths': [{'path': '@Z'}]}", "{'ids':[{'id':'#Z'}]}"},

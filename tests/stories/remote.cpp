@@ -97,6 +97,21 @@ TEST_F(Story, Remote)
 		{"search; ask RemoveTracks {'ids': [{'id': '#Q'}]}", "A P [R] | src P Q R | own | replaced -"},
 		{"ask RemoveTracks {'ids': [{'id': '#R'}, {'id': '#A'}]}", "[P] | src P Q R | own | replaced -"},
 	});
+	tell("rows do not move under the pointer", "A B C D E F G H I J K L M N O P Q R S T U V W X Y Z", {
+		{"scroll 6; ask AddTracks {'paths': [{'path': '@a'}, {'path': '@b'}], 'position': 0}; top?", "G"},
+		{"ask RemoveTracks {'ids': [{'id': '#A'}, {'id': '#G'}]}; top?", "H"},
+		{"ask UndoRemove; ask MoveTrack {'id': '#B', 'index': 15}; top?", "H"},
+		{"ask MoveTrack {'id': '#Z', 'index': 0}; ask AddTracks {'paths': [{'path': '@c'}]}; top?", "H"},
+		{"search /; scroll 9; ask RemoveTracks {'ids': [{'id': '#Z'}]}; top?", "H"},
+	});
+	tell("no source is a choice like any other", "P", {
+		{"save T; choose T; leave T; look; come T; look", "[X] Y | src X Y | own | replaced -"},
+		{"leave T; look; choose; come T; look", "no source"},
+		{"choose T; leave T; look; ask SelectSource {'sourceUuid': ''}; come T; look", "no source"},
+	});
+	tell("a change is told although the source goes in its middle", "P", {
+		{"look; told?; vanish; drop Q; wait 160; told?", "?"},
+	});
 	tell("TogglePlay is about the current track alone", "P Q R", {
 		{"ask TogglePlay", "[P] Q R | src P Q R | own | replaced - | nothingToPlay"},
 		{"start P; ask AddTracks {'paths': [{'path': '@C'}]}; select C; ask TogglePlay; video",

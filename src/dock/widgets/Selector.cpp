@@ -5,6 +5,7 @@
 #include <QScreen>
 #include <QStyledItemDelegate>
 #include <QStylePainter>
+#include <QWheelEvent>
 
 #include <algorithm>
 
@@ -15,6 +16,7 @@ Selector::Selector(QWidget *parent) : QComboBox(parent)
 	// In themes that open the list as a menu, Qt's own delegate cuts off entries without "…".
 	setItemDelegate(new QStyledItemDelegate(this));
 	view()->setTextElideMode(Qt::ElideRight);
+	setFocusPolicy(Qt::StrongFocus); // not by the wheel
 }
 
 void Selector::paintEvent(QPaintEvent *)
@@ -28,6 +30,14 @@ void Selector::paintEvent(QPaintEvent *)
 	// The styles leave one pixel free on each side.
 	option.currentText = fontMetrics().elidedText(option.currentText, Qt::ElideRight, field.width() - 2);
 	painter.drawControl(QStyle::CE_ComboBoxLabel, option);
+}
+
+void Selector::wheelEvent(QWheelEvent *event)
+{
+	if (hasFocus())
+		QComboBox::wheelEvent(event);
+	else
+		event->ignore();
 }
 
 int Selector::widthOfEntries() const

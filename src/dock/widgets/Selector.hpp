@@ -6,7 +6,8 @@
 namespace reelhouse {
 
 // A combo box for long names. A name that is too long ends in "…". The open list is as wide as its longest entry, but
-// not wider than the screen.
+// not wider than the screen. Without the keyboard focus the wheel does nothing, so that nobody changes the selection by
+// scrolling past.
 class Selector : public QComboBox {
 public:
 	explicit Selector(QWidget *parent);
@@ -15,6 +16,7 @@ public:
 
 protected:
 	void paintEvent(QPaintEvent *event) override;
+	void wheelEvent(QWheelEvent *event) override;
 
 private:
 	int widthOfEntries() const;

@@ -62,14 +62,15 @@ void Story::keepPromises(const Words &words)
 	if (verb == u"record" || verb == u"replaced")
 		return;
 	expectSameEverywhere();
-	if (stays && answer.isEmpty()) {
+	// The end of a switch may bring back the replaced queue.
+	const bool broughtBack = rowPaths().join(u'\n') == bringsBack;
+	if (stays && answer.isEmpty() && !broughtBack) {
 		QStringList now = ids();
 		EXPECT_EQ(now.size(), stays->second);
 		now.removeIf([this](const QString &id) { return !stays->first.contains(id); });
 		EXPECT_EQ(now, stays->first) << "what an edit does not name stays, in its order";
 	}
-	const bool broughtBack = rowPaths().join(u'\n') == bringsBack;
-	if (waited && !waits() && verb == u"video" && !broughtBack) {
+	if (waited && !waits() && verb == u"video" && !broughtBack && !handMade) {
 		const qsizetype current = ids().indexOf(recordOf(bound())["current"_L1].toString());
 		const QJsonObject settings = settingsOf(bound());
 		EXPECT_EQ(valuesIn(settings, "playlist"), rowPaths().mid(current, 1)) << "the last play wins";
@@ -127,19 +128,22 @@ void Story::expectSameEverywhere()
 void Story::expectUsersQueueKept(const Words &words)
 {
 	QStringList &users = usersQueue[QString::fromUtf8(obs_source_get_name(bound()))];
-	if (!requested.isEmpty()) { // two steps
+	const bool editedFirst = !unseen.isEmpty() && ids() != before;
+	if (!requested.isEmpty() || editedFirst) { // two steps
 		users.clear();
 		everUsers += {rowPaths().join(u'\n'),
 			      valuesIn(recordOf(bound(), "OBS-Reelhouse-replaced"), "tracks").join(u'\n')};
 		return;
 	}
-	const bool edited = ids() != before &&
+	const bool refused = words[0] == u"ask" && !answer.isEmpty();
+	const bool edited = ids() != before && !refused &&
 			    std::ranges::any_of(words, [](const QString &word) { return edits.contains(word); });
 	const bool played = list()->count() > 1 && ((waits() && !waited) || words[0] == u"start");
 	const bool moved = words[0] == u"find" && ids() == before && !users.isEmpty();
 	if (edited && ids().size() < before.size()) {
 		beforeRemoval = before;
-		afterRemoval = ids();
+		// The queue of before an edit elsewhere does not come back.
+		afterRemoval = unseen.isEmpty() ? ids() : QStringList(QString());
 	}
 	if (edited || played || moved) {
 		users = list()->count() > 1 ? rowPaths() : QStringList();
@@ -157,7 +161,7 @@ void Story::expectUsersQueueKept(const Words &words)
 // A playlist that somebody has set elsewhere is in the queue before anything writes over it.
 void Story::expectEditSeen(const Words &words)
 {
-	const bool takesAway = words.contains(u"remove"_s) || words.contains(u"RemoveTracks"_s);
+	const bool takesAway = words[0] == u"find" || words.contains(u"remove"_s) || words.contains(u"RemoveTracks"_s);
 	if (handMade || racing || takesAway || words[0] == u"edit" || words[0] == u"elsewhere" ||
 	    boundBefore != QString::fromUtf8(obs_source_get_name(bound())) ||
 	    valuesIn(recordOf(bound()), "observed") == observed || rowPaths().join(u'\n') == bringsBack)

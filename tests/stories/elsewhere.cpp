@@ -25,7 +25,8 @@ TEST_F(Story, Elsewhere)
 		{"wait 250; video", "[P] Q | src C | own | replaced A B | does stop"},
 		{"play P; bringBack; wait 750; video", "[A] B | src P | own (managed) | replaced P Q | does stop | scene"},
 		{"play A; bringBack; bringBack; stop; poll", "[P] Q | src | own (managed) | replaced A B"},
-		{"play P; bringBack; choose T; choose S; video; wait 2000", "[P] Q | src | managed | replaced A B | does stop, stop, stop"},
+		{"play P; bringBack; choose T; choose S; video", "[P] Q | src | managed | replaced A B | does stop, stop, stop"},
+		{"wait 2000", "[P] Q | src | managed | replaced A B"},
 	});
 	tell("what the source holds says whether it is managed after Bring Back", "A B C", {
 		{"select C; moveTop; elsewhere A B; start A; bringBack", "C ▶[A] B | src A | managed | replaced A B"},
@@ -40,9 +41,9 @@ TEST_F(Story, Elsewhere)
 		{"video; edit S A B; next; video", "▶[A] B | src A | managed | replaced X Q Y | does stop"},
 		{"edit S A A B A B; select B; playPause", "A A ▶[B] A B | src A A B A B | managed | replaced A B | waits"},
 		{"video; edit S A C; play 2", "[A] C | src A C | own (managed) | replaced A A B A B"},
-		{"edit S C D A; select 1 A; remove", "[C] D A | src C D A | own (managed) | replaced A A B A B"},
-		{"edit S D E; stop; restorePlaylist; video", "[D] E | src D E | own (managed) | replaced A A B A B | does stop, stop"},
-		{"edit S E F; drop G", "E F [G] | src E F | own (managed) | replaced A A B A B"},
+		{"edit S C D A; select 1 A; remove", "[D] | src C D A | own (managed) | replaced A A B A B"},
+		{"edit S D E; stop; restorePlaylist; video", "[D] E | src D E | own (managed) | replaced D | does stop"},
+		{"edit S E F; drop G", "E F [G] | src E F | own (managed) | replaced D"},
 		{"start E; edit S X Y; select E; remove; drop Z", "X Y [Z] | src X Y | own (managed) | replaced E F G"},
 		{"endMode Next; start X; edit S A B; media ended; poll", "[A] B | src A B | own (managed) | replaced X Y Z | next"},
 		{"start A; edit S C D; own next; video", "[C] D | src C D | own (managed) | replaced A B | next | does next"},

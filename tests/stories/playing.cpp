@@ -102,6 +102,11 @@ TEST_F(Story, Transport)
 		{"key Space; transport?", "1000 0:00 (Ended · 0:00 / 0:00)"},
 		{"choose; transport?", "0 0:00 ()"},
 	});
+	tell("the wheel changes a selector only with the focus, and does not give it", "P Q", {
+		{"focus playlist; wheel endMode; wheel sourceSelector; focus?", "playlist"},
+		{"focus endMode; wheel endMode", "[P] Q | src P Q | own | replaced - | next"},
+		{"endMode", "[P] Q | src P Q | own | replaced -"},
+	});
 	tell("keys seek when they rest, and a switch gives the focus back that it took", "P Q", {
 		{"start P; media playing 10000 100000; poll; focus seek; key Right; key Right; transport?", "120 0:12 (Playing · 0:10 / 1:40)"},
 		{"wait 200; key Left; wait 200; poll; transport?", "110 0:11 (Playing · 0:10 / 1:40)"},

@@ -110,7 +110,7 @@ TEST_F(Story, Remote)
 		{"choose T; leave T; look; ask SelectSource {'sourceUuid': ''}; come T; look", "no source"},
 	});
 	tell("a change is told although the source goes in its middle", "P", {
-		{"look; told?; vanish; drop Q; wait 160; told?", "?"},
+		{"look; told?; vanish; drop Q; wait 160; told?", "Queue 2"},
 	});
 	tell("TogglePlay is about the current track alone", "P Q R", {
 		{"ask TogglePlay", "[P] Q R | src P Q R | own | replaced - | nothingToPlay"},

@@ -213,8 +213,14 @@ Response RemoteControl::withState(const Response &response) const
 
 void RemoteControl::emitEvent(const char *type, obs_data_t *data)
 {
-	obs_websocket_vendor_emit_event(vendor, type, data);
+	sendEvent(type, data);
 	stateOvertaken();
+}
+
+// No other source calls the plug-in: its header keeps a pointer to it in each source that includes it.
+void RemoteControl::sendEvent(const char *type, obs_data_t *data)
+{
+	obs_websocket_vendor_emit_event(vendor, type, data);
 }
 
 } // namespace reelhouse

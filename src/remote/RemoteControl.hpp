@@ -57,6 +57,7 @@ private:
 
 	// Sends an event, after which StateChanged is sent as well.
 	void emitEvent(const char *type, obs_data_t *data);
+	void sendEvent(const char *type, obs_data_t *data);
 
 	// Adds the state after the request to a response.
 	Response withState(const Response &response) const;

@@ -3,8 +3,6 @@
 
 #include <algorithm>
 
-#include <obs-websocket-api.h>
-
 #include "dock/paths.hpp"
 #include "dock/text.hpp"
 #include "remote/values.hpp"
@@ -108,7 +106,7 @@ void RemoteControl::announceState(bool again)
 	OBSDataAutoRelease data = obs_data_create();
 	for (auto text = texts.cbegin(); text != texts.cend(); ++text)
 		setText(data, text.key(), text.value());
-	obs_websocket_vendor_emit_event(vendor, stateChanged, data);
+	sendEvent(stateChanged, data);
 }
 
 } // namespace reelhouse

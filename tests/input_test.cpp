@@ -2,8 +2,10 @@
 #include "Story.hpp"
 
 #include <QAccessible>
+#include <QDropEvent>
 #include <QFileDialog>
 #include <QHelpEvent>
+#include <QMimeData>
 #include <QSlider>
 #include <QTimer>
 #include <QToolButton>

@@ -380,7 +380,7 @@ private:
 	QString searchFolder;
 	bool searchByUser = false; // not by a remote request
 
-	int operations = 0;                   // nested operations that are running
+	int operations = 0; // nested operations that are running
 	// The outermost operation has to emit the change signal. Whoever changes what the signal tells sets it, even if
 	// nothing can be stored any more: another thread may remove the source during an operation.
 	bool changePending = false;

@@ -329,8 +329,7 @@ void Reelhouse::exchangeQueues()
 // record alone.
 void Reelhouse::takeReplaced(obs_source_t *source, Record record)
 {
-	const bool takesOriginals =
-		record.managed && areDocksOwn(originalLoop, originalShuffle, originalBehavior);
+	const bool takesOriginals = record.managed && areDocksOwn(originalLoop, originalShuffle, originalBehavior);
 	if (!takesOriginals) {
 		record.originalLoop = originalLoop;
 		record.originalShuffle = originalShuffle;

@@ -125,6 +125,7 @@ def editing(show, obs, names):
     stored("dragging two rows to the end", [names[2], extra.name, names[0], names[1]])
 
     obs.choose("sourceSelector", "Select a VLC Video Source")
+
     def items():
         return len(obs.request("GetSceneItemList", sceneName="Film")["sceneItems"])
 

@@ -121,8 +121,8 @@ public:
 	enum class SearchEnd { Done, Cancelled, NoFolder };
 
 Q_SIGNALS:
-	// The source, the queue, the current track, the end mode or the options may have changed. Emitted once per operation, at its
-	// end.
+	// The source, the queue, the current track, the end mode or the options may have changed. Emitted once per
+	// operation, at its end.
 	void changed();
 	// Emitted by each poll of the source's media. Times are in milliseconds and never negative. There is no poll
 	// while a switch is pending.

@@ -138,16 +138,18 @@ bool isMarked(const QString &uuid)
 	return obs_data_get_int(settings, chosenKey) == dockNumber;
 }
 
-void setMark(const QString &uuid, bool marked)
+// Returns whether that is a change.
+bool setMark(const QString &uuid, bool marked)
 {
 	if (isMarked(uuid) == marked)
-		return;
+		return false;
 	OBSSourceAutoRelease source = obs_get_source_by_uuid(uuid.toUtf8().constData());
 	OBSDataAutoRelease settings = source ? obs_source_get_private_settings(source) : nullptr;
 	if (marked && settings)
 		obs_data_set_int(settings, chosenKey, dockNumber);
 	else if (settings)
 		obs_data_erase(settings, chosenKey);
+	return settings != nullptr;
 }
 
 } // namespace
@@ -205,11 +207,14 @@ int Reelhouse::indexOfChosen() const
 
 void Reelhouse::markChosen()
 {
+	bool changed = false;
 	for (int i = 1; i < sourceSelector->count(); i++) {
 		const QString uuid = sourceSelector->itemData(i).toString();
-		setMark(uuid, uuid == sourceUuid);
+		changed = setMark(uuid, uuid == sourceUuid) || changed;
 	}
-	requestSave();
+	// A list that is only filled again saves nothing.
+	if (changed)
+		requestSave();
 }
 
 // The user chose an entry. Only this choice is saved, not the binding that a refresh makes.

@@ -60,6 +60,7 @@ TEST_F(Story, Editing)
 		{"wait 600; saves?; endMode Next; wait 400; endMode Repeat; wait 400; saves?", "0"},
 		{"wait 100; saves?", "1"},
 		{"drop Q; burst 6000; saves?", "1"},
+		{"wait 2000; saves?; rename T Z; look; wait 600; saves?", "0"},
 		{"wait 2000; endMode Stop; suspend; wait 6000; saves?", "0"},
 	});
 	tell("Return plays nothing that the search hides", "P Q R S", {

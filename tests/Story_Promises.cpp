@@ -162,8 +162,8 @@ void Story::expectUsersQueueKept(const Words &words)
 void Story::expectEditSeen(const Words &words)
 {
 	const bool takesAway = words[0] == u"find" || words.contains(u"remove"_s) || words.contains(u"RemoveTracks"_s);
-	if (handMade || racing || takesAway || words[0] == u"edit" || words[0] == u"elsewhere" ||
-	    boundBefore != QString::fromUtf8(obs_source_get_name(bound())) ||
+	if (handMade || racing || !requested.isEmpty() || takesAway || words[0] == u"edit" ||
+	    words[0] == u"elsewhere" || boundBefore != QString::fromUtf8(obs_source_get_name(bound())) ||
 	    valuesIn(recordOf(bound()), "observed") == observed || rowPaths().join(u'\n') == bringsBack)
 		return;
 	for (const QString &one : unseen)

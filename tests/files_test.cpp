@@ -61,7 +61,7 @@ TEST_F(Files, PlaylistsAreRead)
 		{"marked.m3u", "\xEF\xBB\xBF\xC3\xA9.mp3", "é.mp3"},
 		{"latin1.m3u", "\xE9.mp3", "é.mp3"},
 		{"mixed.m3u8", "\xC3\xA9.mp3\r\x80\xE9.mp3\r\nc", "é.mp3|€é.mp3|c"},
-		{"utf16.pls", QByteArray("\xFF\xFE" "F\0i\0l\0e\0" "1\0=\0\xE9\0\n\0F\0i\0l\0e\0" "2\0=\0\x00\xD8\n\0\n", 37), "é"},
+		{"utf16.pls", QByteArray("\xFF\xFE" "F\0i\0l\0e\0" "1\0=\0\xE9\0\n\0F\0i\0l\0e\0" "2\0=\0\x00\xD8\n\0\n", 35), "é"},
 		{"urls.m3u8", "file:///x%20y.mp3\nFILE://localhost/z\nfile:///a%00b\nhttp://h/?y#z", "/x y.mp3|/z|http://h/?y#z"},
 		{"escaped.m3u", "a%20b.mp3\n50%25.mp3\nno%20such", "a b.mp3|50%25.mp3|no%20such"},
 		{"windows.m3u", ".\\a b.mp3\r\nC:\\b.mp3", "a b.mp3|C:\\b.mp3"},

@@ -20,6 +20,12 @@ extern "C" const char *obs_module_text(const char *key)
 	return key;
 }
 
+// A text with null characters in it.
+template <size_t size> static QByteArray bytes(const char (&text)[size])
+{
+	return {text, size - 1};
+}
+
 class Files : public Story {
 protected:
 	// Names in the folder, whole paths and addresses.
@@ -61,13 +67,13 @@ TEST_F(Files, PlaylistsAreRead)
 		{"marked.m3u", "\xEF\xBB\xBF\xC3\xA9.mp3", "é.mp3"},
 		{"latin1.m3u", "\xE9.mp3", "é.mp3"},
 		{"mixed.m3u8", "\xC3\xA9.mp3\r\x80\xE9.mp3\r\nc", "é.mp3|€é.mp3|c"},
-		{"utf16.pls", QByteArray("\xFF\xFE" "F\0i\0l\0e\0" "1\0=\0\xE9\0\n\0F\0i\0l\0e\0" "2\0=\0\x00\xD8\n\0\n", 35), "é"},
+		{"utf16.pls", bytes("\xFF\xFE" "F\0i\0l\0e\0" "1\0=\0\xE9\0\n\0F\0i\0l\0e\0" "2\0=\0\x00\xD8\n\0\n"), "é"},
 		{"urls.m3u8", "file:///x%20y.mp3\nFILE://localhost/z\nfile:///a%00b\nhttp://h/?y#z", "/x y.mp3|/z|http://h/?y#z"},
 		{"escaped.m3u", "a%20b.mp3\n50%25.mp3\nno%20such", "a b.mp3|50%25.mp3|no%20such"},
 		{"windows.m3u", ".\\a b.mp3\r\nC:\\b.mp3", "a b.mp3|C:\\b.mp3"},
 		{"hls.m3u8", "#EXTM3U\n#EXT-X-TARGETDURATION:4\n1.ts\n2.ts", "hls.m3u8"},
-		{"null.m3u", QByteArray("a.mp3\n\0b", 8), "a.mp3"},
-		{"film.m3u", QByteArray("\0\0ftyp\nisom\n\1\2\n\3\n", 20), ""},
+		{"null.m3u", bytes("a.mp3\n\0b"), "a.mp3"},
+		{"film.m3u", bytes("\0\0ftyp\nisom\n\1\2\n\3\n"), ""},
 		{"long.m3u", QByteArray(70'000, 'a') + "\nb", "b"},
 		{"numbered.pls", "[playlist]\r\nFile10=c\r\nTitle2=t\nfile2= http://h/\nFile1=a=b\nFileX=no", "a=b|http://h/|c"},
 		{"good.xspf", xspf + "<track><title>t</title><location> a%20b%3F&amp; </location><location>2nd</location></track>"

@@ -12,7 +12,7 @@ namespace {
 
 const QString mark = u"▶\uFE0E "_s;
 constexpr char settingsOfS[] = R"({"loop": true, "shuffle": false, "playback_behavior": "pause_unpause"})";
-constexpr char settingsOfT[] = R"({"loop": false, "shuffle": true, "playback_behavior": "pause_unpause"})";
+constexpr char settingsOfT[] = R"({"loop": false, "shuffle": true, "playback_behavior": "stop_restart"})";
 
 // Whose settings a source has: its own, the dock's, or these.
 QString settingsWord(const QJsonObject &settings, const QString &source)
@@ -22,7 +22,7 @@ QString settingsWord(const QJsonObject &settings, const QString &source)
 				     .arg(settings["playback_behavior"_L1].toString());
 	if (text == u"0 0 always_play")
 		return u"managed"_s;
-	return text == (source == u"S" ? u"1 0 pause_unpause"_s : u"0 1 pause_unpause"_s) ? u"own"_s : text;
+	return text == (source == u"S" ? u"1 0 pause_unpause"_s : u"0 1 stop_restart"_s) ? u"own"_s : text;
 }
 
 } // namespace
@@ -69,7 +69,7 @@ void Story::begin(const QString &playlist)
 		};
 		sceneRequests = std::make_unique<QSignalSpy>(frontend->dock, SIGNAL(sceneSwitchRequested(QString)));
 	} else {
-		for (const char *name : {"endMode", "search", "resume", "look"})
+		for (const char *name : {"close", "endMode", "search", "resume", "look"})
 			run({QLatin1String(name)});
 		choose(sources[u"S"_s]);
 	}
@@ -118,9 +118,6 @@ QString Story::step(const QString &words)
 
 QString Story::state()
 {
-	OBSSource source = bound();
-	if (!source)
-		return u"no source"_s;
 	QStringList rows;
 	for (int i = 0; i < list()->count(); i++) {
 		const QListWidgetItem *item = list()->item(i);
@@ -131,14 +128,31 @@ QString Story::state()
 			text = u'(' + text + u')';
 		rows += item->text().startsWith(mark) ? u"▶"_s + text : text;
 	}
+	QStringList parts = {rows.isEmpty() ? u"∅"_s : rows.join(u' ')};
+	if (OBSSource source = bound())
+		parts += stateOf(source);
+	else if (rows.isEmpty())
+		parts = {u"no source"_s};
+	if (!sceneRequests->isEmpty())
+		parts += u"scene"_s;
+	sceneRequests->clear();
+	if (!answer.isEmpty())
+		parts += answer;
+	const auto *message = child<QLabel>("message");
+	if (!message->isHidden())
+		parts += named(message->text().section(u" · "_s, 0, 0));
+	return parts.join(u" | "_s);
+}
+
+QStringList Story::stateOf(obs_source_t *source) const
+{
 	const QJsonObject record = recordOf(source), settings = settingsOf(source);
 	const QString whose = settingsWord(settings, QString::fromUtf8(obs_source_get_name(source)));
 	QString managed = record["managed"_L1].toBool() ? u"managed"_s : u"own"_s;
 	if (managed != whose)
 		managed += u" ("_s + whose + u')';
 	const QStringList replaced = valuesIn(recordOf(source, "OBS-Reelhouse-replaced"), "tracks");
-	QStringList parts = {rows.isEmpty() ? u"∅"_s : rows.join(u' '),
-			     (u"src "_s + named(valuesIn(settings, "playlist").join(u' '))).trimmed(), managed,
+	QStringList parts = {(u"src "_s + named(valuesIn(settings, "playlist").join(u' '))).trimmed(), managed,
 			     u"replaced "_s + (!tool()->isEnabled() ? u"-"_s
 					       : replaced.isEmpty() ? u"∅"_s
 								    : named(replaced.join(u' ')))};
@@ -149,15 +163,7 @@ QString Story::state()
 	const QStringList done = takeDone(source);
 	if (!done.isEmpty())
 		parts += u"does "_s + done.join(u", "_s);
-	if (!sceneRequests->isEmpty())
-		parts += u"scene"_s;
-	sceneRequests->clear();
-	if (!answer.isEmpty())
-		parts += answer;
-	const auto *message = child<QLabel>("message");
-	if (!message->isHidden())
-		parts += named(message->text().section(u" · "_s, 0, 0));
-	return parts.join(u" | "_s);
+	return parts;
 }
 
 QString Story::path(const QString &name)

@@ -21,7 +21,8 @@
 // The rows: ▶ marked as the current track, [] selected, () hidden by the search. The bound source's playlist. Whether the
 // record says that the source is managed, and in brackets whose settings the source has, where these are not the ones
 // that belong to it. The replaced queue, ∅ for an empty one. The rest is told only when there is something to tell: the
-// end mode, a switch that waits, what the media was made to do, a wanted scene, a refused request, the message.
+// end mode, a switch that waits, what the media was made to do, a wanted scene, a refused request, the message. Without
+// a bound source, only these last ones, behind the rows that there should not be.
 //
 // A track is named by its file's name, which is made when it is first named; a row also by its number from 0 on.
 class Story : public Host {
@@ -35,6 +36,7 @@ protected:
 	// has an answer of its own in place of the state.
 	QString step(const QString &words);
 	QString state();
+	QStringList stateOf(obs_source_t *source) const;
 
 	QString path(const QString &name);
 	QStringList paths(const QStringList &names);
@@ -76,6 +78,8 @@ private:
 	void remember(const Words &words);
 	void keepPromises(const Words &words);
 	void expectSameEverywhere();
+	void expectHonestControls();
+	void expectAnswerIsTheState(const QJsonObject &response);
 	void expectUsersQueueKept(const Words &words);
 	void expectEditSeen(const Words &words);
 	void expectToldTheState(bool settled);

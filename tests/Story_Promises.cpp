@@ -52,6 +52,7 @@ void Story::keepPromises(const Words &words)
 	const QString &verb = words[0];
 	for (auto other = others.cbegin(); other != others.cend(); ++other)
 		EXPECT_EQ(everythingOf(sources[other.key()]), *other) << other.key().toStdString();
+	expectHonestControls();
 	if (!bound())
 		return expectToldTheState(false);
 	if (verb == u"edit" || verb == u"record" || verb == u"replaced")
@@ -124,6 +125,30 @@ void Story::expectSameEverywhere()
 							       : u"Tracks: %1 of %2"_s.arg(shown).arg(rows.size()));
 }
 
+void Story::expectHonestControls()
+{
+	const auto *play = child<QWidget>("playPause"), *time = child<QWidget>("playbackTime");
+	EXPECT_EQ(play->property("class"),
+		  play->accessibleName() == u"Pause" ? u"icon-media-pause"_s : u"icon-media-play"_s);
+	const QString clock = child<QLabel>("playbackTime")->text();
+	EXPECT_EQ(time->accessibleName(), (clock.startsWith(u'−') ? u"Remaining time "_s : u"Elapsed time "_s) + clock);
+	EXPECT_EQ(list()->dragEnabled(), child<QLineEdit>("search")->text().trimmed().isEmpty());
+	EXPECT_FALSE(obs_source_async_decoupled(bound())) << "it is only a moment in a switch";
+}
+
+// An answer with a state has the one that the request leads to, with all changes up to its revision.
+void Story::expectAnswerIsTheState(const QJsonObject &response)
+{
+	const QJsonObject queue = plugin.request("GetQueue", R"({"limit": 0})");
+	if (!response.contains("currentIndex"_L1) || !queue["success"_L1].toBool())
+		return;
+	for (const char *key : {"currentId", "currentIndex", "revision"})
+		EXPECT_EQ(response[QLatin1String(key)], queue[QLatin1String(key)]) << key;
+	const QString state = response["mediaState"_L1].toString();
+	EXPECT_TRUE(!waits() || state == u"OBS_MEDIA_STATE_PLAYING" || state == u"OBS_MEDIA_STATE_OPENING")
+		<< "it starts";
+}
+
 // The queue that the user last made or played from is there, or is the replaced one. One entry may be that of an edit.
 void Story::expectUsersQueueKept(const Words &words)
 {
@@ -188,6 +213,7 @@ void Story::expectToldTheState(bool settled)
 		EXPECT_TRUE(!lastTold.contains(event) || lastTold[event][key] == queue[inQueue]) << event.toStdString();
 	};
 	expectTold(u"QueueChanged"_s, "total"_L1, "total"_L1);
+	expectTold(u"QueueChanged"_s, "sourceUuid"_L1, "sourceUuid"_L1);
 	expectTold(u"CurrentTrackChanged"_s, "id"_L1, "currentId"_L1);
 	expectTold(u"EndModeChanged"_s, "endMode"_L1, "endMode"_L1);
 	expectTold(u"StateChanged"_s, "endMode"_L1, "endMode"_L1);

@@ -2,6 +2,7 @@
 #include "Story.hpp"
 
 #include <QContextMenuEvent>
+#include <QDir>
 #include <QJsonDocument>
 #include <QMimeData>
 #include <QScrollBar>
@@ -121,6 +122,7 @@ void Story::addQueueSteps()
 	on("ask", [this](const Words &words) {
 		const QJsonObject response = plugin.request(words[0].toStdString(), json(words.mid(1).join(u' ')));
 		answer = response["error"_L1].toString();
+		expectAnswerIsTheState(response);
 		const QString sentence = response["comment"_L1].toString();
 		EXPECT_EQ(answer.isEmpty(), sentence.isEmpty());
 		EXPECT_FALSE(sentence.startsWith(u"Remote") || sentence.contains(u"%1")) << sentence.toStdString();
@@ -180,7 +182,12 @@ void Story::addSourceSteps()
 		QObject::connect(list()->model(), &QAbstractItemModel::rowsInserted, list(), remove,
 				 Qt::SingleShotConnection);
 	});
-	on("gone", [this](const Words &words) { QFile::remove(path(words[0])); });
+	on("gone", [this](const Words &words) {
+		if (words[0].endsWith(u'/'))
+			QDir(path(words[0])).removeRecursively();
+		else
+			QFile::remove(path(words[0]));
+	});
 	on("back", [this](const Words &words) { makeFile(words[0]); });
 	for (const auto &[name, where] : {std::pair("record", "OBS-Reelhouse"),
 					  {"replaced", "OBS-Reelhouse-replaced"},
@@ -258,6 +265,22 @@ void Story::addQuestions()
 	// How often sound that was not heard yet has been dropped.
 	on("drops?", [this](const Words &) { answer = QString::number(takeDrops(bound())); });
 	on("top?", [this](const Words &) { answer = named(list()->itemAt(0, 0)->data(Qt::UserRole + 1).toString()); });
+	// What the list says where it shows no row, which assistive technology reads, too.
+	on("empty?", [this](const Words &) { answer = list()->accessibleDescription().section(u'\n', 0, 0); });
+	// Every name and text that does not change.
+	on("names?", [this](const Words &) {
+		QStringList names;
+		for (const QWidget *widget : frontend->dock->findChildren<QWidget *>()) {
+			if (!widget->accessibleName().isEmpty() && widget->objectName() != u"playbackTime")
+				names += widget->objectName() + u": "_s + widget->accessibleName();
+		}
+		for (const QAction *entry : child<QMenu>("playlistMenu")->actions())
+			names += entry->text();
+		for (int i = 0; i < 3; i++)
+			names += child<QComboBox>("endMode")->itemText(i);
+		names.removeAll(QString());
+		answer = names.join(u", "_s);
+	});
 	on("saves?", [this](const Words &) { answer = QString::number(std::exchange(frontend->saves, 0)); });
 	on("told?", [this](const Words &) {
 		QStringList lines;
@@ -292,6 +315,7 @@ void Story::addQuestions()
 	// One value of the answer, or all.
 	on("ask?", [this](const Words &words) {
 		QJsonObject response = plugin.request(words[1].toStdString(), json(words.mid(2).join(u' ')));
+		expectAnswerIsTheState(response);
 		response.remove("revision"_L1);
 		if (words[0] != u"all")
 			response = {{words[0], response[words[0]]}};

@@ -135,6 +135,13 @@ TEST_F(Files, ThePlaylistFilesOfTheToolsMenu)
 	pickFile("exportPlaylist", at(u"out"_s),
 		 [](QFileDialog *dialog) { Q_EMIT dialog->filterSelected(dialog->nameFilters()[1]); });
 	EXPECT_EQ(readPlaylist(at(u"out.xspf"_s)).paths, rowPaths());
+	action("exportPlaylist")->trigger();
+	std::unique_ptr<QFileDialog> dialog(frontend->dock->findChild<QFileDialog *>());
+	Q_EMIT dialog->fileSelected(at(u"absent/out.m3u8"_s));
+	EXPECT_TRUE(child<QLabel>("message")->text().contains(u"Could not write the playlist"_s));
+	Q_EMIT dialog->fileSelected(at(u"again.m3u8"_s));
+	EXPECT_TRUE(child<QLabel>("message")->isHidden());
+	dialog.reset();
 	step(u"choose"_s);
 	EXPECT_FALSE(action("importPlaylist")->isEnabled() || action("exportPlaylist")->isEnabled());
 	step(u"choose S"_s);

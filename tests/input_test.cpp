@@ -52,6 +52,9 @@ TEST_F(Input, DropsAddTheFilesAmongThem)
 	EXPECT_EQ(list()->count(), 1);
 	EXPECT_EQ(drop({song, web, directory, song}), Qt::CopyAction);
 	EXPECT_EQ(state().toStdString(), "A b #1 %41 [b #1 %41] | src A | own | replaced -") << "without the search";
+	list()->setFixedHeight(30);
+	EXPECT_EQ(drop({song}), Qt::CopyAction);
+	EXPECT_TRUE(list()->viewport()->rect().contains(list()->visualItemRect(list()->currentItem()))) << "in sight";
 	step(u"choose"_s);
 	EXPECT_EQ(drop({song}), Qt::IgnoreAction) << "nothing is bound";
 }
@@ -116,6 +119,20 @@ TEST_F(Input, TheListClaimsItsKeysBeforeTheHost)
 	step(u"search /none"_s);
 	EXPECT_FALSE(press(list(), Qt::Key_Delete)) << "there is nothing to remove";
 	EXPECT_TRUE(press(child<QLineEdit>("search"), QKeySequence::Find)) << "anywhere in the dock";
+}
+
+TEST_F(Input, EscapeClearsTheSearchUnlessOneOfObssHotkeysHasIt)
+{
+	begin(u"A B"_s);
+	const obs_hotkey_id hotkey =
+		obs_hotkey_register_frontend("any", "Any", [](void *, obs_hotkey_id, obs_hotkey_t *, bool) {}, nullptr);
+	for (const auto &[modifiers, expectedState] : {std::pair(INTERACT_NONE, "(A) [B] | src A B | own | replaced -"),
+						       {INTERACT_SHIFT_KEY, "A [B] | src A B | own | replaced -"}}) {
+		obs_key_combination_t keys = {uint32_t(modifiers), OBS_KEY_ESCAPE};
+		obs_hotkey_load_bindings(hotkey, &keys, 1);
+		EXPECT_EQ(step(u"search /B; focus search; key Esc"_s).toStdString(), expectedState);
+	}
+	obs_hotkey_unregister(hotkey);
 }
 
 TEST_F(Input, FilesChosenForOneSourceDoNotEndUpInAnother)

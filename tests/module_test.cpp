@@ -44,9 +44,14 @@ void Module::comeAndGo(bool accepted, bool exits, bool dockGoes, int removedDock
 		frontend->send(OBS_FRONTEND_EVENT_EXIT);
 	if (dockGoes)
 		delete frontend->dock.data();
-	for (const auto event : {OBS_FRONTEND_EVENT_FINISHED_LOADING, OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING})
+	for (const auto &[event, listed] : {std::pair(OBS_FRONTEND_EVENT_FINISHED_LOADING, 2),
+					    {OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING, 1},
+					    {OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED, 2},
+					    {OBS_FRONTEND_EVENT_SCENE_COLLECTION_CLEANUP, 1}}) {
 		frontend->send(event);
-	EXPECT_TRUE(!frontend->dock || child<QComboBox>("sourceSelector")->count() == 1);
+		EXPECT_TRUE(!frontend->dock || child<QComboBox>("sourceSelector")->count() == (exits ? 1 : listed))
+			<< event;
+	}
 	source = nullptr;
 	endObs();
 	EXPECT_EQ(frontend->removedDocks, removedDocks);
@@ -163,10 +168,21 @@ TEST_F(Module, RemembersTheSourceAndTheTimeDisplay)
 	makeFile(settings, R"({"sourceUuid": 5, "remainingTime": "true"})");
 	restart();
 	EXPECT_EQ(shown(), u"Select a VLC Video Source 0:00"_s);
+	choose(source);
+	child<QComboBox>("sourceSelector")->setCurrentIndex(0);
+	QFile saved(file.fileName());
+	ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
+	EXPECT_EQ(saved.readAll(), "{\"remainingTime\":false,\"sourceUuid\":\"\"}");
 	// Nothing can be saved where a folder stands.
 	ASSERT_TRUE(file.remove() && QDir().mkdir(file.fileName()));
 	choose(source);
 	EXPECT_TRUE(child<QLabel>("message")->text().startsWith(u"⚠ Could not save the settings: "_s));
+	ASSERT_TRUE(QDir(folder.filePath(u"config/obs-reelhouse"_s)).removeRecursively());
+	makeFile(u"config/obs-reelhouse"_s);
+	QTest::mouseClick(child<QWidget>("playbackTime"), Qt::LeftButton);
+	EXPECT_EQ(child<QLabel>("message")->text(), u"⚠ Could not create the settings folder"_s);
+	QTest::mouseClick(child<QWidget>("playbackTime"), Qt::RightButton);
+	EXPECT_EQ(child<QLabel>("playbackTime")->text(), u"−—:—"_s) << "which only the left button changes";
 }
 
 TEST_F(Module, HoldsThePictureOfTheSourceThatCarriesItsFilter)
@@ -208,13 +224,19 @@ TEST_F(Module, HoldsThePictureOfTheSourceThatCarriesItsFilter)
 	EXPECT_EQ(state(), u"1 0: Other"_s) << "the Filters dialog has removed it";
 }
 
-TEST_F(Module, SaysWhenThereIsNoRemoteControl)
+TEST_F(Module, SaysWhenItRefusesItsHostAndWhenThereIsNoRemoteControl)
 {
 	static thread_local QString log;
 	base_set_log_handler([](int, const char *text, va_list values,
 				void *) { log += QString::vasprintf(text, values); },
 			     nullptr);
+	frontend->obsVersion++;
+	ASSERT_FALSE(loadModule());
+	obs_post_load_modules();
+	EXPECT_TRUE(log.contains(u"[OBS-Reelhouse] This build requires OBS "_s) && !log.contains(u"remote control"_s));
+	frontend->obsVersion--;
 	ASSERT_TRUE(loadModule());
+	EXPECT_TRUE(log.endsWith(u" loaded; Qt %1; dock registered."_s.arg(QLatin1String(qVersion()))));
 	obs_post_load_modules();
 	EXPECT_TRUE(log.endsWith(u"[OBS-Reelhouse] OBS's WebSocket plug-in is not there: no remote control."_s));
 }

@@ -64,6 +64,30 @@ TEST_F(Threads, ARequestThatIsRefusedIsNeverDone)
 	EXPECT_EQ(state().toStdString(), "A B ▶[C] | src A B C | managed (own) | replaced - | waits");
 }
 
+TEST_F(Threads, OnceTheRemoteControlIsClosedNobodyWaitsForItOrHearsOfIt)
+{
+	step(u"look; drop D"_s);
+	using Clock = std::chrono::system_clock; // the other one is held
+	auto answered = std::async(std::launch::async, [this] {
+		EXPECT_EQ(plugin.request("PlayNext")["error"_L1], u"unavailable"_s);
+		return Clock::now();
+	});
+	std::this_thread::sleep_for(std::chrono::milliseconds(300)); // until it waits
+	const auto closed = Clock::now();
+	frontend->send(OBS_FRONTEND_EVENT_SCRIPTING_SHUTDOWN);
+	EXPECT_LT(answered.get() - closed, std::chrono::seconds(4))
+		<< "five, which a request waits, keep OBS from ending";
+	plugin.events.clear();
+	child<QComboBox>("endMode")->setCurrentIndex(1);
+	play(1);
+	videoTick(sources[u"S"_s]);
+	media(sources[u"S"_s]) = {OBS_MEDIA_STATE_ERROR, 0, 0};
+	passTime(2000);
+	choose(sources[u"T"_s]);
+	passTime(2000);
+	EXPECT_TRUE(plugin.events.empty());
+}
+
 TEST_F(Threads, ARequestThatHasBegunIsAnsweredWithWhatBecameOfIt)
 {
 	auto response = std::async(std::launch::async, [this] { return plugin.request("PlayNext"); });

@@ -52,9 +52,9 @@ TEST_F(Story, Elsewhere)
 		{"video; edit S X Y; ask? ids AddTracks {'paths': [{'path': '@Z'}]}", "{'ids':[{'id':'#Z'}]}"},
 	});
 	tell("folders, and a queue that was empty", "", {
-		{"edit S M/B.flac M/c.txt M/a.mp3 M/.h.mp3 M/n/c.mp3; elsewhere M/ file:///m/ http://h/U M/a.mp3", "[M/a.mp3] M/B.flac file:///m/ http://h/U M/a.mp3 | src M file:///m/ http://h/U M/a.mp3 | own | replaced -"},
-		{"edit S M/ file:///m/ http://h/U M/a.mp3; refresh", "[M/a.mp3] M/B.flac file:///m/ http://h/U M/a.mp3 | src M file:///m/ http://h/U M/a.mp3 | own | replaced -"},
-		{"elsewhere", "∅ | src | own | replaced M/a.mp3 M/B.flac file:///m/ http://h/U M/a.mp3"},
+		{"edit S M/D.ogg M/B.flac M/c.txt M/a.mp3 M/.h.mp3 M/n/c.mp3 M/C.MP4; elsewhere M/ file:///m/ http://h/U M/a.mp3", "[M/a.mp3] M/B.flac M/C.MP4 M/D.ogg file:///m/ http://h/U M/a.mp3 | src M file:///m/ http://h/U M/a.mp3 | own | replaced -"},
+		{"edit S M/ file:///m/ http://h/U M/a.mp3; refresh", "[M/a.mp3] M/B.flac M/C.MP4 M/D.ogg file:///m/ http://h/U M/a.mp3 | src M file:///m/ http://h/U M/a.mp3 | own | replaced -"},
+		{"elsewhere", "∅ | src | own | replaced M/a.mp3 M/B.flac M/C.MP4 M/D.ogg file:///m/ http://h/U M/a.mp3"},
 	});
 	tell("the queue that the user last made or played is there, or is the replaced one", "P Q R S", {
 		{"start P; elsewhere P E", "[P] E | src P E | own (managed) | replaced P Q R S"},
@@ -79,5 +79,27 @@ TEST_F(Story, Elsewhere)
 		{"bringBack", "[A] B | src A B | own | replaced P Q"},
 		{"drop C; edit S D; bringBack", "[P] Q | src D | own | replaced A B C"},
 		{"drop E; edit S X; restart", "[X] | src X | own | replaced P Q E"},
+	});
+	tell("the current track of a queue that was brought back", "P Q P", {
+		{"start 2; elsewhere A B; edit S P; bringBack", "P Q ▶[P] | src P | managed | replaced P"},
+		{"elsewhere Q P; bringBack", "[P] Q P | src Q P | own (managed) | replaced Q P"},
+		{"start 0; select 1; remove; elsewhere A; bringBack; offers?", "Play Selected, not moveUp moveTop undoRemove locateCurrent"},
+		{"endMode Next; media ended; poll", "[P] P | src A | own (managed) | replaced A | next"},
+	});
+	tell("the same entries again, and the one that is left of an edit", "P Q", {
+		{"start P; elsewhere P Q", "[P] Q | src P Q | own (managed) | replaced -"},
+		{"edit S N/a.mp3; elsewhere N/; drop E; select E; remove; elsewhere N/a.mp3; elsewhere Z", "[Z] | src Z | own (managed) | replaced P Q"},
+	});
+	tell("the playlist is given back", "P Q R", {
+		{"start Q; restorePlaylist", "P [Q] R | src P Q R | own | replaced -"},
+		{"own next; video; media ended; poll", "P [Q] R | src P Q R | own | replaced -"},
+		{"start P; choose T; start Y; choose S; restorePlaylist", "[P] Q R | src P Q R | own | replaced -"},
+		{"choose T; restorePlaylist", "X [Y] | src X Y | own | replaced -"},
+		{"start X; gone Y; moveDown; restorePlaylist", "Y [X] | src Y X | own | replaced -"},
+	});
+	tell("a source that goes", "P Q", {
+		{"start Q; delete S; look", "no source"},
+		{"offers?", "Play, not playPause stop previous next seek addFiles endMode moveUp moveDown moveTop moveBottom remove undoRemove locateCurrent openFolder restorePlaylist"},
+		{"choose T; edit T X; look", "[X] | src X | own | replaced X Y"},
 	});
 }

@@ -13,8 +13,11 @@ TEST_F(Story, Playing)
 		{"next; previous", "P Q ▶[R] | src R | managed | replaced - | waits"},
 		{"video", "P Q ▶[R] | src R | managed | replaced - | does stop, stop"},
 		{"play P; stop", "[P] Q R | src | managed | replaced -"},
+		{"next; stop; previous", "P Q ▶[R] | src | managed | replaced - | waits"},
+		{"stop; next", "▶[P] Q R | src | managed | replaced - | waits"},
+		{"stop", "[P] Q R | src | managed | replaced -"},
 		{"playPause; refresh", "[P] Q R | src | managed | replaced -"},
-		{"video", "[P] Q R | src | managed | replaced - | does stop, stop, stop"},
+		{"video", "[P] Q R | src | managed | replaced - | does stop, stop, stop, stop, stop, stop, stop, stop, stop"},
 	});
 	tell("the play button plays another row, pauses, resumes and starts again", "P Q R", {
 		{"start Q; playPause; video", "P ▶[Q] R | src Q | managed | replaced - | does pause"},
@@ -27,6 +30,7 @@ TEST_F(Story, Playing)
 		{"select P; video; playPause; video", "▶[P] Q R | src P | managed | replaced - | does stop"},
 	});
 	tell("a file that is gone is not played, and what plays stays", "P Q http://h/U", {
+		{"gone Q; play Q; back Q; play Q; ask? tracks GetQueue {'offset': 1, 'limit': 1}", "{'tracks':[{'id':'#Q','index':1,'label':'Q','path':'Q','sizeBytes':5}]}"},
 		{"gone Q; start P; next", "▶[P] Q http://h/U | src P | managed | replaced - | ⚠ File not found: Q"},
 		{"ask? tracks GetQueue {'offset': 1, 'limit': 1}", "{'tracks':[{'id':'#Q','index':1,'label':'Q','missing':true,'path':'Q'}]}"},
 		{"refresh; play Q", "▶[P] Q http://h/U | src P | managed | replaced - | ⚠ File not found: Q"},
@@ -38,8 +42,12 @@ TEST_F(Story, Playing)
 		{"media ended; poll", "P Q ▶[R] | src R | managed | replaced - | next"},
 		{"media playing; poll; media ended; poll; video", "P Q ▶[R] | src | managed | replaced - | next | does stop"},
 		{"start P; play Q; video; wait 90; refresh; media ended; poll", "P ▶[Q] R | src Q | managed | replaced - | next"},
+		{"start P; stop; video; media ended; poll", "▶[P] Q R | src | managed | replaced - | next"},
+		{"start P; select P; remove; undoRemove; video; media ended; poll", "[P] Q R | src | managed | replaced - | next"},
+		{"start P; restorePlaylist; media ended; poll", "[P] Q R | src P Q R | own | replaced - | next"},
 		{"endMode Repeat; start R; media ended; poll", "P Q ▶[R] | src R | managed | replaced - | repeat | waits"},
-		{"video; media playing; poll; media error; poll; media ended; poll", "P Q ▶[R] | src R | managed | replaced - | repeat | ⚠ Could not play: R"},
+		{"video", "P Q ▶[R] | src R | managed | replaced - | repeat | does stop"},
+		{"media playing; poll; media error; poll; media ended; poll", "P Q ▶[R] | src R | managed | replaced - | repeat | ⚠ Could not play: R"},
 		{"media playing; poll; gone R; media ended; poll", "P Q ▶[R] | src R | managed | replaced - | repeat | ⚠ File not found: R"},
 	});
 	tell("an end that the source reports counts 20 ms later, if a poll has seen the track play", "P Q R", {
@@ -70,8 +78,12 @@ TEST_F(Story, Playing)
 		{"video; own previous; video", "P ▶[Q] R | src R | managed | replaced - | waits | does previous"},
 		{"choose T; choose S", "P [Q] R | src R | managed | replaced -"},
 		{"stop; own stop; own next; video", "P [Q] R | src | managed | replaced - | does stop, stop, stop, next"},
+		{"start Q; edit S A B; own stop; video", "P ▶[Q] R | src A B | managed | replaced - | does stop"},
 	});
 	tell("what becomes of a switch that waits", "P Q R", {
+		{"play Q; midway stop", "P ▶[Q] R | src | managed | replaced - | does stop"},
+		{"video; play Q; midway play R", "P Q ▶[R] | src Q | managed | replaced - | waits | does stop"},
+		{"midway restorePlaylist", "P Q [R] | src P Q R | own | replaced - | does stop"},
 		{"start P; play Q; choose T; choose S", "P [Q] R | src P | managed | replaced -"},
 		{"video", "P [Q] R | src P | managed | replaced - | does stop"},
 		{"play Q; suspend; video; resume", "P [Q] R | src P | managed | replaced -"},
@@ -88,7 +100,8 @@ TEST_F(Story, Transport)
 		{"slide 750; poll; transport?", "750 1:15 (Playing · 0:10 / 1:40)"},
 		{"release; poll; time; transport?", "750 −0:25 (Playing · 0:10 / 1:40)"},
 		{"video", "▶[P] Q | src P | managed | replaced - | does seek 75000"},
-		{"media playing 75050 100000; poll; media playing 20000 100000; poll; transport?", "200 −1:20 (Playing · 0:20 / 1:40)"},
+		{"media playing 74900 100000; poll; media playing 20000 100000; poll; transport?", "200 −1:20 (Playing · 0:20 / 1:40)"},
+		{"slide 750; release; video; media playing 75101 100000; poll; media playing 20000 100000; poll; transport?", "750 −0:25 (Playing · 0:20 / 1:40)"},
 		{"time; slide 500; media playing 20000 200000; release; transport?", "500 1:40 (Playing · 0:20 / 1:40)"},
 		{"video; wait 1250; poll; transport?", "100 0:20 (Playing · 0:20 / 3:20)"},
 		{"slide 300; play Q; release; video", "P ▶[Q] | src Q | managed | replaced - | does stop | scene"},
@@ -98,9 +111,20 @@ TEST_F(Story, Transport)
 		{"media buffering 59999 61000; time; poll; transport?", "983 −0:01 (Loading · 0:59 / 1:01)"},
 		{"media error; poll; transport?", "0 −—:— (Error · 0:00 / —:—)"},
 		{"media ended 1 1; poll; transport?", "1000 −0:00 (Ended · 0:00 / 0:00)"},
-		{"focus endMode; key Shift+Tab; focus?", "playbackTime"},
+		{"media stopped; poll; transport?", "0 −—:— (Stopped · 0:00 / —:—)"},
+		{"media opening; poll; transport?", "0 −—:— (Loading · 0:00 / —:—)"},
+		{"media ended 1 1; poll; focus endMode; key Shift+Tab; focus?", "playbackTime"},
 		{"key Space; transport?", "1000 0:00 (Ended · 0:00 / 0:00)"},
 		{"choose; transport?", "0 0:00 ()"},
+		{"time; transport?", "0 −—:— ()"},
+		{"time; transport?", "0 0:00 ()"},
+	});
+	tell("a seek is over when it has landed, and with what it was meant for", "P Q", {
+		{"start P; media playing 0 400000; poll; slide 500; release; video; media playing 200400 400000; poll; media playing 4000 400000; poll; transport?", "10 0:04 (Playing · 0:04 / 6:40)"},
+		{"slide 750; release; refresh; poll; transport?", "10 0:04 (Playing · 0:04 / 6:40)"},
+		{"slide 750; release; play Q; video; media playing 4000 400000; poll; transport?", "10 0:04 (Playing · 0:04 / 6:40)"},
+		{"slide 750; stop; release; video; poll; transport?", "10 0:04 (Playing · 0:04 / 6:40)"},
+		{"focus seek; key PgUp; wait 400; transport?", "110 0:44 (Playing · 0:04 / 6:40)"},
 	});
 	tell("the wheel changes a selector only with the focus, and does not give it", "P Q", {
 		{"focus playlist; wheel endMode; wheel sourceSelector; focus?", "playlist"},
@@ -116,6 +140,7 @@ TEST_F(Story, Transport)
 		{"video; focus?", "playPause"},
 		{"media playing 500 4000; poll; focus seek; media playing 0 0; poll; focus?", "nobody"},
 		{"media playing 250 4000; poll; focus?", "seek"},
+		{"select P; key Space; focus search; video; focus?", "search"},
 	});
 	tell("a key that is held down seeks when it is let go", "P Q", {
 		{"start P; media playing 10000 100000; poll; focus seek; hold Right; wait 900; repeat Right; wait 900; video", "▶[P] Q | src P | managed | replaced -"},

@@ -24,6 +24,7 @@ struct VlcMedia {
 	QList<std::pair<QString, const char *>> queued;
 	QStringList done;
 	int drops = 0;
+	bool decoupled = false;
 };
 
 VlcMedia &vlc(void *data)
@@ -153,6 +154,11 @@ void obs_frontend_get_scenes(obs_frontend_source_list *list)
 	}
 }
 
+uint32_t obs_get_version(void)
+{
+	return active->obsVersion;
+}
+
 // These replace functions of libobs: without its video thread, libobs would never run its own queue.
 
 bool obs_in_task_thread(enum obs_task_type type)
@@ -190,6 +196,12 @@ void obs_source_set_async_decoupled(obs_source_t *source, bool decouple)
 	VlcMedia &media = vlc(obs_obj_get_data(source));
 	const std::lock_guard lock(media.mutex);
 	media.drops += decouple;
+	media.decoupled = decouple;
+}
+
+bool obs_source_async_decoupled(const obs_source_t *source)
+{
+	return source && vlc(obs_obj_get_data(const_cast<obs_source_t *>(source))).decoupled;
 }
 
 Host::Host() : frontend(std::make_unique<Frontend>())

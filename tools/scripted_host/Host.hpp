@@ -29,6 +29,7 @@ inline void PrintTo(const QString &text, std::ostream *stream)
 struct Frontend {
 	bool acceptsDock = true;
 	bool studioMode = false;
+	uint32_t obsVersion = LIBOBS_API_VER;
 	QPointer<QWidget> dock;
 	QObject toolsMenu;
 	int removedDocks = 0;

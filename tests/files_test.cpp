@@ -6,10 +6,10 @@
 
 #include "Story.hpp"
 
-#include "dock/paths.hpp"
 #include "dock/widgets/TrackDelegate.hpp"
 #include "media/PlaylistFile.hpp"
 #include "media/tags.hpp"
+#include "queue/paths.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;

@@ -22,10 +22,10 @@ OBSSourceAutoRelease QueueControl::lockSource() const
 	return dock->lockSource();
 }
 
-QList<QueueControl::ListedSource> QueueControl::listSources()
+QList<NamedSource> QueueControl::listSources()
 {
 	dock->refreshSources();
-	QList<ListedSource> listed;
+	QList<NamedSource> listed;
 	for (int i = 1; i < dock->sourceSelector->count(); i++)
 		listed.append({dock->sourceSelector->itemText(i), dock->sourceSelector->itemData(i).toString()});
 	return listed;

@@ -5,8 +5,9 @@
 #include <QObject>
 #include <QSet>
 
-#include "dock/Track.hpp"
-#include "dock/options.hpp"
+#include "queue/Track.hpp"
+#include "queue/options.hpp"
+#include "queue/sources.hpp"
 
 // After Qt's headers: libobs's SIMD shim redefines compiler intrinsics that those pull in.
 #include <obs.hpp>
@@ -33,12 +34,9 @@ public:
 	OBSSourceAutoRelease lockSource() const;
 
 	// One entry of the source selector.
-	struct ListedSource {
-		QString label; // the source's name and the scenes that show it
-		QString uuid;
-	};
-	// Refreshes the selector and returns its entries, without the one for "no source".
-	QList<ListedSource> listSources();
+	// Refreshes the selector and returns its entries, without the one for "no source". An entry's name is its
+	// label: the source's name and the scenes that show it.
+	QList<NamedSource> listSources();
 	// Chooses the entry with this UUID; an empty UUID is the one for "no source". Returns false when there is no
 	// such entry.
 	bool selectSource(const QString &uuid);

@@ -14,11 +14,11 @@
 #include <utility>
 
 #include "dock/QueueControl.hpp"
-#include "dock/paths.hpp"
-#include "dock/text.hpp"
 #include "dock/widgets/SeekSlider.hpp"
 #include "media/FileFinder.hpp"
 #include "media/tags.hpp"
+#include "queue/settings.hpp"
+#include "queue/text.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;

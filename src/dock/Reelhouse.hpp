@@ -17,9 +17,10 @@
 // After Qt's headers: libobs's SIMD shim redefines compiler intrinsics that those pull in.
 #include <obs.hpp>
 
-#include "dock/Track.hpp"
-#include "dock/options.hpp"
-#include "dock/record.hpp"
+#include "queue/Track.hpp"
+#include "queue/options.hpp"
+#include "queue/record.hpp"
+#include "queue/sources.hpp"
 
 class QAction;
 class QComboBox;
@@ -144,7 +145,7 @@ private:
 
 	// Reelhouse_Sources.cpp
 	void refreshSources();
-	void rebuildSelector(const QList<std::pair<QString, QString>> &sources);
+	void rebuildSelector(const QList<reelhouse::NamedSource> &sources);
 	int indexOfChosen() const;
 	void markChosen();
 	void chooseSource();

@@ -11,9 +11,9 @@
 #include <algorithm>
 #include <utility>
 
-#include "dock/text.hpp"
 #include "dock/widgets/TrackListWidget.hpp"
 #include "dock/widgets/TrackRow.hpp"
+#include "queue/text.hpp"
 
 using namespace reelhouse;
 

@@ -7,9 +7,9 @@
 #include <utility>
 
 #include "dock/QueueControl.hpp"
-#include "dock/paths.hpp"
-#include "dock/text.hpp"
 #include "dock/widgets/TrackRow.hpp"
+#include "queue/paths.hpp"
+#include "queue/text.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;

@@ -16,9 +16,9 @@
 
 #include <algorithm>
 
-#include "dock/paths.hpp"
 #include "dock/widgets/TrackDelegate.hpp"
 #include "dock/widgets/TrackListWidget.hpp"
+#include "queue/paths.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;

@@ -10,10 +10,10 @@
 #include <QMessageBox>
 #include <QUrl>
 
-#include "dock/paths.hpp"
-#include "dock/text.hpp"
 #include "dock/widgets/TrackListWidget.hpp"
 #include "platform/reveal.hpp"
+#include "queue/paths.hpp"
+#include "queue/text.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;

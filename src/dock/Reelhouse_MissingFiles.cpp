@@ -8,9 +8,10 @@
 #include <algorithm>
 
 #include "dock/QueueControl.hpp"
-#include "dock/paths.hpp"
-#include "dock/text.hpp"
 #include "media/FileFinder.hpp"
+#include "queue/paths.hpp"
+#include "queue/settings.hpp"
+#include "queue/text.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;

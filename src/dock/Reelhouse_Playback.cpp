@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <utility>
 
-#include "dock/paths.hpp"
-#include "dock/text.hpp"
 #include "dock/widgets/TrackListWidget.hpp"
 #include "dock/widgets/TrackRow.hpp"
 #include "picture/HoldPicture.hpp"
+#include "queue/settings.hpp"
+#include "queue/text.hpp"
 
 using namespace reelhouse;
 

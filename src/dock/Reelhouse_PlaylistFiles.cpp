@@ -5,10 +5,10 @@
 #include <QFileInfo>
 #include <QMessageBox>
 
-#include "dock/paths.hpp"
-#include "dock/text.hpp"
 #include "media/PlaylistFile.hpp"
 #include "media/tags.hpp"
+#include "queue/paths.hpp"
+#include "queue/text.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;

@@ -8,9 +8,9 @@
 #include <cstdlib>
 
 #include "dock/QueueControl.hpp"
-#include "dock/paths.hpp"
-#include "dock/text.hpp"
 #include "dock/widgets/SeekSlider.hpp"
+#include "queue/settings.hpp"
+#include "queue/text.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;
@@ -220,6 +220,6 @@ void Reelhouse::finishSwitch(quint64 serial)
 	Q_EMIT control->switchFinished();
 	OBSSourceAutoRelease source = lockSource();
 	if (sceneSwitchWanted && source)
-		Q_EMIT sceneSwitchRequested(QString::fromUtf8(obs_source_get_uuid(source)));
+		Q_EMIT sceneSwitchRequested(uuidOf(source));
 	bringBackAfterSwitch();
 }

@@ -9,9 +9,9 @@
 
 #include <algorithm>
 
-#include "dock/paths.hpp"
-#include "dock/record.hpp"
-#include "dock/text.hpp"
+#include "queue/record.hpp"
+#include "queue/settings.hpp"
+#include "queue/text.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;

@@ -9,50 +9,24 @@
 #include <algorithm>
 #include <vector>
 
-#include "dock/paths.hpp"
 #include "dock/scenes.hpp"
-#include "dock/text.hpp"
 #include "picture/HoldPicture.hpp"
+#include "queue/privateKeys.hpp"
+#include "queue/settings.hpp"
+#include "queue/sources.hpp"
+#include "queue/text.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;
 
 namespace {
 
-// (display text, UUID) of each source.
-using SourceListing = QList<std::pair<QString, QString>>;
 using ScenesBySource = QHash<QString, QList<QString>>;
 
 bool isVlcSource(obs_source_t *source)
 {
 	const char *id = obs_source_get_unversioned_id(source);
 	return id && strcmp(id, sourceTypeId) == 0;
-}
-
-QString nameOf(obs_source_t *source)
-{
-	return QString::fromUtf8(obs_source_get_name(source));
-}
-
-QString uuidOf(obs_source_t *source)
-{
-	return QString::fromUtf8(obs_source_get_uuid(source));
-}
-
-SourceListing listVlcSources()
-{
-	SourceListing sources;
-	obs_enum_sources(
-		[](void *data, obs_source_t *source) {
-			if (!obs_source_removed(source) && isVlcSource(source))
-				static_cast<SourceListing *>(data)->emplaceBack(nameOf(source), uuidOf(source));
-			return true;
-		},
-		&sources);
-	std::ranges::sort(sources, [](const auto &a, const auto &b) {
-		return QString::localeAwareCompare(a.first, b.first) < 0;
-	});
-	return sources;
 }
 
 using NamedScene = std::pair<QString, OBSSource>;
@@ -99,7 +73,7 @@ void collectSceneSources(obs_source_t *source, const QString &sceneName, ScenesB
 
 namespace {
 
-void labelWithScenes(SourceListing &sources)
+void labelWithScenes(QList<NamedSource> &sources)
 {
 	ScenesBySource scenesBySource;
 	for (const auto &[name, scene] : allScenes()) {
@@ -114,7 +88,7 @@ void labelWithScenes(SourceListing &sources)
 	}
 }
 
-bool showsExactly(const QComboBox *selector, const SourceListing &sources)
+bool showsExactly(const QComboBox *selector, const QList<NamedSource> &sources)
 {
 	if (selector->count() != sources.size() + 1)
 		return false;
@@ -126,16 +100,14 @@ bool showsExactly(const QComboBox *selector, const SourceListing &sources)
 	return true;
 }
 
-// A key of the private settings of the source that was chosen last in its scene collection: the dock's number. There is
-// one dock so far.
-constexpr char chosenKey[] = "OBS-Reelhouse-dock";
+// There is one dock so far.
 constexpr long long dockNumber = 1;
 
 bool isMarked(const QString &uuid)
 {
-	OBSSourceAutoRelease source = obs_get_source_by_uuid(uuid.toUtf8().constData());
+	OBSSourceAutoRelease source = sourceWith(uuid);
 	OBSDataAutoRelease settings = source ? obs_source_get_private_settings(source) : nullptr;
-	return obs_data_get_int(settings, chosenKey) == dockNumber;
+	return obs_data_get_int(settings, dockKey) == dockNumber;
 }
 
 // Returns whether that is a change.
@@ -143,12 +115,12 @@ bool setMark(const QString &uuid, bool marked)
 {
 	if (isMarked(uuid) == marked)
 		return false;
-	OBSSourceAutoRelease source = obs_get_source_by_uuid(uuid.toUtf8().constData());
+	OBSSourceAutoRelease source = sourceWith(uuid);
 	OBSDataAutoRelease settings = source ? obs_source_get_private_settings(source) : nullptr;
 	if (marked && settings)
-		obs_data_set_int(settings, chosenKey, dockNumber);
+		obs_data_set_int(settings, dockKey, dockNumber);
 	else if (settings)
-		obs_data_erase(settings, chosenKey);
+		obs_data_erase(settings, dockKey);
 	return settings != nullptr;
 }
 
@@ -159,14 +131,15 @@ void Reelhouse::refreshSources()
 	if (!isActive())
 		return;
 	const Operation operation(this);
-	SourceListing sources = listVlcSources();
+	QList<NamedSource> sources =
+		namedSources([](obs_source_t *source) { return !obs_source_removed(source) && isVlcSource(source); });
 	if (!sources.isEmpty())
 		labelWithScenes(sources);
 	if (!showsExactly(sourceSelector, sources))
 		rebuildSelector(sources);
 
 	OBSSourceAutoRelease bound = lockSource();
-	const QString boundUuid = bound ? uuidOf(bound) : QString();
+	const QString boundUuid = uuidOf(bound);
 	const QString chosenUuid = sourceSelector->currentData().toString();
 	// The second condition: the bound source is gone, and its queue must be cleared.
 	if (chosenUuid != boundUuid || (!bound && (weakSource || !tracks.isEmpty())))
@@ -175,7 +148,7 @@ void Reelhouse::refreshSources()
 	explainEmptyList();
 }
 
-void Reelhouse::rebuildSelector(const QList<std::pair<QString, QString>> &sources)
+void Reelhouse::rebuildSelector(const QList<NamedSource> &sources)
 {
 	const QSignalBlocker blocker(sourceSelector);
 	sourceSelector->clear();
@@ -258,7 +231,7 @@ void Reelhouse::bindSource(const QString &uuid)
 	weakSource = nullptr;
 	clearQueue();
 
-	OBSSourceAutoRelease source = uuid.isEmpty() ? nullptr : obs_get_source_by_uuid(uuid.toUtf8().constData());
+	OBSSourceAutoRelease source = sourceWith(uuid);
 	if (!source || obs_source_removed(source) || !isVlcSource(source)) {
 		showUnbound();
 		return;

@@ -13,10 +13,10 @@
 #include <algorithm>
 #include <utility>
 
-#include "dock/paths.hpp"
-#include "dock/text.hpp"
 #include "dock/widgets/TrackListWidget.hpp"
 #include "dock/widgets/TrackRow.hpp"
+#include "queue/paths.hpp"
+#include "queue/text.hpp"
 
 using namespace reelhouse;
 
@@ -301,7 +301,7 @@ void Reelhouse::rememberView()
 	OBSSourceAutoRelease source = lockSource();
 	if (!source)
 		return;
-	views.insert(QString::fromUtf8(obs_source_get_uuid(source)),
+	views.insert(uuidOf(source),
 		     ViewState{selectedId(), searchText(), playlistWidget->verticalScrollBar()->value()});
 }
 

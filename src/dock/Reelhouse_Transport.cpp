@@ -9,9 +9,9 @@
 #include <utility>
 
 #include "dock/QueueControl.hpp"
-#include "dock/text.hpp"
 #include "dock/widgets/SeekSlider.hpp"
 #include "dock/widgets/themeIcon.hpp"
+#include "queue/text.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;

@@ -10,7 +10,6 @@
 
 #include <algorithm>
 
-#include "dock/text.hpp"
 #include "dock/widgets/DropGuard.hpp"
 #include "dock/widgets/KeyClaim.hpp"
 #include "dock/widgets/MessageLabel.hpp"
@@ -20,6 +19,7 @@
 #include "dock/widgets/TrackDelegate.hpp"
 #include "dock/widgets/TrackListWidget.hpp"
 #include "dock/widgets/themeIcon.hpp"
+#include "queue/text.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;

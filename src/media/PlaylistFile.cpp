@@ -14,8 +14,8 @@
 #include <algorithm>
 #include <array>
 
-#include "dock/paths.hpp"
-#include "dock/text.hpp"
+#include "queue/paths.hpp"
+#include "queue/text.hpp"
 
 using namespace Qt::StringLiterals;
 

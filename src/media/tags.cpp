@@ -14,8 +14,8 @@
 
 #include <util/threading.h>
 
-#include "dock/paths.hpp"
 #include "media/readFile.hpp"
+#include "queue/paths.hpp"
 
 using namespace Qt::StringLiterals;
 

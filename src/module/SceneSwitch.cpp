@@ -7,6 +7,7 @@
 #include <obs.hpp>
 
 #include "dock/scenes.hpp"
+#include "queue/sources.hpp"
 
 namespace reelhouse {
 
@@ -36,7 +37,7 @@ std::vector<OBSSource> scenesHolding(obs_source_t *target)
 
 void switchScene(const QString &uuid)
 {
-	OBSSourceAutoRelease source = obs_get_source_by_uuid(uuid.toUtf8().constData());
+	OBSSourceAutoRelease source = sourceWith(uuid);
 	if (!source)
 		return;
 	const bool studioMode = obs_frontend_preview_program_mode_active();

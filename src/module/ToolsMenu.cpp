@@ -10,8 +10,8 @@
 #include <obs-module.h>
 
 #include "dock/QueueControl.hpp"
-#include "dock/text.hpp"
 #include "module/TrackText.hpp"
+#include "queue/text.hpp"
 
 using namespace Qt::StringLiterals;
 

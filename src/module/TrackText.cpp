@@ -7,17 +7,15 @@
 #include <obs-frontend-api.h>
 
 #include "dock/QueueControl.hpp"
-#include "dock/paths.hpp"
 #include "media/tags.hpp"
+#include "queue/privateKeys.hpp"
+#include "queue/settings.hpp"
+#include "queue/sources.hpp"
 
 namespace reelhouse {
 
 namespace {
 
-// A key of the VLC source's private settings, for the UUID of the text source.
-constexpr char textSourceKey[] = "OBS-Reelhouse-text";
-// The name of that source. A copy of the scene collection has another UUID.
-constexpr char textSourceNameKey[] = "OBS-Reelhouse-text-name";
 constexpr char textKey[] = "text";
 
 // A kind of text source, and the setting that makes it show a file.
@@ -46,9 +44,9 @@ bool isPlaying(obs_media_state state)
 }
 
 // Does nothing when the text source is gone or already has the text.
-void setText(const QString &uuid, const QString &text)
+void showText(const QString &uuid, const QString &text)
 {
-	OBSSourceAutoRelease source = obs_get_source_by_uuid(uuid.toUtf8().constData());
+	OBSSourceAutoRelease source = sourceWith(uuid);
 	if (!source || !showsItsText(source))
 		return;
 	OBSDataAutoRelease settings = obs_source_get_settings(source);
@@ -73,22 +71,9 @@ TrackText::TrackText(QueueControl *queue_) : QObject(queue_), queue(queue_)
 	connect(&queue->tagReader(), &TagReader::tagsRead, this, &TrackText::update);
 }
 
-QList<TrackText::TextSource> TrackText::textSources()
+QList<NamedSource> TrackText::textSources()
 {
-	QList<TextSource> sources;
-	obs_enum_sources(
-		[](void *data, obs_source_t *source) {
-			if (showsItsText(source))
-				static_cast<QList<TextSource> *>(data)->append(
-					{QString::fromUtf8(obs_source_get_name(source)),
-					 QString::fromUtf8(obs_source_get_uuid(source))});
-			return true;
-		},
-		&sources);
-	std::ranges::sort(sources, [](const TextSource &a, const TextSource &b) {
-		return QString::localeAwareCompare(a.name, b.name) < 0;
-	});
-	return sources;
+	return namedSources(&showsItsText);
 }
 
 QString TrackText::chosen() const
@@ -98,11 +83,11 @@ QString TrackText::chosen() const
 		return {};
 	OBSDataAutoRelease settings = obs_source_get_private_settings(source);
 	const QString uuid = textIn(settings, textSourceKey);
-	OBSSourceAutoRelease byUuid = obs_get_source_by_uuid(uuid.toUtf8().constData());
+	OBSSourceAutoRelease byUuid = sourceWith(uuid);
 	if (uuid.isEmpty() || byUuid)
 		return uuid;
 	OBSSourceAutoRelease byName = obs_get_source_by_name(obs_data_get_string(settings, textSourceNameKey));
-	return byName && showsItsText(byName) ? QString::fromUtf8(obs_source_get_uuid(byName)) : uuid;
+	return byName && showsItsText(byName) ? uuidOf(byName) : uuid;
 }
 
 void TrackText::choose(const QString &uuid)
@@ -111,7 +96,7 @@ void TrackText::choose(const QString &uuid)
 	if (!source || !queue->isActive())
 		return;
 	OBSDataAutoRelease settings = obs_source_get_private_settings(source);
-	OBSSourceAutoRelease text = obs_get_source_by_uuid(uuid.toUtf8().constData());
+	OBSSourceAutoRelease text = sourceWith(uuid);
 	obs_data_erase(settings, textSourceKey);
 	obs_data_erase(settings, textSourceNameKey);
 	if (text) {
@@ -134,11 +119,11 @@ void TrackText::update()
 {
 	const QString target = chosen();
 	if (!shownIn.isEmpty() && shownIn != target)
-		setText(shownIn, QString());
+		showText(shownIn, QString());
 	shownIn = target;
 	// During a switch, the source's state still belongs to the previous track.
 	if (!target.isEmpty() && !queue->isSwitching())
-		setText(target, text());
+		showText(target, text());
 }
 
 QString TrackText::text() const

@@ -1,9 +1,10 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #pragma once
 
-#include <QList>
 #include <QObject>
 #include <QString>
+
+#include "queue/sources.hpp"
 
 namespace reelhouse {
 
@@ -13,15 +14,10 @@ class QueueControl;
 // source name that text source. User-interface thread.
 class TrackText : public QObject {
 public:
-	struct TextSource {
-		QString name;
-		QString uuid;
-	};
-
 	explicit TrackText(QueueControl *queue);
 
 	// Returns the text sources of the scene collection, sorted by name, without those that show a file.
-	static QList<TextSource> textSources();
+	static QList<NamedSource> textSources();
 
 	// Returns the UUID of the text source that was chosen for the bound source; empty for none. That source may be
 	// gone.

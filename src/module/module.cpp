@@ -1,11 +1,11 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
-#include "module/module.hpp"
+#include <QPointer>
 
 #include <obs-frontend-api.h>
 #include <obs-module.h>
 #include <util/util.hpp>
 
-#include "module/FrontendEvents.hpp"
+#include "dock/Reelhouse.hpp"
 #include "module/SceneSwitch.hpp"
 #include "module/ToolsMenu.hpp"
 #include "picture/HoldPicture.hpp"
@@ -19,16 +19,15 @@ OBS_DECLARE_MODULE()
 OBS_MODULE_USE_DEFAULT_LOCALE("obs-reelhouse", "en-US")
 OBS_MODULE_AUTHOR("The Reelhouse developers")
 
-namespace reelhouse {
-
-QPointer<Reelhouse> dock;
-bool exiting = false;
-
-} // namespace reelhouse
-
 using namespace reelhouse;
 
 namespace {
+
+// User-interface thread only. The dock is null before it is made and after it is destroyed, which the frontend may do
+// with its dock widget.
+QPointer<Reelhouse> dock;
+// The frontend has announced its exit and may be gone.
+bool exiting = false;
 
 constexpr char dockId[] = "OBS-Reelhouse";
 
@@ -52,6 +51,34 @@ QString settingsPath()
 {
 	const BPtr<char> path = obs_module_get_config_path(obs_current_module(), "settings.json");
 	return QString::fromUtf8(path.Get());
+}
+
+// Suspends, resumes and shuts down the dock as scene collections come and go. The frontend calls it on the
+// user-interface thread.
+void frontendEvent(obs_frontend_event event, void *)
+{
+	if (!dock)
+		return;
+	switch (event) {
+	case OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED:
+	case OBS_FRONTEND_EVENT_FINISHED_LOADING:
+		dock->resume();
+		break;
+	case OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING:
+	case OBS_FRONTEND_EVENT_SCENE_COLLECTION_CLEANUP:
+		dock->suspend();
+		break;
+	case OBS_FRONTEND_EVENT_SCRIPTING_SHUTDOWN:
+		RemoteControl::close();
+		break;
+	case OBS_FRONTEND_EVENT_EXIT:
+		RemoteControl::close();
+		exiting = true;
+		dock->shutdown();
+		break;
+	default:
+		break;
+	}
 }
 
 } // namespace

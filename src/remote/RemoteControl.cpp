@@ -99,12 +99,10 @@ void handleRequest(obs_data_t *data, obs_data_t *responseData, void *endpoint)
 // Refuses a request that names another source than the bound one.
 void checkSource(Request &request, obs_source_t *source)
 {
-	const bool otherName = request.has("sourceName") &&
-			       request.text("sourceName") != QString::fromUtf8(obs_source_get_name(source));
-	const bool otherUuid = request.has("sourceUuid") &&
-			       request.text("sourceUuid") != QString::fromUtf8(obs_source_get_uuid(source));
+	const bool otherName = request.has("sourceName") && request.text("sourceName") != nameOf(source);
+	const bool otherUuid = request.has("sourceUuid") && request.text("sourceUuid") != uuidOf(source);
 	if (otherName || otherUuid)
-		request.refuse(Refusal::OtherSource, QString::fromUtf8(obs_source_get_name(source)));
+		request.refuse(Refusal::OtherSource, nameOf(source));
 }
 
 } // namespace

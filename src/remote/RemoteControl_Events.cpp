@@ -38,13 +38,8 @@ std::span<const char *const> RemoteControl::events()
 RemoteControl::State RemoteControl::stateOf(const QueueControl &queue)
 {
 	OBSSourceAutoRelease source = queue.lockSource();
-	return {source ? QString::fromUtf8(obs_source_get_uuid(source)) : QString(),
-		source ? QString::fromUtf8(obs_source_get_name(source)) : QString(),
-		queue.tracks(),
-		queue.currentId(),
-		queue.endMode(),
-		queue.options(),
-		queue.foundFiles()};
+	return {uuidOf(source),  nameOf(source),  queue.tracks(),    queue.currentId(),
+		queue.endMode(), queue.options(), queue.foundFiles()};
 }
 
 // The plug-in drops events until OBS has told it of the new scene collection, perhaps after us. So tell everything once

@@ -6,7 +6,8 @@
 #include <span>
 #include <vector>
 
-#include "dock/paths.hpp"
+#include "queue/paths.hpp"
+#include "queue/settings.hpp"
 #include "remote/values.hpp"
 
 namespace reelhouse {
@@ -186,10 +187,10 @@ void getVersion(Request &request)
 void getSources(Request &request)
 {
 	OBSDataArrayAutoRelease array = obs_data_array_create();
-	const QList<QueueControl::ListedSource> sources = request.queue.listSources();
+	const QList<NamedSource> sources = request.queue.listSources();
 	OBSSourceAutoRelease bound = request.queue.lockSource();
 	for (const auto &[label, uuid] : sources) {
-		OBSSourceAutoRelease source = obs_get_source_by_uuid(uuid.toUtf8().constData());
+		OBSSourceAutoRelease source = sourceWith(uuid);
 		OBSDataAutoRelease item = obs_data_create();
 		setSource(item, source);
 		setText(item, "label", label);
@@ -210,7 +211,7 @@ void selectSource(Request &request)
 	QString uuid = wanted;
 	if (byName) {
 		OBSSourceAutoRelease source = obs_get_source_by_name(wanted.toUtf8().constData());
-		uuid = source ? QString::fromUtf8(obs_source_get_uuid(source)) : QString();
+		uuid = uuidOf(source);
 	}
 	// An empty UUID means "no source". An unknown name must not mean it.
 	if ((byName && uuid.isEmpty()) || !request.queue.selectSource(uuid))

@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
-#include "dock/paths.hpp"
-#include "dock/text.hpp"
+#include "queue/settings.hpp"
+#include "queue/text.hpp"
 #include "remote/values.hpp"
 
 namespace reelhouse {

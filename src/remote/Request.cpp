@@ -3,7 +3,7 @@
 
 #include <array>
 
-#include "dock/text.hpp"
+#include "queue/text.hpp"
 #include "remote/values.hpp"
 
 using namespace Qt::StringLiterals;

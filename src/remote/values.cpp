@@ -3,7 +3,8 @@
 
 #include <array>
 
-#include "dock/paths.hpp"
+#include "queue/paths.hpp"
+#include "queue/settings.hpp"
 
 namespace reelhouse {
 
@@ -58,8 +59,8 @@ void setOptions(obs_data_t *data, const QueueOptions &options)
 
 void setSource(obs_data_t *data, obs_source_t *source)
 {
-	obs_data_set_string(data, "sourceName", source ? obs_source_get_name(source) : "");
-	obs_data_set_string(data, "sourceUuid", source ? obs_source_get_uuid(source) : "");
+	setText(data, "sourceName", nameOf(source));
+	setText(data, "sourceUuid", uuidOf(source));
 }
 
 void setTrack(obs_data_t *data, qsizetype index, const Track &track)

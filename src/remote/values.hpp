@@ -6,8 +6,9 @@
 #include <optional>
 
 #include "dock/QueueControl.hpp"
-#include "dock/paths.hpp"
 #include "media/tags.hpp"
+#include "queue/settings.hpp"
+#include "queue/sources.hpp"
 
 namespace reelhouse {
 

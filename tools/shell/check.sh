@@ -62,6 +62,7 @@ lint_inside() {
 	format_inside --dry-run --Werror || faults+=(format)
 	shellcheck --external-sources --check-sourced dev .ci/run || faults+=(scripts)
 	flake8 tools tests bench || faults+=(Python)
+	python3 tools/rooms.py || faults+=("who includes whom")
 	say "checking the pages"
 	install_js
 	build dev --target pages

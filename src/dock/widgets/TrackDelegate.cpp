@@ -9,8 +9,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "dock/Track.hpp"
-#include "dock/text.hpp"
+#include "dock/widgets/TrackRow.hpp"
+#include "queue/text.hpp"
 
 using namespace Qt::StringLiterals;
 

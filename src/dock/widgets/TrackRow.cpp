@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "dock/widgets/TrackRow.hpp"
 
-#include "dock/paths.hpp"
-#include "dock/text.hpp"
+#include "queue/paths.hpp"
+#include "queue/text.hpp"
 
 namespace reelhouse {
 

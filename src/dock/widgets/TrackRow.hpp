@@ -3,9 +3,12 @@
 
 #include <QListWidgetItem>
 
-#include "dock/Track.hpp"
+#include "queue/Track.hpp"
 
 namespace reelhouse {
+
+// Data roles of a row.
+enum TrackRole { IdRole = Qt::UserRole, PathRole, SizeRole };
 
 // A row of the list, which owns it. It makes the data of each role on demand: with stored data, a long queue takes 1.5
 // times as long to show.

@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "dock/Track.hpp"
+#include "queue/Track.hpp"
 
 // After Qt's headers, see Reelhouse.hpp.
 #include <obs.hpp>

@@ -1,18 +1,17 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
-#include "dock/record.hpp"
+#include "queue/record.hpp"
 
 #include <QHash>
-#include <QUuid>
 
 #include <algorithm>
 
-#include "dock/paths.hpp"
+#include "queue/privateKeys.hpp"
+#include "queue/settings.hpp"
 
 namespace reelhouse {
 
 namespace {
 
-constexpr char recordKey[] = "OBS-Reelhouse";
 constexpr int recordVersion = 1;
 constexpr char versionKey[] = "version";
 constexpr char tracksKey[] = "tracks";
@@ -27,7 +26,6 @@ constexpr char endModeKey[] = "endMode";
 constexpr long long lastEndMode = 2;
 
 // A replaced queue is stored as its record with the three keys below added.
-constexpr char replacedKey[] = "OBS-Reelhouse-replaced";
 constexpr char untouchedKey[] = "untouched";
 constexpr char presentUntouchedKey[] = "presentUntouched";
 constexpr char leftoverKey[] = "leftover";
@@ -74,11 +72,6 @@ QString onlyId(const QList<Track> &tracks)
 }
 
 } // namespace
-
-Track Track::fromPath(const QString &path)
-{
-	return {QUuid::createUuid().toString(QUuid::WithoutBraces), path};
-}
 
 OBSDataAutoRelease storedRecord(obs_data_t *privateSettings)
 {

@@ -1,27 +1,9 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
-#include "dock/paths.hpp"
+#include "queue/settings.hpp"
 
-#include <QUrl>
-
-#include <optional>
-
-using namespace Qt::StringLiterals;
+#include "queue/paths.hpp"
 
 namespace reelhouse {
-
-namespace {
-
-// Returns the local path of a file URL, which may be empty, and nothing for any other entry. Check the scheme first:
-// most entries are plain paths, and parsing each as a URL costs more than the rest of its row.
-std::optional<QString> fileUrlPath(const QString &path)
-{
-	if (!path.startsWith("file:"_L1, Qt::CaseInsensitive))
-		return std::nullopt;
-	const QUrl url(path, QUrl::TolerantMode);
-	return url.isLocalFile() ? std::optional(url.toLocalFile()) : std::nullopt;
-}
-
-} // namespace
 
 QString textIn(obs_data_t *data, const char *key)
 {
@@ -76,11 +58,6 @@ OBSDataArrayAutoRelease pathArray(const QList<QString> &paths)
 	return array;
 }
 
-QString localFilePath(const QString &path)
-{
-	return fileUrlPath(path).value_or(path.contains("://"_L1) ? QString() : path);
-}
-
 OBSDataArrayAutoRelease movedItems(obs_data_array_t *items, const QHash<QString, QString> &places)
 {
 	bool anyMoved = false;
@@ -102,26 +79,6 @@ OBSDataArrayAutoRelease movedItems(obs_data_array_t *items, const QHash<QString,
 		anyMoved = true;
 	}
 	return anyMoved ? std::move(moved) : nullptr;
-}
-
-QString movedPath(const QString &path, const QHash<QString, QString> &places)
-{
-	const QString place = places.value(localFilePath(path));
-	return place.isEmpty() || place == localFilePath(path) ? path : place;
-}
-
-bool isTooLong(const QString &path)
-{
-	constexpr qsizetype maxBytes = 64 * 1024;
-	return path.size() > maxBytes || path.toUtf8().size() > maxBytes;
-}
-
-QString labelFor(const QString &path, bool current)
-{
-	const QString file = fileUrlPath(path).value_or(path);
-	const QString name = file.sliced(file.lastIndexOf(u'/') + 1);
-	const QString &label = name.isEmpty() ? path : name;
-	return current ? u"▶\uFE0E "_s + label : label;
 }
 
 } // namespace reelhouse

@@ -11,9 +11,6 @@ inline constexpr qint64 SizeNotLocal = -1; // the path names no local file
 inline constexpr qint64 SizeUnknown = -2;  // not measured yet; never stored
 inline constexpr qint64 SizeMissing = -3;  // the local path names no regular file
 
-// Data roles of a list row.
-enum TrackRole { IdRole = Qt::UserRole, PathRole, SizeRole };
-
 // What happens when a track ends. The record stores these numbers.
 enum EndMode { EndStop, EndNext, EndRepeat };
 

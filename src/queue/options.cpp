@@ -1,11 +1,12 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
-#include "dock/options.hpp"
+#include "queue/options.hpp"
+
+#include "queue/privateKeys.hpp"
 
 namespace reelhouse {
 
 namespace {
 
-constexpr char optionsKey[] = "OBS-Reelhouse-options";
 constexpr char skipFailedKey[] = "skipFailed";
 constexpr char startAgainKey[] = "startAgain";
 

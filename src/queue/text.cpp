@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
-#include "dock/text.hpp"
+#include "queue/text.hpp"
 
 #include <algorithm>
 

@@ -119,19 +119,12 @@ void QueueControl::followEditElsewhere()
 
 QList<QString> QueueControl::insertFiles(const QList<QString> &paths, qsizetype position)
 {
-	const Reelhouse::Operation operation(dock);
-	const QList<QString> ids = dock->insertTracks(paths, position);
-	if (ids.isEmpty())
-		return ids;
-	dock->updateListKeepingView();
-	dock->storeQueue();
-	dock->clearError();
-	return ids;
+	return dock->insertTracks(paths, position, [this](const QString &) { dock->updateListKeepingView(); });
 }
 
 qsizetype QueueControl::removeTracks(const QSet<QString> &ids)
 {
-	return dock->takeTracks(ids, [this] { dock->updateListKeepingView(); });
+	return dock->takeTracks(ids, [this](const QString &) { dock->updateListKeepingView(); });
 }
 
 bool QueueControl::canUndoRemove() const
@@ -141,14 +134,7 @@ bool QueueControl::canUndoRemove() const
 
 qsizetype QueueControl::undoRemove()
 {
-	const Reelhouse::Operation operation(dock);
-	const qsizetype count = dock->removed.size();
-	if (dock->putTracksBack().isEmpty())
-		return 0;
-	dock->updateListKeepingView();
-	dock->storeQueue();
-	dock->clearError();
-	return count;
+	return dock->putTracksBack([this](const QString &) { dock->updateListKeepingView(); });
 }
 
 void QueueControl::moveTrack(const QString &id, int index)

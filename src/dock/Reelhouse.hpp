@@ -163,7 +163,7 @@ private:
 	void loadQueue(obs_source_t *source, bool force);
 	void rebuildQueue(obs_source_t *source, const QList<QString> &paths);
 	void takeRecord(const reelhouse::Record &record);
-	void showLoaded(const QString &selectId);
+	void finishLoad(const QString &selectId);
 	void storeQueue();
 	void requestSave();
 	void setOptions(const reelhouse::QueueOptions &chosen);
@@ -289,11 +289,13 @@ private:
 	void addFiles();
 	void appendFiles(const QList<QString> &paths);
 	void clearSearchSilently();
-	QList<QString> insertTracks(const QList<QString> &paths, qsizetype position);
+	// Shows the rows after an edit; the id is that of the track which a user's edit makes the current row.
+	using ShowRows = std::function<void(const QString &id)>;
+	QList<QString> insertTracks(const QList<QString> &paths, qsizetype position, const ShowRows &showRows);
 	void removeSelected();
-	qsizetype takeTracks(const QSet<QString> &ids, const std::function<void()> &showRows);
+	qsizetype takeTracks(const QSet<QString> &ids, const ShowRows &showRows);
 	void undoRemove();
-	QString putTracksBack();
+	qsizetype putTracksBack(const ShowRows &showRows);
 	void moveSelected(int delta);
 	void orderChanged();
 

@@ -39,18 +39,17 @@ void Reelhouse::appendFiles(const QList<QString> &paths)
 {
 	const Operation operation(this);
 	followEditElsewhere();
-	const QList<QString> ids = insertTracks(paths, tracks.size());
-	if (ids.isEmpty())
-		return;
-	clearSearchSilently();
-	rebuildList(ids.constLast());
-	playlistWidget->scrollToItem(playlistWidget->currentItem(), QAbstractItemView::EnsureVisible);
-	storeQueue();
-	clearError();
+	insertTracks(paths, tracks.size(), [this](const QString &lastId) {
+		clearSearchSilently();
+		rebuildList(lastId);
+		playlistWidget->scrollToItem(playlistWidget->currentItem(), QAbstractItemView::EnsureVisible);
+	});
 }
 
-QList<QString> Reelhouse::insertTracks(const QList<QString> &paths, qsizetype position)
+// Returns the ids of the new tracks.
+QList<QString> Reelhouse::insertTracks(const QList<QString> &paths, qsizetype position, const ShowRows &showRows)
 {
+	const Operation operation(this);
 	OBSSourceAutoRelease source = lockActive();
 	if (!source || paths.isEmpty())
 		return {};
@@ -65,6 +64,9 @@ QList<QString> Reelhouse::insertTracks(const QList<QString> &paths, qsizetype po
 	tracks = std::move(merged);
 	changePending = true;
 	markTouched();
+	showRows(ids.constLast());
+	storeQueue();
+	clearError();
 	return ids;
 }
 
@@ -83,16 +85,12 @@ void Reelhouse::clearSearchSilently()
 void Reelhouse::removeSelected()
 {
 	const Operation operation(this);
-	takeTracks(followTracks(playlistWidget->selectedIds()), [this] {
-		QString next;
-		if (!tracks.isEmpty())
-			next = tracks.at(std::min<qsizetype>(tracks.size() - 1, removed.constFirst().index)).id;
-		rebuildList(next);
-	});
+	takeTracks(followTracks(playlistWidget->selectedIds()), [this](const QString &nextId) { rebuildList(nextId); });
 }
 
-// Moves the tracks from the queue to the undo list. Stops playback if the current track is among them.
-qsizetype Reelhouse::takeTracks(const QSet<QString> &ids, const std::function<void()> &showRows)
+// Moves the tracks from the queue to the undo list, and returns how many. Stops playback if the current track is among
+// them. The row to show is that of the track that follows the first removed one, or else the last.
+qsizetype Reelhouse::takeTracks(const QSet<QString> &ids, const ShowRows &showRows)
 {
 	const Operation operation(this);
 	OBSSourceAutoRelease source = lockActive();
@@ -121,7 +119,8 @@ qsizetype Reelhouse::takeTracks(const QSet<QString> &ids, const std::function<vo
 		currentId.clear();
 		stopPlayback();
 	}
-	showRows();
+	const qsizetype next = std::min<qsizetype>(tracks.size() - 1, removed.constFirst().index);
+	showRows(next < 0 ? QString() : tracks.at(next).id);
 	if (!stops)
 		storeQueue();
 	clearError();
@@ -130,21 +129,17 @@ qsizetype Reelhouse::takeTracks(const QSet<QString> &ids, const std::function<vo
 
 void Reelhouse::undoRemove()
 {
-	const Operation operation(this);
-	const QString firstId = putTracksBack();
-	if (firstId.isEmpty())
-		return;
-	rebuildList(firstId);
-	storeQueue();
-	clearError();
+	putTracksBack([this](const QString &firstId) { rebuildList(firstId); });
 }
 
-// Returns the id of the first restored track; an empty string when there is nothing to undo.
-QString Reelhouse::putTracksBack()
+// Returns the number of restored tracks.
+qsizetype Reelhouse::putTracksBack(const ShowRows &showRows)
 {
+	const Operation operation(this);
 	OBSSourceAutoRelease source = lockActive();
 	if (!source || removed.isEmpty())
-		return {};
+		return 0;
+	const qsizetype count = removed.size();
 	QList<Track> merged;
 	merged.reserve(tracks.size() + removed.size());
 	const QString firstId = removed.constFirst().track.id;
@@ -159,7 +154,10 @@ QString Reelhouse::putTracksBack()
 	tracks = std::move(merged);
 	changePending = true;
 	markTouched();
-	return firstId;
+	showRows(firstId);
+	storeQueue();
+	clearError();
+	return count;
 }
 
 void Reelhouse::moveSelected(int delta)

@@ -87,7 +87,7 @@ void Reelhouse::updateMenuActions(bool active, const QString &selected)
 	restorePlaylistAction->setEnabled(active && canRestore());
 	// An open menu acts only on the rows that it was opened on. Disable its actions when these rows are gone.
 	if (menuRows) {
-		if (!active || !playlistWidget->showsAny(menuRows->selected)) {
+		if (!active || playlistWidget->shownRows(menuRows->selected).isEmpty()) {
 			for (QAction *action : {removeAction, openFolderAction, moveUpAction, moveDownAction,
 						moveTopAction, moveBottomAction})
 				action->setEnabled(false);

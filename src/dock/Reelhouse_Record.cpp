@@ -101,7 +101,7 @@ void Reelhouse::loadQueue(obs_source_t *source, bool force)
 	observed = paths;
 	if (currentIndex() < 0)
 		currentId.clear();
-	showLoaded(selected);
+	finishLoad(selected);
 }
 
 void Reelhouse::takeRecord(const Record &record)
@@ -129,8 +129,8 @@ void Reelhouse::rebuildQueue(obs_source_t *source, const QList<QString> &paths)
 	storeReplacedQueue(source);
 }
 
-// The last steps for a new queue, from a record or from a playlist.
-void Reelhouse::showLoaded(const QString &selectId)
+// The last steps for a new queue, from a record or from a playlist: shows and stores it.
+void Reelhouse::finishLoad(const QString &selectId)
 {
 	if (originalBehavior.isEmpty())
 		originalBehavior = u"stop_restart"_s;
@@ -348,7 +348,7 @@ void Reelhouse::takeReplaced(obs_source_t *source, Record record)
 		  areDocksOwn(obs_data_get_bool(settings, loopKey), obs_data_get_bool(settings, shuffleKey),
 			      textIn(settings, behaviorKey));
 	playbackArmed = false;
-	showLoaded(currentId);
+	finishLoad(currentId);
 }
 
 // Returns the id of the track that the source holds, if its playlist is one entry; else an empty string. Prefers the

@@ -181,7 +181,7 @@ void ReplacedQueue::write(obs_data_t *privateSettings) const
 	obs_data_set_obj(privateSettings, replacedKey, record);
 	obs_data_set_bool(record, untouchedKey, isUntouched);
 	obs_data_set_bool(record, presentUntouchedKey, presentUntouched);
-	setText(record, leftoverKey, singleTrackId);
+	setText(record, leftoverKey, leftoverId);
 }
 
 void ReplacedQueue::moveTracks(const QHash<QString, QString> &places) const
@@ -199,12 +199,12 @@ ReplacedQueue replaceQueue(obs_data_t *stored, const QList<Track> &rebuilt, cons
 	bool isWhole = false;
 	const QList<Track> before = readRecord(stored, &isWhole).tracks;
 	const bool isUsable = isWhole && isReadable(stored);
-	const bool isSingleOfEdit = before.size() == 1 && before.constFirst().id == replaced.singleTrackId;
+	const bool isSingleOfEdit = before.size() == 1 && before.constFirst().id == replaced.leftoverId;
 	ReplacedQueue next = replaced;
 	if (isUsable && std::ranges::equal(before, rebuilt, {}, &Track::path, &Track::path)) {
 		// The rebuilt queue has the same entries, with new ids.
 		if (isSingleOfEdit)
-			next.singleTrackId = onlyId(rebuilt);
+			next.leftoverId = onlyId(rebuilt);
 		return next;
 	}
 	// Even an unreadable record is better than nothing to bring back.
@@ -214,7 +214,7 @@ ReplacedQueue replaceQueue(obs_data_t *stored, const QList<Track> &rebuilt, cons
 		next.isUntouched = false;
 	}
 	next.presentUntouched = true;
-	next.singleTrackId = onlyId(rebuilt);
+	next.leftoverId = onlyId(rebuilt);
 	return next;
 }
 

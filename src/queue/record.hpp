@@ -60,7 +60,7 @@ struct ReplacedQueue {
 	OBSData record = nullptr;      // the record of the replaced queue; null when there is none
 	bool isUntouched = false;      // it was untouched when the user exchanged it for another queue
 	bool presentUntouched = false; // the queue in the dock is untouched
-	QString singleTrackId;         // the id of the only entry, if an edit elsewhere made a queue of one; else empty
+	QString leftoverId;            // the id of the only entry, if an edit elsewhere made a queue of one; else empty
 
 	static ReplacedQueue read(obs_data_t *privateSettings);
 	// Does nothing when record is null.

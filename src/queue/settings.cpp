@@ -47,12 +47,12 @@ bool holdsPaths(obs_data_t *settings, const char *key, const QList<QString> &pat
 	return path == paths.cend();
 }
 
-OBSDataArrayAutoRelease pathArray(const QList<QString> &paths)
+OBSDataArrayAutoRelease textArray(const QList<QString> &texts, const char *key)
 {
 	OBSDataArrayAutoRelease array = obs_data_array_create();
-	for (const QString &path : paths) {
+	for (const QString &text : texts) {
 		OBSDataAutoRelease item = obs_data_create();
-		setText(item, valueKey, path);
+		setText(item, key, text);
 		obs_data_array_push_back(array, item);
 	}
 	return array;

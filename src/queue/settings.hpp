@@ -32,8 +32,13 @@ QList<QString> pathsIn(obs_data_t *settings, const char *key);
 // some text differs or is not valid UTF-8.
 bool holdsPaths(obs_data_t *settings, const char *key, const QList<QString> &paths);
 
-// Returns a new array with one object per path, under "value". The caller owns the reference.
-OBSDataArrayAutoRelease pathArray(const QList<QString> &paths);
+// Returns a new array with one object per text, under the key in each. The caller owns the reference.
+OBSDataArrayAutoRelease textArray(const QList<QString> &texts, const char *key);
+// The same for the paths of a playlist, under "value".
+inline OBSDataArrayAutoRelease pathArray(const QList<QString> &paths)
+{
+	return textArray(paths, valueKey);
+}
 
 // Returns the items of a playlist array with new paths: movedPath() tells them. Items that stay are shared with the array. Null if all stay. The caller owns the reference.
 OBSDataArrayAutoRelease movedItems(obs_data_array_t *items, const QHash<QString, QString> &places);

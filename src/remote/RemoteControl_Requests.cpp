@@ -27,24 +27,10 @@ qsizetype findTrack(Request &request, const QString &id)
 
 OBSDataArrayAutoRelease nameArray(const char *key, std::span<const char *const> names)
 {
-	OBSDataArrayAutoRelease array = obs_data_array_create();
-	for (const char *name : names) {
-		OBSDataAutoRelease item = obs_data_create();
-		obs_data_set_string(item, key, name);
-		obs_data_array_push_back(array, item);
-	}
-	return array;
-}
-
-OBSDataArrayAutoRelease idArray(const QList<QString> &ids)
-{
-	OBSDataArrayAutoRelease array = obs_data_array_create();
-	for (const QString &id : ids) {
-		OBSDataAutoRelease item = obs_data_create();
-		setText(item, "id", id);
-		obs_data_array_push_back(array, item);
-	}
-	return array;
+	QList<QString> texts;
+	for (const char *name : names)
+		texts.append(QString::fromUtf8(name));
+	return textArray(texts, key);
 }
 
 OBSDataArrayAutoRelease upcomingArray(const QueueControl &queue)
@@ -308,7 +294,7 @@ void addTracks(Request &request)
 	if (request.isRefused())
 		return;
 	request.respond([ids = request.queue.insertFiles(paths, position)](obs_data_t *data) {
-		OBSDataArrayAutoRelease array = idArray(ids);
+		OBSDataArrayAutoRelease array = textArray(ids, "id");
 		obs_data_set_array(data, "ids", array);
 	});
 }

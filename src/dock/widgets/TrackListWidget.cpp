@@ -136,15 +136,6 @@ QSet<QString> TrackListWidget::selectedIds() const
 	return ids;
 }
 
-bool TrackListWidget::showsAny(const QSet<QString> &ids) const
-{
-	for (int row = 0; row < count(); row++) {
-		if (ids.contains(trackRow(row)->id()) && !isRowHidden(row))
-			return true;
-	}
-	return false;
-}
-
 QList<int> TrackListWidget::shownRows(const QSet<QString> &ids) const
 {
 	QList<int> rows;

@@ -29,7 +29,8 @@ public:
 	// These four ignore rows that the search hides. Returns the selected rows in ascending order.
 	QList<int> selectedRows() const;
 	QSet<QString> selectedIds() const;
-	bool showsAny(const QSet<QString> &ids) const;
+	// Returns the rows with these ids.
+	QList<int> shownRows(const QSet<QString> &ids) const;
 	// Selects exactly the rows with these ids. The row with currentId becomes the current row, or else the first of
 	// them. Returns false and changes nothing when there is no such row.
 	bool selectRows(const QSet<QString> &ids, const QString &currentId);
@@ -44,7 +45,6 @@ protected:
 	void paintEvent(QPaintEvent *event) override;
 
 private:
-	QList<int> shownRows(const QSet<QString> &ids) const;
 	void moveRowsTo(int target);
 	void rowsMoved();
 	void paintEmptyText();

@@ -221,7 +221,8 @@ void Story::expectToldTheState(bool settled)
 		const int position = queue["currentIndex"_L1].toInt() + 1;
 		EXPECT_EQ(deck["total"_L1], QString::number(queue["total"_L1].toInt()));
 		EXPECT_EQ(deck["position"_L1], position ? QString::number(position) : QString());
-		EXPECT_EQ(deck["canUndo"_L1] == u"on"_s, queue["canUndo"_L1].toBool());
+		for (const QLatin1String flag : {"canUndo"_L1, "canBringBack"_L1, "skipFailed"_L1, "startAgain"_L1})
+			EXPECT_EQ(deck[flag] == u"on"_s, queue[flag].toBool()) << flag.data();
 	}
 }
 

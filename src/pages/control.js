@@ -44,6 +44,9 @@ class Control {
 			this.writeCount();
 		};
 		element("undo").onclick = () => this.act(element("undo"), "UndoRemove");
+		element("skip-failed").onchange = ({ target }) => this.act(target, "SetSkipFailed", { enabled: target.checked });
+		element("start-again").onchange = ({ target }) => this.act(target, "SetStartAgain", { enabled: target.checked });
+		element("shuffle").onclick = () => this.act(element("shuffle"), "ShuffleQueue");
 		element("bring-back").onclick = () => this.act(element("bring-back"), "BringBackReplacedQueue");
 		element("open-options").onclick = () => element("options").showModal();
 		element("now").onclick = () => this.list.show(this.list.currentId);
@@ -160,14 +163,17 @@ class Control {
 	}
 
 	show() {
-		const { currentId = "", title, artist, durationMs, canUndo, canBringBack } = this.head ?? {};
+		const { currentId = "", title, artist, durationMs, canUndo, canBringBack, skipFailed, startAgain } = this.head ?? {};
 		if (currentId && (title || artist || durationMs >= 0))
 			this.list.known.set(currentId, { title, artist, durationMs });
 		this.list.setCurrent(currentId);
 		this.player.show(this.head);
 		element("undo").disabled = !canUndo;
 		element("bring-back").disabled = !canBringBack;
-		element("open-add").disabled = !this.head;
+		for (const id of ["open-add", "skip-failed", "start-again", "shuffle"])
+			element(id).disabled = !this.head;
+		element("skip-failed").checked = skipFailed;
+		element("start-again").checked = startAgain;
 		this.writeCount();
 	}
 

@@ -61,6 +61,8 @@ RemoteControl::Texts RemoteControl::stateTexts() const
 		{"position", index < 0 ? QString() : QString::number(index + 1)},
 		{"total", QString::number(queue->tracks().size())},
 		{"failed", failedTitle},
+		{"skipFailed", flagWord(queue->options().skipFailed)},
+		{"startAgain", flagWord(queue->options().startAgain)},
 		{"canUndo", flagWord(queue->canUndoRemove())},
 		{"canBringBack", flagWord(queue->canBringBack())},
 	};

@@ -101,6 +101,17 @@ def play_through(hand, paths):
     soon("the end mode in the dock", lambda: hand.obs.widget("endMode").name, "Repeat")
     hand.obs.choose("endMode", "Play Next")
     soon("the end mode on the page", lambda: page.look("element('end-mode').value"), "next")
+    page.tap("#open-options")
+    page.tap("#skip-failed")
+    soon("the option in the dock", lambda: hand.obs.client.dock("GetQueue", limit=0)["skipFailed"], True)
+    hand.obs.client.dock("SetStartAgain", enabled=True)
+    soon("the other option on the page", lambda: page.look("element('start-again').checked"), True)
+    before = hand.names()
+    page.tap("#shuffle")
+    wait_for("another order", lambda: hand.names() != before)
+    page.tap("#bring-back")
+    page.tap("#options [type=submit]")
+    hand.sees("the old order", before)
 
 
 def check_accessibility(show, page):

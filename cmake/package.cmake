@@ -6,8 +6,12 @@ set(CPACK_PACKAGE_DIRECTORY "${PROJECT_BINARY_DIR}/packages")
 # Raise it to pack the same version again; set it to 1 with a new version. The file names hold both, so packages for
 # several hosts stay beside each other.
 set(package_revision 2)
+# Another major version of libavformat has another file name, and the archive has no package manager that would find it.
+if(LIBAV_FOUND)
+  set(libav_name "-libavformat${libavformat_major}")
+endif()
 set(package_file_name "${PROJECT_NAME}-${PROJECT_VERSION}-${package_revision}-obs${host_obs_version}\
--qt${host_qt_version}-${CMAKE_SYSTEM_PROCESSOR}")
+-qt${host_qt_version}${libav_name}-${CMAKE_SYSTEM_PROCESSOR}")
 set(CPACK_PACKAGE_FILE_NAME "${package_file_name}")
 set(CPACK_DEBIAN_PACKAGE_RELEASE "${package_revision}+obs${host_obs_version}")
 set(CPACK_PACKAGE_CONTACT "${project_contact}")

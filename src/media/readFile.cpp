@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "media/readFile.hpp"
 
-#ifndef REELHOUSE_TAGLIB
+#ifndef REELHOUSE_LIBAV
 
 reelhouse::Tags reelhouse::readFile(const QString &, const std::atomic<bool> &)
 {
@@ -15,14 +15,14 @@ reelhouse::Tags reelhouse::readFile(const QString &, const std::atomic<bool> &)
 
 #include <algorithm>
 #include <array>
-#include <exception>
 #include <limits>
+#include <memory>
+#include <span>
 
-#include <fileref.h>
-#include <tag.h>
-#include <tdebuglistener.h>
-
-#include "media/BoundedStream.hpp"
+extern "C" {
+#include <libavformat/avformat.h>
+#include <libavutil/mem.h>
+}
 
 using namespace Qt::StringLiterals;
 
@@ -31,27 +31,208 @@ namespace reelhouse {
 namespace {
 
 constexpr qsizetype longestText = 500;
+constexpr qint64 perMillisecond = AV_TIME_BASE / 1000;
 
-// Packaged builds of TagLib write debug messages to stderr.
-class SilentListener : public TagLib::DebugListener {
+// Containers of plain media files. Others name further files or addresses, such as playlists and image sequences.
+constexpr char containers[] = "aac,ac3,aiff,amr,ape,asf,au,avi,caf,eac3,flac,flv,matroska,mov,mp3,mpeg,mpegts,ogg,"
+			      "tta,w64,wav,wv";
+
+// The open file that libavformat reads. Reads fail once the budget is used up or stopped is set, so a hostile file
+// costs little time and memory.
+class Input {
 public:
-	void printMessage(const TagLib::String &) override {}
+	Input(QFile &file_, const std::atomic<bool> &stopped_) : file(file_), stopped(stopped_), size(file_.size()) {}
+
+	static int read(void *data, uint8_t *buffer, int length)
+	{
+		return static_cast<Input *>(data)->readInto(buffer, length);
+	}
+	static int64_t seek(void *data, int64_t offset, int whence)
+	{
+		return static_cast<Input *>(data)->seekTo(offset, whence & ~AVSEEK_FORCE);
+	}
+	static int isStopped(void *data) { return static_cast<Input *>(data)->stopped; }
+
+private:
+	int readInto(uint8_t *buffer, int length)
+	{
+		if (stopped)
+			return AVERROR_EXIT;
+		const qint64 got = file.read(reinterpret_cast<char *>(buffer), std::min<qint64>(length, budget));
+		if (got <= 0)
+			return AVERROR_EOF;
+		budget -= got;
+		return static_cast<int>(got);
+	}
+
+	int64_t seekTo(int64_t offset, int whence)
+	{
+		if (whence == AVSEEK_SIZE)
+			return size;
+		const qint64 base = whence == SEEK_CUR ? file.pos() : whence == SEEK_END ? size : 0;
+		qint64 target = 0;
+		if (qAddOverflow<qint64>(base, offset, &target) || target < 0 || !file.seek(target))
+			return AVERROR(EINVAL);
+		return target;
+	}
+
+	QFile &file;
+	const std::atomic<bool> &stopped;
+	const qint64 size;
+	// In bytes; enough for a large cover picture or for the fragments of a film of many hours.
+	qint64 budget = 16 << 20;
 };
 
-void silenceTagLib()
+struct FreeContext {
+	void operator()(AVIOContext *context) const
+	{
+		av_freep(&context->buffer);
+		avio_context_free(&context);
+	}
+	void operator()(AVFormatContext *context) const { avformat_close_input(&context); }
+	void operator()(AVPacket *packet) const { av_packet_free(&packet); }
+};
+using InputContext = std::unique_ptr<AVIOContext, FreeContext>;
+using FormatContext = std::unique_ptr<AVFormatContext, FreeContext>;
+
+int refuseOpen(AVFormatContext *, AVIOContext **, const char *, int, AVDictionary **)
 {
-	// Never destroy the listener: another user of TagLib in this process may send messages until the process ends.
-	static const TagLib::DebugListener *const listener = [] {
-		auto *silent = new SilentListener;
-		TagLib::setDebugListener(silent);
-		return silent;
-	}();
-	Q_UNUSED(listener);
+	return AVERROR(EPERM);
 }
 
-QString oneLine(const TagLib::String &text)
+// Returns null for a file of no known kind. libavformat looks at the content first, and then at the name's ending.
+FormatContext openFormat(AVIOContext *io, Input &input, const QString &ending)
 {
-	QString line = QString::fromStdString(text.to8Bit(true));
+	AVFormatContext *format = avformat_alloc_context();
+	if (!format)
+		return nullptr;
+	format->pb = io;
+	format->io_open = refuseOpen;
+	format->interrupt_callback = {Input::isStopped, &input};
+	format->format_whitelist = av_strdup(containers);
+	const QByteArray name = "file." + ending.toUtf8();
+	// On failure this frees the context.
+	if (avformat_open_input(&format, name.constData(), nullptr, nullptr) < 0)
+		return nullptr;
+	return FormatContext(format);
+}
+
+std::span<AVStream *const> streamsOf(const AVFormatContext *format)
+{
+	return {format->streams, format->nb_streams};
+}
+
+// Returns the first sound of the file, or null.
+AVStream *soundOf(const AVFormatContext *format)
+{
+	const auto streams = streamsOf(format);
+	const auto sound = std::ranges::find_if(streams, [](const AVStream *stream) {
+		return stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO;
+	});
+	return sound == streams.end() ? nullptr : *sound;
+}
+
+// Returns the length that the container tells, in AV_TIME_BASE; 0 when it tells none.
+qint64 toldLength(const AVFormatContext *format)
+{
+	qint64 length = std::max<qint64>(format->duration, 0);
+	if (length > 0)
+		return length;
+	for (const AVStream *stream : streamsOf(format)) {
+		if (stream->duration > 0)
+			length = std::max<qint64>(length,
+						  av_rescale_q(stream->duration, stream->time_base, AV_TIME_BASE_Q));
+	}
+	return length;
+}
+
+// Returns the length of a packet, in AV_TIME_BASE; 0 when unknown. The parser of AAC does not tell it.
+qint64 lengthOf(const AVPacket *packet, const AVStream *stream)
+{
+	constexpr std::array rates = {96000, 88200, 64000, 48000, 44100, 32000, 24000,
+				      22050, 16000, 12000, 11025, 8000,  7350};
+	if (packet->duration > 0)
+		return av_rescale_q(packet->duration, stream->time_base, AV_TIME_BASE_Q);
+	if (stream->codecpar->codec_id != AV_CODEC_ID_AAC || packet->size < 7 || packet->data[0] != 0xff)
+		return 0;
+	const size_t index = packet->data[2] >> 2 & 15;
+	return index < rates.size() ? 1024 * qint64(AV_TIME_BASE) / rates.at(index) : 0;
+}
+
+// The times at which packets start and end, in AV_TIME_BASE.
+struct Span {
+	qint64 first = std::numeric_limits<qint64>::max();
+	qint64 last = std::numeric_limits<qint64>::min();
+	qint64 length() const { return first < last ? last - first : 0; }
+
+	void add(qint64 start, qint64 duration)
+	{
+		// Times of a hostile file must not overflow.
+		constexpr qint64 most = qint64(1) << 60;
+		start = std::clamp(start, -most, most);
+		duration = std::clamp<qint64>(duration, 0, most);
+		first = std::min(first, start);
+		last = std::max(last, start + duration);
+	}
+};
+
+// Reads packets until the file's position is end or the container tells the length; returns false at the end of the
+// file. Does not decode.
+bool readTimes(AVFormatContext *format, qint64 end, Span &span)
+{
+	// A hostile file may have any number of empty packets at one position.
+	constexpr int mostPackets = 20'000;
+	const std::unique_ptr<AVPacket, FreeContext> packet(av_packet_alloc());
+	for (int i = 0; packet && i < mostPackets && av_read_frame(format, packet.get()) >= 0; i++) {
+		const AVStream *stream = format->streams[packet->stream_index];
+		const qint64 time = packet->pts == AV_NOPTS_VALUE ? packet->dts : packet->pts;
+		const qint64 duration = lengthOf(packet.get(), stream);
+		// A packet without a time follows the one before.
+		if (time != AV_NOPTS_VALUE)
+			span.add(av_rescale_q(time, stream->time_base, AV_TIME_BASE_Q), duration);
+		else
+			span.add(std::max<qint64>(span.last, 0), duration);
+		av_packet_unref(packet.get());
+		if (avio_tell(format->pb) >= end || toldLength(format) > 0)
+			return true;
+	}
+	return false;
+}
+
+// Returns the length by the times at the file's start and end, in AV_TIME_BASE; 0 when unknown.
+qint64 probedLength(AVFormatContext *format)
+{
+	constexpr qint64 part = 1 << 20;
+	const qint64 size = avio_size(format->pb);
+	const qint64 start = avio_tell(format->pb);
+	const AVStream *sound = soundOf(format);
+	for (AVStream *stream : streamsOf(format))
+		stream->discard = sound && stream != sound ? AVDISCARD_ALL : AVDISCARD_DEFAULT;
+	// Sound is parsed for the lengths of its frames. A parser of pictures would complain in the middle of a file.
+	if (!sound)
+		format->flags |= AVFMT_FLAG_NOPARSE | AVFMT_FLAG_NOFILLIN;
+	Span span;
+	const bool hasMore = readTimes(format, start + part, span);
+	// An FLV file tells its length with its first packet.
+	if (const qint64 told = toldLength(format); told > 0)
+		return told;
+	if (!hasMore)
+		return span.length();
+	// Bare frames of sound have no times to look for at the end.
+	if (format->iformat->flags & AVFMT_GENERIC_INDEX)
+		return av_rescale(span.length(), size - start, avio_tell(format->pb) - start);
+	if (av_seek_frame(format, -1, std::max(size - part, start), AVSEEK_FLAG_BYTE) < 0)
+		return 0;
+	readTimes(format, std::numeric_limits<qint64>::max(), span);
+	return span.length();
+}
+
+QString oneLine(const char *text)
+{
+	const QByteArrayView bytes(text);
+	if (!bytes.isValidUtf8())
+		return {};
+	QString line = QString::fromUtf8(bytes);
 	std::ranges::replace_if(line, [](QChar c) { return c.category() == QChar::Other_Control; }, u' ');
 	line = line.simplified();
 	if (line.size() <= longestText)
@@ -59,80 +240,14 @@ QString oneLine(const TagLib::String &text)
 	return line.first(longestText - (line[longestText - 1].isHighSurrogate() ? 1 : 0));
 }
 
-// Values of an MP4 file as a whole. TagLib reads only the length of its sound.
-struct Movie {
-	qint64 durationMs = -1;
-	bool tooDeep = false;
-};
-
-qint64 movieDuration(const TagLib::ByteVector &header)
+// Returns the text under the key from the container, or else from its first sound.
+QString textIn(const AVFormatContext *format, const char *key)
 {
-	const bool wide = !header.isEmpty() && header[0] == 1;
-	const unsigned at = wide ? 20 : 12;
-	if (header.size() < (wide ? 32u : 20u))
-		return -1;
-	const qint64 perSecond = header.toUInt(at);
-	const qint64 length = wide ? header.toLongLong(at + 4) : header.toUInt(at + 4);
-	const bool known = perSecond > 0 && length > 0 && length < std::numeric_limits<qint64>::max() / 1000 &&
-			   (wide || length != 0xffffffff);
-	return known ? length * 1000 / perSecond : -1;
-}
-
-bool isContainer(const TagLib::ByteVector &name)
-{
-	constexpr std::array names = {"moov", "udta", "mdia", "meta", "ilst", "stbl",
-				      "minf", "moof", "traf", "trak", "stsd"};
-	return std::ranges::any_of(names, [&name](const char *one) { return name == one; });
-}
-
-// Walks the atoms as TagLib does, to find nesting that would fill TagLib's stack.
-void followAtoms(BoundedStream &stream, qint64 end, int depth, Movie &movie)
-{
-	// Real files have at most six levels.
-	movie.tooDeep |= depth > 16;
-	while (!movie.tooDeep && stream.tell() + 8 <= end) {
-		const qint64 start = stream.tell(), most = stream.length() - start;
-		const TagLib::ByteVector header = stream.readBlock(8);
-		const TagLib::ByteVector name = header.mid(4);
-		qint64 length = header.toUInt();
-		if (length == 1)
-			length = stream.readBlock(8).toLongLong();
-		else if (length == 0)
-			length = most;
-		if (header.size() < 8 || length < 8 || length > most)
-			return stream.seek(0, TagLib::IOStream::End);
-		if (name == "mvhd")
-			movie.durationMs = movieDuration(stream.readBlock(32));
-		if (!isContainer(name)) {
-			stream.seek(static_cast<StreamOffset>(start + length));
-			continue;
-		}
-		if (name == "meta") {
-			const qint64 inner = stream.tell();
-			const TagLib::ByteVector child = stream.readBlock(8).mid(4);
-			const bool bare = child == "hdlr" || child == "ilst" || child == "mhdr" || child == "ctry" ||
-					  child == "lang";
-			stream.seek(static_cast<StreamOffset>(bare ? inner : inner + 4));
-		} else if (name == "stsd") {
-			stream.seek(8, TagLib::IOStream::Current);
-		}
-		followAtoms(stream, start + length, depth + 1, movie);
-	}
-}
-
-Tags readStream(BoundedStream &stream)
-{
-	stream.seek(0);
-	const TagLib::FileRef file(&stream);
-	Tags tags;
-	if (const TagLib::Tag *tag = file.isNull() ? nullptr : file.tag()) {
-		tags.title = oneLine(tag->title());
-		tags.artist = oneLine(tag->artist());
-	}
-	const TagLib::AudioProperties *audio = file.isNull() ? nullptr : file.audioProperties();
-	if (audio && audio->lengthInMilliseconds() > 0)
-		tags.durationMs = audio->lengthInMilliseconds();
-	return tags;
+	const AVDictionaryEntry *entry = av_dict_get(format->metadata, key, nullptr, 0);
+	const AVStream *sound = soundOf(format);
+	if (!entry && sound)
+		entry = av_dict_get(sound->metadata, key, nullptr, 0);
+	return entry ? oneLine(entry->value) : QString();
 }
 
 } // namespace
@@ -142,28 +257,26 @@ Tags readFile(const QString &path, const std::atomic<bool> &stopped)
 	// Open only plain files: opening a pipe or a device may block for ever and has effects.
 	const QFileInfo info(path);
 	QFile file(path);
-	if (path.isEmpty() || !info.isFile() || !file.open(QIODevice::ReadOnly))
+	if (path.isEmpty() || !info.isFile() || !file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
 		return {};
-	silenceTagLib();
-	try {
-		BoundedStream stream(file, stopped);
-		Movie movie;
-		followAtoms(stream, stream.length(), 0, movie);
-		if (movie.tooDeep)
-			return {};
-		Tags tags = readStream(stream);
-		if (tags == Tags()) {
-			stream.setEnding(info.suffix());
-			tags = readStream(stream);
-		}
-		// A player plays the whole movie, not only the length of its sound.
-		if (movie.durationMs > 0)
-			tags.durationMs = movie.durationMs;
-		return tags;
-	} catch (const std::exception &) {
-		// TagLib lets exceptions of the standard library through.
+	Input input(file, stopped);
+	constexpr int bufferSize = 32 * 1024;
+	auto *buffer = static_cast<uint8_t *>(av_malloc(bufferSize));
+	const InputContext io(avio_alloc_context(buffer, bufferSize, 0, &input, Input::read, nullptr, Input::seek));
+	const FormatContext format = io ? openFormat(io.get(), input, info.suffix()) : nullptr;
+	if (!format)
 		return {};
-	}
+	Tags tags;
+	qint64 length = toldLength(format.get());
+	if (length == 0)
+		length = probedLength(format.get());
+	if (length >= perMillisecond)
+		tags.durationMs = length / perMillisecond;
+	tags.title = textIn(format.get(), "title");
+	tags.artist = textIn(format.get(), "artist");
+	if (tags.artist.isEmpty())
+		tags.artist = textIn(format.get(), "album_artist");
+	return tags;
 }
 
 } // namespace reelhouse

@@ -7,8 +7,8 @@
 
 namespace reelhouse {
 
-// False in a build without TagLib. No file then has tags.
-#ifdef REELHOUSE_TAGLIB
+// False in a build without libavformat. No file then has tags.
+#ifdef REELHOUSE_LIBAV
 inline constexpr bool canReadTags = true;
 #else
 inline constexpr bool canReadTags = false;

@@ -21,7 +21,7 @@ struct Tags {
 
 // Opens and reads the entry's local file. Any thread, but not the user-interface thread, because it blocks. Never
 // throws. Returns empty tags for a URL, a file that is not plain, an unknown kind of file, and in a build without
-// TagLib. Reads a damaged or hostile file with a bounded amount of work and returns what it found.
+// libavformat. Reads a damaged or hostile file with a bounded amount of work and returns what it found.
 Tags readTags(const QString &path);
 
 // Returns the title; without one, the entry's label without the ending of its file name.

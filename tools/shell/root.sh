@@ -13,7 +13,7 @@ root_needs_mib=4096
 # packing.
 purposes=(build develop host tests lint package)
 declare -A packages_for=(
-	[build]="g++ cmake ninja-build pkg-config libobs-dev qt6-base-dev qt6-base-dev-tools libtag-dev"
+	[build]="g++ cmake ninja-build pkg-config libobs-dev qt6-base-dev qt6-base-dev-tools libavformat-dev"
 	# The build tree of the preset "dev" has the tests and the benchmark, whatever a command builds in it.
 	[develop]="libgtest-dev libbenchmark-dev"
 	# OBS, its VLC source, and the packages that OBS needs on a screen and without one

@@ -1,13 +1,16 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "Host.hpp"
+#include "SlowDisk.hpp"
 
 #include <QProcess>
 #include <QSignalSpy>
 
+#include <future>
 #include <random>
 
 #include <sys/stat.h>
 
+#include "media/readFile.hpp"
 #include "media/tags.hpp"
 
 using namespace reelhouse;
@@ -28,6 +31,7 @@ protected:
 		EXPECT_EQ(QProcess::execute(u"ffmpeg"_s, words << file.fileName()), 0);
 		return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 	}
+	static Tags readTags(const QString &path) { return readFile(path, false); }
 	const QString title = u"Größe – 日本 😀"_s;
 };
 
@@ -105,4 +109,32 @@ TEST_F(MediaTags, AreToldWhenTheyBecomeKnownAndWhenTheyChange)
 	EXPECT_EQ(all.size(), 2 + 20) << "a file that has not changed is not told of";
 	for (int i = 0; i < 300; i++)
 		reader.cached(folder.filePath(u"waits %1"_s.arg(i))); // while the reader ends
+}
+
+TEST_F(MediaTags, AreGivenToOtherThreadsWithoutADiskThatHangs)
+{
+	TagReader reader(nullptr);
+	const QByteArray content = media(u"flac"_s);
+	const auto asked = [&](const QString &name) {
+		return std::async(std::launch::async, reader.answersFor({makeFile(name, content)}));
+	};
+	const TagReader::Answers nothing{std::nullopt};
+	SlowDisk::hang();
+	auto waits = asked(u"hangs 1.flac"_s);
+	SlowDisk::awaitQuestion();
+	EXPECT_EQ(asked(u"second.flac"_s).get(), nothing) << "only one waits";
+	SlowDisk::answer();
+	EXPECT_EQ(waits.get().constFirst()->title, title);
+	SlowDisk::hang();
+	for (int i = 0; i < 100; i++)
+		EXPECT_EQ(asked(u"hangs %1.flac"_s.arg(i + 2)).get(), nothing) << "only the first one waits";
+	SlowDisk::answer();
+	while (!asked(u"hangs 2.flac"_s).get().constFirst())
+		QCoreApplication::processEvents();
+	SlowDisk::hang();
+	waits = asked(u"hangs at the close.flac"_s);
+	SlowDisk::awaitQuestion();
+	reader.endWaits();
+	EXPECT_EQ(waits.get(), nothing);
+	SlowDisk::answer();
 }

@@ -14,7 +14,10 @@ inline constexpr bool canReadTags = true;
 inline constexpr bool canReadTags = false;
 #endif
 
-// Does readTags() for a local file. Returns early when stopped becomes true; ignore that result. Any thread.
+// Opens and reads a local file. Any thread, but not the user-interface thread, because it blocks. Never throws. Returns
+// empty tags for a file that is not plain, an unknown kind of file, and in a build without libavformat. Reads a damaged
+// or hostile file with a bounded amount of work and returns what it found. Returns early when stopped becomes true;
+// ignore that result.
 Tags readFile(const QString &file, const std::atomic<bool> &stopped);
 
 } // namespace reelhouse

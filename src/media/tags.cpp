@@ -1,11 +1,15 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "media/tags.hpp"
 
+#include <QCache>
 #include <QFileInfo>
 #include <QRegularExpression>
+#include <QSet>
+#include <QThread>
 #include <QTimeZone>
 #include <QUrl>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -15,9 +19,11 @@
 #include <util/threading.h>
 
 #include "media/readFile.hpp"
+#include "queue/Track.hpp"
 #include "queue/paths.hpp"
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace reelhouse {
 
@@ -25,14 +31,10 @@ namespace {
 
 // The most files that are cached, and the most that may wait to be read.
 constexpr int mostKnown = 300;
+// A thread of OBS's WebSocket plug-in waits no longer than this for a disk.
+constexpr auto longestWait = 2s;
 
 } // namespace
-
-Tags readTags(const QString &path)
-{
-	const std::atomic<bool> never = false;
-	return readFile(localFilePath(path), never);
-}
 
 QString displayTitle(const QString &path, const Tags &tags)
 {
@@ -60,19 +62,78 @@ QString artistAndTitle(const QString &path, const Tags &tags)
 
 // The thread runs only while files wait to be read. Do not join it: a read may never return.
 struct TagReader::Worker {
-	explicit Worker(TagReader *owner) : reader(owner) {}
+	explicit Worker(TagReader *owner) : reader(owner), cache(mostKnown) {}
 
+	std::optional<Tags> cached(const std::shared_ptr<Worker> &self, const QString &path);
+	Answers answersFor(const QList<QString> &paths, bool mayWait);
 	void run();
 	Known look(const Request &request) const;
+	void take(const Request &request, const Known &read);
+	bool knowsAll(const QList<QString> &paths) const;
 
 	std::mutex mutex;
-	std::condition_variable idle;
-	// Use these three only with the mutex held.
+	std::condition_variable changed; // a file was read, the thread ends, or the waits end
+	// Use these only with the mutex held.
 	TagReader *reader; // null after its destruction
+	QCache<QString, Known> cache;
+	QSet<QString> asked; // paths that wait to be read
 	QList<Request> pending;
 	bool running = false;
+	bool waits = false;   // a call waits for answers
+	bool overdue = false; // a wait ended without them, and no file has been read since
+	bool closed = false;
 	std::atomic<bool> stopped = false; // stops a read at its next access to the file
 };
+
+namespace {
+
+bool hasTags(const QString &path)
+{
+	return canReadTags && !localFilePath(path).isEmpty();
+}
+
+} // namespace
+
+std::optional<Tags> TagReader::Worker::cached(const std::shared_ptr<Worker> &self, const QString &path)
+{
+	if (!hasTags(path))
+		return Tags();
+	const std::lock_guard lock(mutex);
+	const Known *entry = cache.object(path);
+	if (!asked.contains(path)) {
+		asked.insert(path);
+		if (pending.size() == mostKnown)
+			asked.remove(pending.takeFirst().path);
+		pending.append({path, entry ? *entry : Known()});
+		if (!std::exchange(running, true))
+			std::thread([self] { self->run(); }).detach();
+	}
+	return entry ? std::optional(entry->tags) : std::nullopt;
+}
+
+bool TagReader::Worker::knowsAll(const QList<QString> &paths) const
+{
+	return std::ranges::all_of(paths,
+				   [this](const QString &path) { return !hasTags(path) || cache.contains(path); });
+}
+
+TagReader::Answers TagReader::Worker::answersFor(const QList<QString> &paths, bool mayWait)
+{
+	std::unique_lock lock(mutex);
+	if (mayWait && !waits && !overdue && !closed && !knowsAll(paths)) {
+		waits = true;
+		overdue = !changed.wait_for(lock, longestWait, [&] { return closed || knowsAll(paths); });
+		waits = false;
+	}
+	Answers answers;
+	for (const QString &path : paths) {
+		const Known *entry = cache.object(path);
+		answers.append(entry ? std::optional(entry->tags) : std::nullopt);
+		if (!hasTags(path))
+			answers.last() = Tags();
+	}
+	return answers;
+}
 
 void TagReader::Worker::run()
 {
@@ -83,17 +144,11 @@ void TagReader::Worker::run()
 		lock.unlock();
 		const Known read = look(request);
 		lock.lock();
-		// The lock keeps the reader alive during the post. Qt drops posted events of an object that is
-		// destroyed later.
-		if (reader) {
-			const auto deliver = [to = reader, path = request.path, read] {
-				to->take(path, read);
-			};
-			QMetaObject::invokeMethod(reader, deliver, Qt::QueuedConnection);
-		}
+		take(request, read);
+		changed.notify_all();
 	}
 	running = false;
-	idle.notify_all();
+	changed.notify_all();
 }
 
 TagReader::Known TagReader::Worker::look(const Request &request) const
@@ -108,54 +163,65 @@ TagReader::Known TagReader::Worker::look(const Request &request) const
 	return {stamp, readFile(file, stopped)};
 }
 
-TagReader::TagReader(QObject *parent) : QObject(parent), cache(mostKnown), worker(std::make_shared<Worker>(this)) {}
+// The lock keeps the reader alive during the post. Qt drops posted events of an object that is destroyed later.
+void TagReader::Worker::take(const Request &request, const Known &read)
+{
+	const QString path = request.path;
+	asked.remove(path);
+	overdue = false;
+	const Known *before = cache.object(path);
+	const bool isNew = !before || before->tags != read.tags;
+	const bool isChanged = request.known.stamp != read.stamp;
+	cache.insert(path, std::make_unique<Known>(read).release());
+	if (!reader || (!isNew && !isChanged))
+		return;
+	const auto tell = [to = reader, path, isNew, isChanged, size = read.stamp.size] {
+		if (isChanged)
+			Q_EMIT to->fileChanged(path, size < 0 ? SizeMissing : size);
+		if (isNew)
+			Q_EMIT to->tagsRead(path);
+	};
+	QMetaObject::invokeMethod(reader, tell, Qt::QueuedConnection);
+}
+
+TagReader::TagReader(QObject *parent) : QObject(parent), worker(std::make_shared<Worker>(this)) {}
 
 TagReader::~TagReader()
 {
-	using namespace std::chrono_literals;
+	endWaits();
 	std::unique_lock lock(worker->mutex);
 	worker->reader = nullptr;
 	worker->stopped = true;
 	worker->pending.clear();
-	worker->idle.wait_for(lock, 200ms, [this] { return !worker->running; });
+	worker->changed.wait_for(lock, 200ms, [this] { return !worker->running; });
 }
 
 std::optional<Tags> TagReader::cached(const QString &path)
 {
-	if (!canReadTags || localFilePath(path).isEmpty())
-		return Tags();
-	const Known *entry = cache.object(path);
-	if (!asked.contains(path))
-		ask({path, entry ? *entry : Known()});
-	return entry ? std::optional(entry->tags) : std::nullopt;
+	return worker->cached(worker, path);
 }
 
 Tags TagReader::known(const QString &path) const
 {
-	const Known *entry = cache.object(path);
+	const std::lock_guard lock(worker->mutex);
+	const Known *entry = worker->cache.object(path);
 	return entry ? entry->tags : Tags();
 }
 
-void TagReader::ask(const Request &request)
+std::function<TagReader::Answers()> TagReader::answersFor(const QList<QString> &paths)
 {
-	asked.insert(request.path);
-	const std::lock_guard lock(worker->mutex);
-	if (worker->pending.size() == mostKnown)
-		asked.remove(worker->pending.takeFirst().path);
-	worker->pending.append(request);
-	if (std::exchange(worker->running, true))
-		return;
-	std::thread([worker = worker] { worker->run(); }).detach();
+	for (const QString &path : paths)
+		cached(path);
+	return [worker = worker, paths, own = thread()] {
+		return worker->answersFor(paths, QThread::currentThread() != own);
+	};
 }
 
-void TagReader::take(const QString &path, const Known &read)
+void TagReader::endWaits()
 {
-	asked.remove(path);
-	const Known *before = cache.object(path);
-	const bool same = before && before->tags == read.tags;
-	cache.insert(path, std::make_unique<Known>(read).release());
-	if (!same)
-		Q_EMIT tagsRead(path);
+	const std::lock_guard lock(worker->mutex);
+	worker->closed = true;
+	worker->changed.notify_all();
 }
 
 } // namespace reelhouse

@@ -1,11 +1,11 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #pragma once
 
-#include <QCache>
+#include <QList>
 #include <QObject>
-#include <QSet>
 #include <QString>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -19,19 +19,14 @@ struct Tags {
 	bool operator==(const Tags &) const = default;
 };
 
-// Opens and reads the entry's local file. Any thread, but not the user-interface thread, because it blocks. Never
-// throws. Returns empty tags for a URL, a file that is not plain, an unknown kind of file, and in a build without
-// libavformat. Reads a damaged or hostile file with a bounded amount of work and returns what it found.
-Tags readTags(const QString &path);
-
 // Returns the title; without one, the entry's label without the ending of its file name.
 QString displayTitle(const QString &path, const Tags &tags);
 
 // Returns "artist – title", or the title alone when the artist is unknown.
 QString artistAndTitle(const QString &path, const Tags &tags);
 
-// Gives tags to the user-interface thread without touching a file on it: on a network disk even a question for the size
-// may take minutes. One worker thread reads the files, the last requested one first.
+// Gives tags without touching a file on the caller's thread: on a network disk even a question for the size may take
+// minutes. One worker thread reads the files, the last requested one first. Use it on the user-interface thread.
 class TagReader : public QObject {
 	Q_OBJECT
 
@@ -47,9 +42,20 @@ public:
 	// Returns the cached tags of this entry, or empty tags, and does not queue a check.
 	Tags known(const QString &path) const;
 
+	// Queues a check of each file, and returns a function that gives what is known of them, in their order. On
+	// another thread than the reader's the function waits until all are known: two seconds at most, and not after
+	// endWaits(). Only one call waits at a time, and none while a file owes its answer to an earlier one. The
+	// function may outlive the reader.
+	using Answers = QList<std::optional<Tags>>;
+	std::function<Answers()> answersFor(const QList<QString> &paths);
+	// Ends the wait for answers and all later ones.
+	void endWaits();
+
 Q_SIGNALS:
 	// cached() now has tags for this path, or other ones than before.
 	void tagsRead(const QString &path);
+	// A check has found that the file is new to the reader or has changed. size is SizeMissing when it is no file.
+	void fileChanged(const QString &path, qint64 size);
 
 private:
 	// Identifies a version of a file. The default means "no file" or "never checked".
@@ -68,11 +74,6 @@ private:
 	};
 	struct Worker;
 
-	void ask(const Request &request);
-	void take(const QString &path, const Known &read);
-
-	QCache<QString, Known> cache;
-	QSet<QString> asked; // paths that wait for the worker
 	// Shared with the worker's thread, which may outlive this object.
 	std::shared_ptr<Worker> worker;
 };

@@ -141,6 +141,7 @@ void RemoteControl::close()
 		return;
 	disconnect(remote->queue, nullptr, remote, nullptr);
 	disconnect(&remote->tagReader, nullptr, remote, nullptr);
+	remote->tagReader.endWaits();
 	remote->queueTimer.stop();
 	remote->restTimer.stop();
 	remote->againTimer.stop();

@@ -52,7 +52,8 @@ struct Page {
 	QHash<QString, bool> found; // by id, whether a file was there, where that differs from Track::size
 	qsizetype begin = 0;
 	qsizetype end = 0;
-	bool withTags = false; // add the tags of each track of the page
+	// Gives the tags of each track of the page; empty when they are not wanted.
+	std::function<TagReader::Answers()> answers;
 	qsizetype current = -1;
 	Tags currentTags;
 	qint64 currentDurationMs = 0; // 0: unknown
@@ -72,16 +73,19 @@ OBSDataAutoRelease trackData(const Page &page, qsizetype index, const Tags &tags
 	return data;
 }
 
-// Do not call it on the user-interface thread: it reads the files of the page if their tags are wanted.
 void setPage(obs_data_t *data, const Page &page)
 {
 	OBSDataArrayAutoRelease array = obs_data_array_create();
-	bool allKnown = page.withTags && page.current >= page.begin && page.current < page.end;
+	const TagReader::Answers answers = page.answers ? page.answers() : TagReader::Answers();
+	bool allKnown = page.answers && page.current >= page.begin && page.current < page.end;
+	bool complete = true;
 	qint64 remainingMs = -page.cursorMs;
 	for (qsizetype i = page.begin; i < page.end; i++) {
 		Tags tags = i == page.current ? page.currentTags : Tags();
-		if (page.withTags)
-			tags = readTags(page.tracks.at(i).path);
+		if (page.answers) {
+			complete = complete && answers.at(i - page.begin);
+			tags = answers.at(i - page.begin).value_or(tags);
+		}
 		OBSDataAutoRelease track = trackData(page, i, tags);
 		obs_data_array_push_back(array, track);
 		const bool known = i == page.current && page.currentDurationMs > 0;
@@ -91,6 +95,8 @@ void setPage(obs_data_t *data, const Page &page)
 			remainingMs += durationMs;
 	}
 	obs_data_set_array(data, "tracks", array);
+	if (page.answers)
+		obs_data_set_bool(data, "complete", complete);
 	if (allKnown)
 		obs_data_set_int(data, "remainingMs", std::max<qint64>(remainingMs, 0));
 }
@@ -112,9 +118,15 @@ Page readPage(Request &request)
 	page.begin = request.has("offset") ? request.position("offset", total) : 0;
 	const qsizetype limit = request.has("limit") ? request.position("limit", INT64_MAX) : total;
 	page.end = page.begin + std::min(limit, total - page.begin);
-	page.withTags = request.flag("tags", false);
-	if (page.withTags && page.end - page.begin > mostTags)
+	const bool withTags = request.flag("tags", false);
+	if (withTags && page.end - page.begin > mostTags)
 		request.refuse(Refusal::TooManyTags);
+	if (withTags && !request.isRefused()) {
+		QList<QString> paths;
+		for (qsizetype i = page.begin; i < page.end; i++)
+			paths.append(page.tracks.at(i).path);
+		page.answers = request.tagReader.answersFor(paths);
+	}
 	page.current = request.queue.currentIndex();
 	return page;
 }

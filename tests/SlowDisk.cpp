@@ -1,0 +1,51 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "SlowDisk.hpp"
+
+#include <condition_variable>
+#include <cstring>
+#include <mutex>
+
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace {
+
+std::mutex mutex;
+std::condition_variable changed;
+bool hangs = false;
+int asking = 0;
+
+} // namespace
+
+// Qt finds this one before libc's.
+int statx(int folder, const char *path, int flags, unsigned mask, struct statx *result) noexcept
+{
+	if (strstr(path, "hangs")) {
+		std::unique_lock lock(mutex);
+		asking++;
+		changed.notify_all();
+		changed.wait(lock, [] { return !hangs; });
+		asking--;
+	}
+	return static_cast<int>(syscall(SYS_statx, folder, path, flags, mask, result));
+}
+
+void SlowDisk::hang()
+{
+	const std::lock_guard lock(mutex);
+	hangs = true;
+}
+
+void SlowDisk::answer()
+{
+	const std::lock_guard lock(mutex);
+	hangs = false;
+	changed.notify_all();
+}
+
+void SlowDisk::awaitQuestion()
+{
+	std::unique_lock lock(mutex);
+	changed.wait(lock, [] { return asking > 0; });
+}

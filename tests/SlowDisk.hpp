@@ -1,0 +1,12 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#pragma once
+
+// A disk that does not answer: while it hangs, no thread gets an answer about a file with "hangs" in its path.
+namespace SlowDisk {
+
+void hang();
+void answer();
+// Waits until a thread asks.
+void awaitQuestion();
+
+} // namespace SlowDisk

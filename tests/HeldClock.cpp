@@ -6,6 +6,8 @@
 
 #include <ctime>
 
+#include <dlfcn.h>
+#include <pthread.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -23,6 +25,21 @@ int clock_gettime(clockid_t id, timespec *time) noexcept
 		return static_cast<int>(syscall(SYS_clock_gettime, id, time));
 	*time = {heldNs / nsPerSecond, heldNs % nsPerSecond};
 	return 0;
+}
+
+// A wait on a condition lasts as long as it says, whatever time is held.
+int pthread_cond_clockwait(pthread_cond_t *condition, pthread_mutex_t *mutex, clockid_t id, const timespec *until)
+{
+	static const auto wait =
+		reinterpret_cast<decltype(&pthread_cond_clockwait)>(dlsym(RTLD_NEXT, "pthread_cond_clockwait"));
+	if (id != CLOCK_MONOTONIC || heldNs == 0)
+		return wait(condition, mutex, id, until);
+	timespec now;
+	syscall(SYS_clock_gettime, id, &now);
+	const qint64 left = until->tv_sec * nsPerSecond + until->tv_nsec - heldNs;
+	const qint64 end = now.tv_sec * nsPerSecond + now.tv_nsec + left;
+	const timespec real{end / nsPerSecond, end % nsPerSecond};
+	return wait(condition, mutex, id, &real);
 }
 
 // From a full second on, where Qt leaves the intervals of its coarse timers as they are.

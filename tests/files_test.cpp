@@ -1,9 +1,11 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
+#include <QDir>
 #include <QFile>
 #include <QFileDialog>
 #include <QMessageBox>
 #include <QProgressDialog>
 
+#include "SlowDisk.hpp"
 #include "Story.hpp"
 
 #include "dock/widgets/TrackDelegate.hpp"
@@ -51,6 +53,44 @@ protected:
 		return child<QMenu>("showCurrentTrackIn")->actions();
 	}
 };
+
+TEST_F(Files, OnADiskThatHangsAreShownWhenItAnswers)
+{
+	const auto rows = [this] {
+		QStringList shown;
+		for (int i = 0; i < list()->count(); i++)
+			shown += QFileInfo(list()->item(i)->data(PathRole).toString()).fileName() + u' ' +
+				 list()->item(i)->data(SizeRole).toString();
+		return shown.join(u", "_s);
+	};
+	ASSERT_TRUE(QDir(folder.path()).mkdir(u"hangs"_s));
+	const QString a = makeFile(u"hangs/a.mp3"_s, "a"), quick = makeFile(u"quick.mp3"_s, "abcde");
+	makeFile(u"hangs/b.mp3"_s, "bc");
+	const QStringList playlist{a, a + u".gone"_s, quick, folder.filePath(u"hangs"_s)};
+	const OBSSource source = makeSource(u"S"_s, playlist), other = makeSource(u"Other"_s, {a, quick});
+	SlowDisk::hang();
+	show(source);
+	EXPECT_EQ(rows(), u"a.mp3 -1, a.mp3.gone -1, quick.mp3 5, hangs -1"_s);
+	EXPECT_FALSE(list()->item(1)->data(Qt::AccessibleDescriptionRole).isValid());
+	play(1);
+	EXPECT_EQ(valuesIn(settingsOf(source), "playlist"), playlist) << "until the source has stopped";
+	videoTick(source);
+	EXPECT_EQ(valuesIn(settingsOf(source), "playlist"), QStringList(playlist.at(1)));
+	choose(other);
+	EXPECT_EQ(rows(), u"a.mp3 -1, quick.mp3 5"_s);
+	choose(source);
+	list()->setCurrentRow(2);
+	SlowDisk::answer();
+	EXPECT_TRUE(waitFor([&] { return list()->item(0)->data(SizeRole) == 1; }));
+	EXPECT_EQ(rows(), u"a.mp3 1, a.mp3.gone -3, quick.mp3 5, hangs -3"_s) << "the stored queue is not expanded";
+	EXPECT_EQ(list()->currentRow(), 2);
+	EXPECT_TRUE(list()->item(1)->data(Qt::AccessibleDescriptionRole).isValid());
+	SlowDisk::hang();
+	setPlaylist(source, playlist);
+	EXPECT_TRUE(waitFor([&] { return rows() == u"a.mp3 -1, a.mp3.gone -1, quick.mp3 5, hangs -1"_s; }));
+	SlowDisk::answer();
+	EXPECT_TRUE(waitFor([&] { return rows() == u"a.mp3 1, a.mp3.gone -3, quick.mp3 5, a.mp3 1, b.mp3 2"_s; }));
+}
 
 TEST_F(Files, PlaylistsAreRead)
 {

@@ -24,7 +24,7 @@ protected:
 	{
 		QFile file(folder.filePath(u"made."_s + ending));
 		QStringList words =
-			u"-v error -f lavfi -i %1 -metadata artist=Ärtist -metadata"_s.arg(input).split(u' ');
+			u"-y -v error -f lavfi -i %1 -metadata artist=Ärtist -metadata"_s.arg(input).split(u' ');
 		words << u"title="_s + title;
 		if (!format.isEmpty())
 			words << u"-f"_s << format.split(u' ');
@@ -122,7 +122,6 @@ TEST_F(MediaTags, AreGivenToOtherThreadsWithoutADiskThatHangs)
 	SlowDisk::hang();
 	auto waits = asked(u"hangs 1.flac"_s);
 	SlowDisk::awaitQuestion();
-	EXPECT_EQ(asked(u"second.flac"_s).get(), nothing) << "only one waits";
 	SlowDisk::answer();
 	EXPECT_EQ(waits.get().constFirst()->title, title);
 	SlowDisk::hang();

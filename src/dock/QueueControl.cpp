@@ -47,9 +47,9 @@ const QList<Track> &QueueControl::tracks() const
 	return dock->tracks;
 }
 
-const QHash<QString, bool> &QueueControl::foundFiles() const
+const QHash<QString, qint64> &QueueControl::sizesNow() const
 {
-	return dock->foundFiles;
+	return dock->sizesNow;
 }
 
 const QString &QueueControl::currentId() const

@@ -42,9 +42,9 @@ public:
 	bool selectSource(const QString &uuid);
 
 	const QList<Track> &tracks() const;
-	// By the id of a track: whether its file was there when it was last to be played, where that differs from
-	// Track::size, which keeps the value that was measured earlier.
-	const QHash<QString, bool> &foundFiles() const;
+	// The sizes, or SizeMissing, that looks at files have seen since the queue was loaded, by path. Track::size keeps
+	// the value that was measured earlier.
+	const QHash<QString, qint64> &sizesNow() const;
 	const QString &currentId() const;
 	// The position of the current track in the queue; -1 when no track is current.
 	int currentIndex() const;

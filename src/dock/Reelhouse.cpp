@@ -34,6 +34,8 @@ constexpr int saveDelayMs = 500;
 constexpr int saveDeadlineMs = 5000;
 // Bring Back waits this long for a switch to end.
 constexpr int bringBackWaitMs = 1000;
+// Lengths are read when the queue has rested for this long.
+constexpr int lengthsDelayMs = 2000;
 // The seek follows when keys and wheel have rested for this long.
 constexpr int seekDebounceMs = 300;
 
@@ -47,7 +49,8 @@ Reelhouse::Reelhouse(const QString &settingsPath_, QWidget *parent)
 	  settingsPath(settingsPath_),
 	  control(new QueueControl(this)),
 	  tagReader(new TagReader(this)),
-	  fileFinder(new FileFinder(this))
+	  fileFinder(new FileFinder(this)),
+	  looks(new FileLooks(this))
 {
 	setObjectName(u"OBS-Reelhouse-content"_s);
 	buildUi();
@@ -81,9 +84,16 @@ Reelhouse::Reelhouse(const QString &settingsPath_, QWidget *parent)
 	bringBackWait.setInterval(bringBackWaitMs);
 	connect(&bringBackWait, &QTimer::timeout, this, &Reelhouse::exchangeQueues);
 
+	lengthsTimer.setSingleShot(true);
+	lengthsTimer.setInterval(lengthsDelayMs);
+	connect(control, &QueueControl::changed, &lengthsTimer, qOverload<>(&QTimer::start));
+	connect(&lengthsTimer, &QTimer::timeout, this, &Reelhouse::readLengths);
+
 	seekDebounce.setSingleShot(true);
 	seekDebounce.setInterval(seekDebounceMs);
 
+	connect(looks, &FileLooks::answeredLate, this, &Reelhouse::takeLateAnswers);
+	connect(tagReader, &TagReader::fileChanged, this, &Reelhouse::noteSize);
 	updateButtons();
 }
 
@@ -137,7 +147,7 @@ void Reelhouse::clearQueue()
 {
 	tracks.clear();
 	removed.clear();
-	foundFiles.clear();
+	sizesNow.clear();
 	failedIds.clear();
 	passed = {};
 	running = false;
@@ -160,7 +170,8 @@ void Reelhouse::showUnbound()
 
 Reelhouse::Operation::Operation(Reelhouse *dock_) : dock(dock_)
 {
-	dock->operations++;
+	if (dock->operations++ == 0)
+		dock->looks->beginOperation();
 }
 
 Reelhouse::Operation::~Operation()

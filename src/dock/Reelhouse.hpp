@@ -17,6 +17,7 @@
 // After Qt's headers: libobs's SIMD shim redefines compiler intrinsics that those pull in.
 #include <obs.hpp>
 
+#include "media/FileLooks.hpp"
 #include "queue/Track.hpp"
 #include "queue/options.hpp"
 #include "queue/record.hpp"
@@ -299,6 +300,14 @@ private:
 	void moveSelected(int delta);
 	void orderChanged();
 
+	// Reelhouse_Files.cpp
+	void makeTracks(const QList<QString> &paths);
+	void measureTracks();
+	void noteSize(const QString &path, qint64 size);
+	void readLengths();
+	void takeLateAnswers(const reelhouse::FileLooks::SeenByPath &seen);
+	void expandLate(const reelhouse::FileLooks::SeenByPath &seen);
+
 	// Reelhouse_PlaylistFiles.cpp
 	// Open a file dialog and return at once. Import appends the entries of the chosen file; export writes the queue
 	// to it.
@@ -332,6 +341,7 @@ private:
 	reelhouse::QueueControl *const control;
 	reelhouse::TagReader *const tagReader;   // reads titles and lengths of the queue's files
 	reelhouse::FileFinder *const fileFinder; // finds missing files of the bound source's queues
+	reelhouse::FileLooks *const looks;        // asks the disks about the queue's files
 
 	// The user's last choice in the selector, in whichever scene collection. It is kept when the source disappears,
 	// so that the source is bound again when it returns.
@@ -365,8 +375,6 @@ private:
 	QString originalBehavior;
 	reelhouse::RecordWriter recordWriter;
 	reelhouse::QueueOptions options; // as stored with the source
-	// By the id of a track: whether its file was there when it was last to be played, where that differs from its row.
-	QHash<QString, bool> foundFiles;
 	QSet<QString> failedIds; // tracks that have failed and not played since
 
 	// The tracks that were passed over since one last played.
@@ -382,6 +390,9 @@ private:
 	QProgressDialog *searchDialog = nullptr;
 	QString searchFolder;
 	bool searchByUser = false; // not by a remote request
+	QHash<QString, qint64> sizesNow; // by path: what looks after the load saw; the rows do not show it
+	// The ids of the queue while the disk of one of its folders owes the listing; else empty.
+	QList<QString> unlistedQueue;
 
 	int operations = 0; // nested operations that are running
 	// The outermost operation has to emit the change signal. Whoever changes what the signal tells sets it, even if
@@ -414,6 +425,7 @@ private:
 	QTimer bringBackWait;                // runs while Bring Back waits for a switch to end
 	QTimer saveTimer;                    // restarts with each change
 	QTimer saveDeadline;                 // runs from the first unsaved change
+	QTimer lengthsTimer;                 // runs while a change of the queue has yet to be followed by reads
 	QTimer seekDebounce;                 // runs until the wheel or the released keys have rested
 	QWidget *focusAfterSwitch = nullptr; // the control that has the focus again when it works again
 

@@ -1,13 +1,12 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "dock/Reelhouse.hpp"
 
-#include <QFileInfo>
-
 #include <algorithm>
 #include <utility>
 
 #include "dock/QueueControl.hpp"
 #include "dock/widgets/TrackRow.hpp"
+#include "media/tags.hpp"
 #include "queue/paths.hpp"
 #include "queue/text.hpp"
 
@@ -47,11 +46,16 @@ void Reelhouse::applyEndMode(obs_media_state state)
 		break;
 	case OBS_MEDIA_STATE_STOPPED:
 	case OBS_MEDIA_STATE_ERROR:
+		tagReader->cached(tracks.at(current).path);
 		playbackArmed = false;
 		break;
 	case OBS_MEDIA_STATE_ENDED:
+		if (!std::exchange(playbackArmed, false))
+			break;
+		// The file may have gone or changed while it played.
+		tagReader->cached(tracks.at(current).path);
 		// After an edit elsewhere, the end is that of another queue.
-		if (std::exchange(playbackArmed, false) && !followEditElsewhere())
+		if (!followEditElsewhere())
 			goOnAfter(current);
 		break;
 	default:
@@ -217,22 +221,21 @@ void Reelhouse::markFailed(const QString &id, bool failed)
 		static_cast<TrackRow *>(row)->setFailed(failed);
 }
 
-// Looks whether the track's file is there. What a play finds differs from the row, which keeps what was measured.
+// Looks whether the track's file is there. What a play finds differs from the row, which keeps what was measured. A file
+// whose disk does not answer in time is not missing: VLC tells whether it plays.
 bool Reelhouse::lookForFile(const Track &track)
 {
-	const QString local = localFilePath(track.path);
-	const bool found = local.isEmpty() || QFileInfo(local).isFile();
-	changePending = changePending || found == isMissing(track);
-	if (found == (track.size != SizeMissing))
-		foundFiles.remove(track.id);
-	else
-		foundFiles.insert(track.id, found);
-	return found;
+	if (localFilePath(track.path).isEmpty())
+		return true;
+	const std::optional<qint64> size = looks->sizeOf(track.path);
+	if (size)
+		noteSize(track.path, *size);
+	return size != SizeMissing;
 }
 
 bool Reelhouse::isMissing(const Track &track) const
 {
-	return !foundFiles.value(track.id, track.size != SizeMissing);
+	return sizesNow.value(track.path, track.size) == SizeMissing;
 }
 
 // Tracks whose files are known to be missing end the list, or are passed over.

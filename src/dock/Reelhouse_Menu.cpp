@@ -173,10 +173,14 @@ void Reelhouse::openFolder()
 		else
 			showError(ui("OpenFolderError").arg(folder));
 	};
-	if (file.isFile() && revealFile(file.absoluteFilePath(), this, showFolder))
+	looks->beginOperation();
+	const std::optional<qint64> size = looks->sizeOf(local);
+	if (size && *size >= 0 && revealFile(file.absoluteFilePath(), this, showFolder))
 		clearError();
-	else
+	else if (size)
 		showFolder();
+	else
+		showError(ui("OpenFolderError").arg(folder));
 }
 
 void Reelhouse::showAbout()

@@ -181,9 +181,9 @@ std::pair<qsizetype, qsizetype> Reelhouse::moveTracks(const QHash<QString, QStri
 			if (found++ < mostNamed)
 				blog(LOG_INFO, "[OBS-Reelhouse] Found %s: %s", track.path.toUtf8().constData(),
 				     place->toUtf8().constData());
+			sizesNow.remove(track.path);
 			track.path = movedPath(track.path, places);
 			track.size = SizeUnknown;
-			foundFiles.remove(track.id);
 		}
 	}
 	for (auto &[track, index] : removed) {

@@ -77,10 +77,11 @@ void Reelhouse::importPlaylist(const QString &file)
 
 void Reelhouse::exportPlaylist(const QString &file)
 {
+	const QHash<QString, qint64> lengths = tagReader->lengths();
 	QList<PlaylistEntry> entries;
 	entries.reserve(tracks.size());
 	for (const Track &track : tracks)
-		entries.append({track.path, labelFor(track.path, false), tagReader->known(track.path).durationMs});
+		entries.append({track.path, labelFor(track.path, false), lengths.value(track.path, -1)});
 	const QString error = writePlaylist(file, entries);
 	if (error.isEmpty())
 		clearError();

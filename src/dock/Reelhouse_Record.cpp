@@ -2,8 +2,6 @@
 #include "dock/Reelhouse.hpp"
 
 #include <QComboBox>
-#include <QDir>
-#include <QFileInfo>
 #include <QHash>
 #include <QSignalBlocker>
 
@@ -17,31 +15,6 @@ using namespace reelhouse;
 using namespace Qt::StringLiterals;
 
 namespace {
-
-// The media files directly in a folder, as absolute paths in name order.
-QList<QString> mediaFilesIn(const QString &folder)
-{
-	static const QStringList patterns =
-		u"*.mp3 *.wav *.flac *.aac *.ogg *.m4a *.opus *.wma *.mp4 *.mkv *.mov *.avi *.webm *.m4v *.ts *.flv "
-		"*.wmv *.mpg *.mpeg"_s.split(u' ');
-	QList<QString> files;
-	for (const QFileInfo &file : QDir(folder).entryInfoList(patterns, QDir::Files | QDir::Readable))
-		files.append(file.absoluteFilePath());
-	return files;
-}
-
-// Replaces each folder of a playlist by its media files. An entry that is a URL stays as it is.
-QList<QString> expandFolders(const QList<QString> &paths)
-{
-	QList<QString> expanded;
-	for (const QString &path : paths) {
-		if (!path.contains("://"_L1) && QFileInfo(path).isDir())
-			expanded.append(mediaFilesIn(path));
-		else
-			expanded.append(path);
-	}
-	return expanded;
-}
 
 QList<QString> pathsOf(const QList<Track> &tracks)
 {
@@ -88,9 +61,10 @@ void Reelhouse::loadQueue(obs_source_t *source, bool force)
 
 	options = QueueOptions::read(privateSettings);
 	removed.clear();
-	foundFiles.clear();
 	failedIds.clear();
 	passed = {};
+	sizesNow.clear();
+	unlistedQueue.clear();
 	playbackArmed = false;
 	if (usable && !force && recordObserves(stored, paths)) {
 		takeRecord(record);
@@ -117,9 +91,7 @@ void Reelhouse::takeRecord(const Record &record)
 
 void Reelhouse::rebuildQueue(obs_source_t *source, const QList<QString> &paths)
 {
-	tracks.clear();
-	for (const QString &path : expandFolders(paths))
-		tracks.append(Track::fromPath(path));
+	makeTracks(paths);
 	currentId.clear();
 	managed = false;
 	OBSDataAutoRelease settings = obs_source_get_settings(source);
@@ -339,7 +311,8 @@ void Reelhouse::takeReplaced(obs_source_t *source, Record record)
 	const bool oneWasManaged = managed || record.managed;
 	takeRecord(record);
 	removed.clear();
-	foundFiles.clear();
+	sizesNow.clear();
+	unlistedQueue.clear();
 	failedIds.clear();
 	passed = {};
 	observed = pathsIn(settings, playlistKey);

@@ -2,8 +2,6 @@
 #include "dock/Reelhouse.hpp"
 
 #include <QComboBox>
-#include <QFileInfo>
-#include <QHash>
 #include <QLabel>
 #include <QLineEdit>
 #include <QScrollBar>
@@ -21,40 +19,6 @@
 using namespace reelhouse;
 
 namespace {
-
-qint64 measure(const QString &path)
-{
-	const QString local = localFilePath(path);
-	if (local.isEmpty())
-		return SizeNotLocal;
-	const QFileInfo file(local);
-	return file.isFile() ? file.size() : SizeMissing;
-}
-
-// Measures the tracks that have no size yet. All tracks of one path share its size, so each path is measured once.
-void measureTracks(QList<Track> &tracks)
-{
-	QHash<QString, qint64> sizes;
-	for (const Track &track : std::as_const(tracks)) {
-		if (track.size == SizeUnknown)
-			sizes.insert(track.path, SizeUnknown);
-	}
-	if (sizes.isEmpty())
-		return;
-	for (const Track &track : std::as_const(tracks)) {
-		const auto size = track.size == SizeUnknown ? sizes.end() : sizes.find(track.path);
-		if (size != sizes.end())
-			*size = track.size;
-	}
-	for (Track &track : tracks) {
-		if (track.size != SizeUnknown)
-			continue;
-		qint64 &size = sizes[track.path];
-		if (size == SizeUnknown)
-			size = measure(track.path);
-		track.size = size;
-	}
-}
 
 // Decides which rows a search text shows: for "#" and a number the row of that number, else every row whose path
 // contains the text.
@@ -104,7 +68,7 @@ void Reelhouse::updateRows()
 	reordering = true;
 	const QSignalBlocker blocker(playlistWidget);
 	playlistWidget->setUpdatesEnabled(false);
-	measureTracks(tracks);
+	measureTracks();
 	const int count = static_cast<int>(tracks.size());
 	const int shorter = std::min(count, playlistWidget->count());
 	int start = 0;

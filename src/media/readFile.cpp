@@ -3,7 +3,7 @@
 
 #ifndef REELHOUSE_LIBAV
 
-reelhouse::Tags reelhouse::readFile(const QString &, const std::atomic<bool> &)
+reelhouse::Tags reelhouse::readFile(const QString &, const std::atomic<bool> &, qint64 *)
 {
 	return {};
 }
@@ -51,6 +51,7 @@ public:
 	{
 		return static_cast<Input *>(data)->seekTo(offset, whence & ~AVSEEK_FORCE);
 	}
+	qint64 bytesRead() const { return most - budget; }
 	static int isStopped(void *data) { return static_cast<Input *>(data)->stopped; }
 
 private:
@@ -71,7 +72,7 @@ private:
 			return size;
 		const qint64 base = whence == SEEK_CUR ? file.pos() : whence == SEEK_END ? size : 0;
 		qint64 target = 0;
-		if (qAddOverflow<qint64>(base, offset, &target) || target < 0 || !file.seek(target))
+		if (qAddOverflow<qint64>(base, offset, &target) || target < 0 || target > size || !file.seek(target))
 			return AVERROR(EINVAL);
 		return target;
 	}
@@ -80,7 +81,8 @@ private:
 	const std::atomic<bool> &stopped;
 	const qint64 size;
 	// In bytes; enough for a large cover picture or for the fragments of a film of many hours.
-	qint64 budget = 16 << 20;
+	static constexpr qint64 most = 16 << 20;
+	qint64 budget = most;
 };
 
 struct FreeContext {
@@ -252,7 +254,7 @@ QString textIn(const AVFormatContext *format, const char *key)
 
 } // namespace
 
-Tags readFile(const QString &path, const std::atomic<bool> &stopped)
+Tags readFile(const QString &path, const std::atomic<bool> &stopped, qint64 *bytes)
 {
 	// Open only plain files: opening a pipe or a device may block for ever and has effects.
 	const QFileInfo info(path);
@@ -276,6 +278,8 @@ Tags readFile(const QString &path, const std::atomic<bool> &stopped)
 	tags.artist = textIn(format.get(), "artist");
 	if (tags.artist.isEmpty())
 		tags.artist = textIn(format.get(), "album_artist");
+	if (bytes)
+		*bytes += input.bytesRead();
 	return tags;
 }
 

@@ -17,7 +17,7 @@ inline constexpr bool canReadTags = false;
 // Opens and reads a local file. Any thread, but not the user-interface thread, because it blocks. Never throws. Returns
 // empty tags for a file that is not plain, an unknown kind of file, and in a build without libavformat. Reads a damaged
 // or hostile file with a bounded amount of work and returns what it found. Returns early when stopped becomes true;
-// ignore that result.
-Tags readFile(const QString &file, const std::atomic<bool> &stopped);
+// ignore that result. Adds the bytes that it has read to bytes.
+Tags readFile(const QString &file, const std::atomic<bool> &stopped, qint64 *bytes = nullptr);
 
 } // namespace reelhouse

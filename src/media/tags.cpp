@@ -33,6 +33,11 @@ namespace {
 constexpr int mostKnown = 300;
 // A thread of OBS's WebSocket plug-in waits no longer than this for a disk.
 constexpr auto longestWait = 2s;
+constexpr int mostThreads = 4;
+// A thread whose disk has not answered for this long no longer counts.
+constexpr auto stuckAfter = 2s;
+// For lengths that nobody waits for.
+constexpr qint64 bytesPerMinute = 64 << 20;
 
 } // namespace
 
@@ -60,27 +65,37 @@ QString artistAndTitle(const QString &path, const Tags &tags)
 	return tags.artist.isEmpty() ? title : tags.artist + u" – "_s + title;
 }
 
-// The thread runs only while files wait to be read. Do not join it: a read may never return.
+// A thread runs only while files wait to be read. Do not join it: a read may never return. Another one starts when a
+// read takes long.
 struct TagReader::Worker {
 	explicit Worker(TagReader *owner) : reader(owner), cache(mostKnown) {}
 
 	std::optional<Tags> cached(const std::shared_ptr<Worker> &self, const QString &path);
 	Answers answersFor(const QList<QString> &paths, bool mayWait);
 	void run();
-	Known look(const Request &request) const;
+	void start(const std::shared_ptr<Worker> &self);
+	void readNextLength(std::unique_lock<std::mutex> &lock);
+	void measure(const QString &path, std::unique_lock<std::mutex> &lock);
+	Known look(const Request &request, qint64 *bytes = nullptr) const;
 	void take(const Request &request, const Known &read);
 	bool knowsAll(const QList<QString> &paths) const;
 
 	std::mutex mutex;
+	std::condition_variable asks;    // something is to be read, or the reader is gone
 	std::condition_variable changed; // a file was read, the thread ends, or the waits end
 	// Use these only with the mutex held.
 	TagReader *reader; // null after its destruction
 	QCache<QString, Known> cache;
 	QSet<QString> asked; // paths that wait to be read
 	QList<Request> pending;
-	bool running = false;
-	bool waits = false;   // a call waits for answers
-	bool overdue = false; // a wait ended without them, and no file has been read since
+	QList<QString> unmeasured; // files whose lengths are to be read when nothing is pending
+	QHash<QString, qint64> lengths;
+	std::chrono::steady_clock::time_point nextLength; // not to be read before
+	int threads = 0;
+	std::chrono::steady_clock::time_point lastAnswer; // of a disk, or the start of a thread
+	bool measures = false;                            // a thread reads lengths that nobody waits for
+	bool waits = false;                               // a call waits for answers
+	QSet<QString> owed;                               // what a wait has not got
 	bool closed = false;
 	std::atomic<bool> stopped = false; // stops a read at its next access to the file
 };
@@ -102,13 +117,26 @@ std::optional<Tags> TagReader::Worker::cached(const std::shared_ptr<Worker> &sel
 	const Known *entry = cache.object(path);
 	if (!asked.contains(path)) {
 		asked.insert(path);
-		if (pending.size() == mostKnown)
-			asked.remove(pending.takeFirst().path);
+		if (pending.size() == mostKnown) {
+			const QString dropped = pending.takeFirst().path;
+			asked.remove(dropped);
+			owed.remove(dropped);
+		}
 		pending.append({path, entry ? *entry : Known()});
-		if (!std::exchange(running, true))
-			std::thread([self] { self->run(); }).detach();
+		start(self);
 	}
 	return entry ? std::optional(entry->tags) : std::nullopt;
+}
+
+void TagReader::Worker::start(const std::shared_ptr<Worker> &self)
+{
+	asks.notify_all();
+	const auto now = std::chrono::steady_clock::now();
+	if (threads > 0 && (threads == mostThreads || now - lastAnswer < stuckAfter))
+		return;
+	threads++;
+	lastAnswer = now;
+	std::thread([self] { self->run(); }).detach();
 }
 
 bool TagReader::Worker::knowsAll(const QList<QString> &paths) const
@@ -120,10 +148,14 @@ bool TagReader::Worker::knowsAll(const QList<QString> &paths) const
 TagReader::Answers TagReader::Worker::answersFor(const QList<QString> &paths, bool mayWait)
 {
 	std::unique_lock lock(mutex);
-	if (mayWait && !waits && !overdue && !closed && !knowsAll(paths)) {
+	if (mayWait && !waits && owed.isEmpty() && !closed && !knowsAll(paths)) {
 		waits = true;
-		overdue = !changed.wait_for(lock, longestWait, [&] { return closed || knowsAll(paths); });
+		changed.wait_for(lock, longestWait, [&] { return closed || knowsAll(paths); });
 		waits = false;
+		for (const QString &path : paths) {
+			if (!knowsAll({path}))
+				owed.insert(path);
+		}
 	}
 	Answers answers;
 	for (const QString &path : paths) {
@@ -139,7 +171,11 @@ void TagReader::Worker::run()
 {
 	os_set_thread_name("reelhouse: tags");
 	std::unique_lock lock(mutex);
-	while (!pending.isEmpty()) {
+	while (!pending.isEmpty() || (!unmeasured.isEmpty() && !measures)) {
+		if (pending.isEmpty()) {
+			readNextLength(lock);
+			continue;
+		}
 		const Request request = pending.takeLast();
 		lock.unlock();
 		const Known read = look(request);
@@ -147,11 +183,34 @@ void TagReader::Worker::run()
 		take(request, read);
 		changed.notify_all();
 	}
-	running = false;
+	threads--;
 	changed.notify_all();
 }
 
-TagReader::Known TagReader::Worker::look(const Request &request) const
+// The tags are not kept: those of a long queue would take the places of those that are shown.
+void TagReader::Worker::readNextLength(std::unique_lock<std::mutex> &lock)
+{
+	measures = true;
+	asks.wait_until(lock, nextLength, [this] { return !pending.isEmpty() || unmeasured.isEmpty(); });
+	if (pending.isEmpty() && !unmeasured.isEmpty())
+		measure(unmeasured.takeFirst(), lock);
+	measures = false;
+}
+
+void TagReader::Worker::measure(const QString &path, std::unique_lock<std::mutex> &lock)
+{
+	if (lengths.contains(path))
+		return;
+	qint64 bytes = 0;
+	lock.unlock();
+	const Known read = look({path, {}}, &bytes);
+	lock.lock();
+	lengths.insert(path, read.tags.durationMs);
+	lastAnswer = std::chrono::steady_clock::now();
+	nextLength = std::chrono::steady_clock::now() + bytes * 1min / bytesPerMinute;
+}
+
+TagReader::Known TagReader::Worker::look(const Request &request, qint64 *bytes) const
 {
 	const QString file = localFilePath(request.path);
 	const QFileInfo info(file);
@@ -160,7 +219,7 @@ TagReader::Known TagReader::Worker::look(const Request &request) const
 		stamp = {info.size(), info.lastModified(QTimeZone::UTC).toMSecsSinceEpoch()};
 	if (request.known.stamp == stamp)
 		return request.known;
-	return {stamp, readFile(file, stopped)};
+	return {stamp, readFile(file, stopped, bytes)};
 }
 
 // The lock keeps the reader alive during the post. Qt drops posted events of an object that is destroyed later.
@@ -168,11 +227,13 @@ void TagReader::Worker::take(const Request &request, const Known &read)
 {
 	const QString path = request.path;
 	asked.remove(path);
-	overdue = false;
+	owed.remove(path);
+	lastAnswer = std::chrono::steady_clock::now();
 	const Known *before = cache.object(path);
 	const bool isNew = !before || before->tags != read.tags;
 	const bool isChanged = request.known.stamp != read.stamp;
 	cache.insert(path, std::make_unique<Known>(read).release());
+	lengths.insert(path, read.tags.durationMs);
 	if (!reader || (!isNew && !isChanged))
 		return;
 	const auto tell = [to = reader, path, isNew, isChanged, size = read.stamp.size] {
@@ -193,7 +254,9 @@ TagReader::~TagReader()
 	worker->reader = nullptr;
 	worker->stopped = true;
 	worker->pending.clear();
-	worker->changed.wait_for(lock, 200ms, [this] { return !worker->running; });
+	worker->unmeasured.clear();
+	worker->asks.notify_all();
+	worker->changed.wait_for(lock, 200ms, [this] { return worker->threads == 0; });
 }
 
 std::optional<Tags> TagReader::cached(const QString &path)
@@ -215,6 +278,24 @@ std::function<TagReader::Answers()> TagReader::answersFor(const QList<QString> &
 	return [worker = worker, paths, own = thread()] {
 		return worker->answersFor(paths, QThread::currentThread() != own);
 	};
+}
+
+void TagReader::readLengths(const QList<QString> &paths)
+{
+	const std::lock_guard lock(worker->mutex);
+	worker->unmeasured.clear();
+	for (const QString &path : paths) {
+		if (hasTags(path) && !worker->lengths.contains(path))
+			worker->unmeasured.append(path);
+	}
+	if (!worker->unmeasured.isEmpty())
+		worker->start(worker);
+}
+
+QHash<QString, qint64> TagReader::lengths() const
+{
+	const std::lock_guard lock(worker->mutex);
+	return worker->lengths;
 }
 
 void TagReader::endWaits()

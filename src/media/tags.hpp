@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #pragma once
 
+#include <QHash>
 #include <QList>
 #include <QObject>
 #include <QString>
@@ -26,7 +27,8 @@ QString displayTitle(const QString &path, const Tags &tags);
 QString artistAndTitle(const QString &path, const Tags &tags);
 
 // Gives tags without touching a file on the caller's thread: on a network disk even a question for the size may take
-// minutes. One worker thread reads the files, the last requested one first. Use it on the user-interface thread.
+// minutes. One thread reads the files, the last requested one first; more, up to
+// four, while a disk does not answer. Use it on the user-interface thread.
 class TagReader : public QObject {
 	Q_OBJECT
 
@@ -48,6 +50,12 @@ public:
 	// function may outlive the reader.
 	using Answers = QList<std::optional<Tags>>;
 	std::function<Answers()> answersFor(const QList<QString> &paths);
+	// Reads the lengths of these files, in their order, when nothing else is to be read, and slowly: the show may play
+	// from the same disk. Replaces the list of an earlier call.
+	void readLengths(const QList<QString> &paths);
+	// Returns the lengths of the files that have been read, by path, in milliseconds; -1 for a file that has none.
+	QHash<QString, qint64> lengths() const;
+
 	// Ends the wait for answers and all later ones.
 	void endWaits();
 

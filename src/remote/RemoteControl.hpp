@@ -97,7 +97,7 @@ private:
 		QString currentId;
 		int endMode = EndStop;
 		QueueOptions options;
-		QHash<QString, bool> foundFiles;
+		QHash<QString, qint64> sizesNow;
 	};
 	static State stateOf(const QueueControl &queue);
 

@@ -39,7 +39,7 @@ RemoteControl::State RemoteControl::stateOf(const QueueControl &queue)
 {
 	OBSSourceAutoRelease source = queue.lockSource();
 	return {uuidOf(source),  nameOf(source),  queue.tracks(),    queue.currentId(),
-		queue.endMode(), queue.options(), queue.foundFiles()};
+		queue.endMode(), queue.options(), queue.sizesNow()};
 }
 
 // The plug-in drops events until OBS has told it of the new scene collection, perhaps after us. So tell everything once
@@ -72,7 +72,7 @@ void RemoteControl::observe()
 		return;
 	State before = std::exchange(seen, stateOf(*queue));
 	const bool otherSource = before.sourceUuid != seen.sourceUuid;
-	const bool otherQueue = otherSource || before.tracks != seen.tracks || before.foundFiles != seen.foundFiles;
+	const bool otherQueue = otherSource || before.tracks != seen.tracks || before.sizesNow != seen.sizesNow;
 	const bool otherCurrent = before.currentId != seen.currentId;
 	const bool otherEndMode = before.endMode != seen.endMode;
 	const bool otherOptions = before.options != seen.options;

@@ -48,12 +48,13 @@ OBSDataArrayAutoRelease upcomingArray(const QueueControl &queue)
 
 // The queue as GetQueue responds with it. Any thread.
 struct Page {
-	QList<Track> tracks;        // the whole queue
-	QHash<QString, bool> found; // by id, whether a file was there, where that differs from Track::size
+	QList<Track> tracks;             // the whole queue
+	QHash<QString, qint64> sizesNow; // what looks have seen since the queue was loaded, by path
 	qsizetype begin = 0;
 	qsizetype end = 0;
 	// Gives the tags of each track of the page; empty when they are not wanted.
 	std::function<TagReader::Answers()> answers;
+	QHash<QString, qint64> lengths; // of files that have been read, by path
 	qsizetype current = -1;
 	Tags currentTags;
 	qint64 currentDurationMs = 0; // 0: unknown
@@ -66,11 +67,30 @@ OBSDataAutoRelease trackData(const Page &page, qsizetype index, const Tags &tags
 	OBSDataAutoRelease data = obs_data_create();
 	setTrack(data, index, track);
 	setTags(data, tags);
-	if (!page.found.value(track.id, track.size != SizeMissing))
+	const qint64 size = page.sizesNow.value(track.path, track.size);
+	if (size == SizeMissing)
 		obs_data_set_bool(data, "missing", true);
-	else if (track.size >= 0)
-		obs_data_set_int(data, "sizeBytes", track.size);
+	else if (size >= 0)
+		obs_data_set_int(data, "sizeBytes", size);
 	return data;
+}
+
+// Sets the length of the whole queue. A track of unknown length, such as a stream, counts as nothing.
+void setLengths(obs_data_t *data, const Page &page)
+{
+	qint64 totalMs = 0, passedMs = page.cursorMs;
+	qsizetype unknown = 0;
+	for (qsizetype i = 0; i < page.tracks.size(); i++) {
+		const bool known = i == page.current && page.currentDurationMs > 0;
+		const qint64 lengthMs = known ? page.currentDurationMs : page.lengths.value(page.tracks.at(i).path, -1);
+		unknown += lengthMs < 0;
+		totalMs += std::max<qint64>(lengthMs, 0);
+		if (i < page.current)
+			passedMs += std::max<qint64>(lengthMs, 0);
+	}
+	obs_data_set_int(data, "queueDurationMs", totalMs);
+	obs_data_set_int(data, "queueRemainingMs", std::max<qint64>(totalMs - passedMs, 0));
+	obs_data_set_int(data, "unknownLengths", unknown);
 }
 
 void setPage(obs_data_t *data, const Page &page)
@@ -113,7 +133,7 @@ Page readPage(Request &request)
 	constexpr qsizetype mostTags = 100;
 	Page page;
 	page.tracks = request.queue.tracks();
-	page.found = request.queue.foundFiles();
+	page.sizesNow = request.queue.sizesNow();
 	const qsizetype total = page.tracks.size();
 	page.begin = request.has("offset") ? request.position("offset", total) : 0;
 	const qsizetype limit = request.has("limit") ? request.position("limit", INT64_MAX) : total;
@@ -128,6 +148,7 @@ Page readPage(Request &request)
 		page.answers = request.tagReader.answersFor(paths);
 	}
 	page.current = request.queue.currentIndex();
+	page.lengths = request.tagReader.lengths();
 	return page;
 }
 
@@ -165,6 +186,7 @@ void getQueue(Request &request)
 	request.respond([page, rest = OBSData(rest.Get())](obs_data_t *data) {
 		obs_data_apply(data, rest);
 		setPage(data, page);
+		setLengths(data, page);
 	});
 }
 

@@ -20,6 +20,9 @@ public:
 	const QString &id() const { return shown.id; }
 	const QString &path() const { return shown.path; }
 
+	// Does not repaint the row: Qt would search the whole list for it.
+	void setSize(qint64 size) { shown.size = size; }
+
 	// Shows or removes the mark of the current track in the text.
 	void mark(bool current);
 	bool isMarked() const { return marked; }

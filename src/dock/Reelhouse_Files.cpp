@@ -1,0 +1,163 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "dock/Reelhouse.hpp"
+
+#include <algorithm>
+#include <utility>
+
+#include "queue/paths.hpp"
+#include "dock/widgets/TrackListWidget.hpp"
+#include "dock/widgets/TrackRow.hpp"
+#include "media/tags.hpp"
+
+using namespace reelhouse;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QList<QString> idsOf(const QList<Track> &tracks)
+{
+	QList<QString> ids;
+	ids.reserve(tracks.size());
+	for (const Track &track : tracks)
+		ids.append(track.id);
+	return ids;
+}
+
+// Whether the track's file has not answered yet.
+bool isOwed(const Track &track)
+{
+	return track.size == SizeNotLocal && !localFilePath(track.path).isEmpty();
+}
+
+void appendTracks(QList<Track> &tracks, const QList<QString> &files)
+{
+	for (const QString &file : files)
+		tracks.append(Track::fromPath(file));
+}
+
+} // namespace
+
+// Makes the queue of a playlist, and replaces each folder by its media files. An entry that is a URL stays as it is.
+// A folder that does not answer in time stays one entry for now.
+void Reelhouse::makeTracks(const QList<QString> &paths)
+{
+	QList<QString> plain;
+	std::ranges::copy_if(paths, std::back_inserter(plain),
+			     [](const QString &path) { return !path.contains("://"_L1); });
+	const FileLooks::SeenByPath seen = looks->look(plain, true);
+	tracks.clear();
+	bool late = false;
+	for (const QString &path : paths) {
+		const auto found = seen.constFind(path);
+		if (found != seen.cend() && found->files) {
+			appendTracks(tracks, *found->files);
+			continue;
+		}
+		tracks.append(Track::fromPath(path));
+		if (path.contains("://"_L1))
+			continue;
+		late = late || found == seen.cend();
+		tracks.last().size = found == seen.cend() ? SizeNotLocal : found->size;
+	}
+	unlistedQueue = late ? idsOf(tracks) : QList<QString>();
+}
+
+// Measures the tracks that have no size yet. All tracks of one path share its size, so each path is measured once.
+void Reelhouse::measureTracks()
+{
+	QHash<QString, qint64> sizes;
+	for (const Track &track : std::as_const(tracks)) {
+		if (track.size == SizeUnknown)
+			sizes.insert(track.path, localFilePath(track.path).isEmpty() ? SizeNotLocal : SizeUnknown);
+	}
+	if (sizes.isEmpty())
+		return;
+	for (const Track &track : std::as_const(tracks)) {
+		const auto size = track.size == SizeUnknown ? sizes.end() : sizes.find(track.path);
+		if (size != sizes.end())
+			*size = track.size;
+	}
+	QList<QString> unknown;
+	for (auto size = sizes.cbegin(); size != sizes.cend(); ++size) {
+		if (*size == SizeUnknown)
+			unknown.append(size.key());
+	}
+	const FileLooks::SeenByPath seen = looks->look(unknown);
+	for (auto file = seen.cbegin(); file != seen.cend(); ++file) {
+		sizes[file.key()] = file->size;
+		sizesNow.remove(file.key());
+	}
+	for (Track &track : tracks) {
+		if (track.size != SizeUnknown)
+			continue;
+		const qint64 size = sizes.value(track.path);
+		track.size = size == SizeUnknown ? SizeNotLocal : size;
+	}
+}
+
+// Keeps what a look has seen, where it differs from the row.
+void Reelhouse::noteSize(const QString &path, qint64 size)
+{
+	const auto track = std::ranges::find(std::as_const(tracks), path, &Track::path);
+	if (track == tracks.cend())
+		return;
+	const Operation operation(this);
+	changePending = changePending || size != sizesNow.value(path, track->size);
+	if (size == track->size)
+		sizesNow.remove(path);
+	else
+		sizesNow.insert(path, size);
+}
+
+// Reads the lengths of the whole queue in the background, from the current track on.
+void Reelhouse::readLengths()
+{
+	QList<QString> paths;
+	const qsizetype first = std::max(currentIndex(), 0);
+	for (qsizetype i = 0; i < tracks.size(); i++)
+		paths.append(tracks.at((first + i) % tracks.size()).path);
+	tagReader->readLengths(paths);
+}
+
+// Takes answers of disks that came after the dock had stopped waiting. Nothing moves, and nothing is stored.
+void Reelhouse::takeLateAnswers(const FileLooks::SeenByPath &seen)
+{
+	bool hasFolder = false;
+	for (qsizetype i = 0; i < tracks.size(); i++) {
+		const auto answer = seen.constFind(tracks.at(i).path);
+		if (answer == seen.cend() || !isOwed(tracks.at(i)))
+			continue;
+		hasFolder = hasFolder || answer->files;
+		tracks[i].size = answer->size;
+		if (TrackRow *row = playlistWidget->trackRow(static_cast<int>(i)); row && row->id() == tracks.at(i).id)
+			row->setSize(answer->size);
+	}
+	for (RemovedTrack &gone : removed) {
+		const auto answer = seen.constFind(gone.track.path);
+		if (answer != seen.cend() && isOwed(gone.track))
+			gone.track.size = answer->size;
+	}
+	playlistWidget->viewport()->update();
+	if (hasFolder)
+		expandLate(seen);
+}
+
+// Replaces folders whose listing came late, unless somebody has changed the queue or plays the folder.
+void Reelhouse::expandLate(const FileLooks::SeenByPath &seen)
+{
+	const Operation operation(this);
+	if (unlistedQueue.isEmpty() || unlistedQueue != idsOf(tracks))
+		return;
+	QList<Track> expanded;
+	for (const Track &track : std::as_const(tracks)) {
+		const auto answer = seen.constFind(track.path);
+		if (answer != seen.cend() && answer->files && track.id != currentId)
+			appendTracks(expanded, *answer->files);
+		else
+			expanded.append(track);
+	}
+	tracks = std::move(expanded);
+	unlistedQueue = idsOf(tracks);
+	updateListKeepingView();
+	storeQueue();
+}

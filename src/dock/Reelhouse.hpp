@@ -240,8 +240,6 @@ private:
 	void followFailure(obs_media_state state, qint64 positionMs);
 	void currentFailed(reelhouse::TrackFailure failure);
 	void markFailed(const QString &id, bool failed);
-	bool lookForFile(const Track &track);
-	bool isMissing(const Track &track) const;
 	QList<qsizetype> upcoming(qsizetype most) const;
 
 	// Reelhouse_Picture.cpp
@@ -303,6 +301,9 @@ private:
 	// Reelhouse_Files.cpp
 	void makeTracks(const QList<QString> &paths);
 	void measureTracks();
+	// Looks for the track's file, and returns false when it is missing.
+	bool lookForFile(const Track &track);
+	bool isMissing(const Track &track) const;
 	void noteSize(const QString &path, qint64 size);
 	void readLengths();
 	void takeLateAnswers(const reelhouse::FileLooks::SeenByPath &seen);
@@ -341,7 +342,7 @@ private:
 	reelhouse::QueueControl *const control;
 	reelhouse::TagReader *const tagReader;   // reads titles and lengths of the queue's files
 	reelhouse::FileFinder *const fileFinder; // finds missing files of the bound source's queues
-	reelhouse::FileLooks *const looks;        // asks the disks about the queue's files
+	reelhouse::FileLooks *const looks;       // asks the disks about the queue's files
 
 	// The user's last choice in the selector, in whichever scene collection. It is kept when the source disappears,
 	// so that the source is bound again when it returns.
@@ -375,6 +376,10 @@ private:
 	QString originalBehavior;
 	reelhouse::RecordWriter recordWriter;
 	reelhouse::QueueOptions options; // as stored with the source
+	// By path: the size that a later look has seen, where it differs from that of the row.
+	QHash<QString, qint64> sizesNow;
+	// The ids of the queue while the disk of one of its folders owes the listing; else empty.
+	QList<QString> unlistedQueue;
 	QSet<QString> failedIds; // tracks that have failed and not played since
 
 	// The tracks that were passed over since one last played.
@@ -390,9 +395,6 @@ private:
 	QProgressDialog *searchDialog = nullptr;
 	QString searchFolder;
 	bool searchByUser = false; // not by a remote request
-	QHash<QString, qint64> sizesNow; // by path: what looks after the load saw; the rows do not show it
-	// The ids of the queue while the disk of one of its folders owes the listing; else empty.
-	QList<QString> unlistedQueue;
 
 	int operations = 0; // nested operations that are running
 	// The outermost operation has to emit the change signal. Whoever changes what the signal tells sets it, even if

@@ -46,7 +46,6 @@ void Reelhouse::applyEndMode(obs_media_state state)
 		break;
 	case OBS_MEDIA_STATE_STOPPED:
 	case OBS_MEDIA_STATE_ERROR:
-		tagReader->cached(tracks.at(current).path);
 		playbackArmed = false;
 		break;
 	case OBS_MEDIA_STATE_ENDED:
@@ -192,6 +191,7 @@ void Reelhouse::currentFailed(TrackFailure failure)
 	const Operation operation(this);
 	const Track track = tracks.at(current);
 	markFailed(track.id, true);
+	tagReader->cached(track.path);
 	if (!skips()) {
 		Q_EMIT control->trackFailed(track.id, failure, 1);
 		showError(ui("TrackNotPlayable").arg(track.path));
@@ -219,23 +219,6 @@ void Reelhouse::markFailed(const QString &id, bool failed)
 		failedIds.remove(id);
 	if (QListWidgetItem *row = findRow(id, false))
 		static_cast<TrackRow *>(row)->setFailed(failed);
-}
-
-// Looks whether the track's file is there. What a play finds differs from the row, which keeps what was measured. A file
-// whose disk does not answer in time is not missing: VLC tells whether it plays.
-bool Reelhouse::lookForFile(const Track &track)
-{
-	if (localFilePath(track.path).isEmpty())
-		return true;
-	const std::optional<qint64> size = looks->sizeOf(track.path);
-	if (size)
-		noteSize(track.path, *size);
-	return size != SizeMissing;
-}
-
-bool Reelhouse::isMissing(const Track &track) const
-{
-	return sizesNow.value(track.path, track.size) == SizeMissing;
 }
 
 // Tracks whose files are known to be missing end the list, or are passed over.

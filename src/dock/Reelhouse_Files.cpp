@@ -95,18 +95,35 @@ void Reelhouse::measureTracks()
 	}
 }
 
-// Keeps what a look has seen, where it differs from the row.
+// Looks whether the track's file is there. What a play finds differs from the row, which keeps what was measured. A file
+// whose disk does not answer in time is not missing: VLC tells whether it plays.
+bool Reelhouse::lookForFile(const Track &track)
+{
+	if (localFilePath(track.path).isEmpty())
+		return true;
+	const std::optional<qint64> size = looks->sizeOf(track.path);
+	if (size)
+		noteSize(track.path, *size);
+	return size != SizeMissing;
+}
+
+bool Reelhouse::isMissing(const Track &track) const
+{
+	return sizesNow.value(track.path, track.size) == SizeMissing;
+}
+
+// Keeps what a later look has seen, where it differs from the row.
 void Reelhouse::noteSize(const QString &path, qint64 size)
 {
 	const auto track = std::ranges::find(std::as_const(tracks), path, &Track::path);
-	if (track == tracks.cend())
+	if (track == tracks.cend() || size == sizesNow.value(path, track->size))
 		return;
 	const Operation operation(this);
-	changePending = changePending || size != sizesNow.value(path, track->size);
 	if (size == track->size)
 		sizesNow.remove(path);
 	else
 		sizesNow.insert(path, size);
+	changePending = true;
 }
 
 // Reads the lengths of the whole queue in the background, from the current track on.
@@ -122,6 +139,8 @@ void Reelhouse::readLengths()
 // Takes answers of disks that came after the dock had stopped waiting. Nothing moves, and nothing is stored.
 void Reelhouse::takeLateAnswers(const FileLooks::SeenByPath &seen)
 {
+	const Operation operation(this);
+	changePending = true;
 	bool hasFolder = false;
 	for (qsizetype i = 0; i < tracks.size(); i++) {
 		const auto answer = seen.constFind(tracks.at(i).path);
@@ -129,6 +148,7 @@ void Reelhouse::takeLateAnswers(const FileLooks::SeenByPath &seen)
 			continue;
 		hasFolder = hasFolder || answer->files;
 		tracks[i].size = answer->size;
+		sizesNow.remove(tracks.at(i).path);
 		if (TrackRow *row = playlistWidget->trackRow(static_cast<int>(i)); row && row->id() == tracks.at(i).id)
 			row->setSize(answer->size);
 	}

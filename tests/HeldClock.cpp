@@ -4,6 +4,8 @@
 #include <QAbstractEventDispatcher>
 #include <QCoreApplication>
 
+#include <algorithm>
+#include <cerrno>
 #include <ctime>
 
 #include <dlfcn.h>
@@ -27,7 +29,8 @@ int clock_gettime(clockid_t id, timespec *time) noexcept
 	return 0;
 }
 
-// A wait on a condition lasts as long as it says, whatever time is held.
+// A wait on a condition lasts as long as it says, whatever time is held. The time of one in vain has passed: its caller
+// looks at the clock, and would wait again.
 int pthread_cond_clockwait(pthread_cond_t *condition, pthread_mutex_t *mutex, clockid_t id, const timespec *until)
 {
 	static const auto wait =
@@ -39,7 +42,10 @@ int pthread_cond_clockwait(pthread_cond_t *condition, pthread_mutex_t *mutex, cl
 	const qint64 left = until->tv_sec * nsPerSecond + until->tv_nsec - heldNs;
 	const qint64 end = now.tv_sec * nsPerSecond + now.tv_nsec + left;
 	const timespec real{end / nsPerSecond, end % nsPerSecond};
-	return wait(condition, mutex, id, &real);
+	const int result = wait(condition, mutex, id, &real);
+	if (result == ETIMEDOUT)
+		heldNs += std::max<qint64>(left, 0);
+	return result;
 }
 
 // From a full second on, where Qt leaves the intervals of its coarse timers as they are.

@@ -3,7 +3,8 @@
 
 #include <QtTypes>
 
-// This thread's clock, and so that of its Qt timers, on which time passes only when told to. Others keep their own.
+// This thread's clock, and so that of its Qt timers, on which time passes only when told to, or in a wait that was
+// in vain. Others keep their own.
 namespace HeldClock {
 
 void hold();

@@ -11,6 +11,7 @@
 #include "dock/widgets/TrackDelegate.hpp"
 #include "media/PlaylistFile.hpp"
 #include "media/tags.hpp"
+#include "queue/Track.hpp"
 #include "queue/paths.hpp"
 
 using namespace reelhouse;

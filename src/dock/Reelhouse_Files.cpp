@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <utility>
 
-#include "queue/paths.hpp"
 #include "dock/widgets/TrackListWidget.hpp"
 #include "dock/widgets/TrackRow.hpp"
 #include "media/tags.hpp"
+#include "queue/paths.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;

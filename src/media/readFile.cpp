@@ -243,7 +243,7 @@ QString oneLine(const char *text)
 }
 
 // Returns the text under the key from the container, or else from its first sound.
-QString textIn(const AVFormatContext *format, const char *key)
+QString tagIn(const AVFormatContext *format, const char *key)
 {
 	const AVDictionaryEntry *entry = av_dict_get(format->metadata, key, nullptr, 0);
 	const AVStream *sound = soundOf(format);
@@ -274,10 +274,10 @@ Tags readFile(const QString &path, const std::atomic<bool> &stopped, qint64 *byt
 		length = probedLength(format.get());
 	if (length >= perMillisecond)
 		tags.durationMs = length / perMillisecond;
-	tags.title = textIn(format.get(), "title");
-	tags.artist = textIn(format.get(), "artist");
+	tags.title = tagIn(format.get(), "title");
+	tags.artist = tagIn(format.get(), "artist");
 	if (tags.artist.isEmpty())
-		tags.artist = textIn(format.get(), "album_artist");
+		tags.artist = tagIn(format.get(), "album_artist");
 	if (bytes)
 		*bytes += input.bytesRead();
 	return tags;

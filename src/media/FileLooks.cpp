@@ -26,10 +26,16 @@ namespace {
 
 constexpr auto operationWait = 1s;
 constexpr auto leastWait = 30ms;
+constexpr auto endWait = 200ms;
 constexpr int lateDelayMs = 100;
+// Threads whose looks an operation waits for.
 constexpr int mostLookers = 16;
-// With those whose looks were given up. They end, or go on, when their disk answers.
-constexpr int mostLookersInAll = 64;
+// Further threads, for looks that nobody waits for: they may hang, and must not take the places of the others.
+constexpr int mostLateLookers = 4;
+// With those whose looks were given up. They go on when their disk answers.
+constexpr int mostThreads = 64;
+// So many threads look into a folder that has not answered yet.
+constexpr int mostUnsure = 4;
 // A thread takes so many looks at once in a folder whose last look took less than a millisecond.
 constexpr size_t mostInBatch = 32;
 
@@ -40,7 +46,7 @@ QString parentOf(const QString &file)
 
 QList<QString> mediaFilesIn(const QString &folder)
 {
-	static const QStringList patterns =
+	const QStringList patterns =
 		u"*.mp3 *.wav *.flac *.aac *.ogg *.m4a *.opus *.wma *.mp4 *.mkv *.mov *.avi *.webm *.m4v *.ts *.flv "
 		"*.wmv *.mpg *.mpeg"_s.split(u' ');
 	QList<QString> files;
@@ -75,13 +81,14 @@ struct FileLooks::Pool {
 		std::deque<Task> waiting;
 		int running = 0;
 		size_t owed = 0;      // looks that an operation has given up, or did not wait for
-		bool answers = false; // one look has come back: until then only one thread looks here
+		bool answers = false; // the last look has come back in time
 		bool isQuick = false;
-		bool isListed = false; // in folders
+		bool isListed = false; // in folders or lateFolders
 	};
 	struct Batch {
 		QString folder;
 		std::vector<Task> tasks;
+		bool isLate = false; // nobody waits for it
 		bool isGivenUp = false;
 	};
 
@@ -91,30 +98,32 @@ struct FileLooks::Pool {
 	void startThreads(const std::shared_ptr<Pool> &self);
 	void giveUp(Round &round);
 
-	std::mutex mutex; // guards everything here
-	std::condition_variable answered;
-	FileLooks *owner; // null after its destruction
+	std::mutex mutex;                 // guards everything here
+	std::condition_variable answered; // or a thread has ended
+	FileLooks *owner;                 // null after its destruction
+	int threads = 0;
+	int lookers = 0; // threads at work that have not been given up, without the late ones
 
 private:
-	void run(const std::shared_ptr<Pool> &self);
+	void run(const std::shared_ptr<Pool> &self, std::shared_ptr<Batch> batch);
 	void list(const QString &name, Folder &folder);
-	Batch take();
+	std::shared_ptr<Batch> take();
 	void finish(const Batch &batch, std::vector<Deliver> answers, bool isQuick);
 
 	QHash<QString, std::shared_ptr<Folder>> known;
-	std::deque<QString> folders; // those that a thread may look into now
-	std::vector<Batch *> atWork;
-	int threads = 0;
-	int givenUp = 0; // threads whose looks were given up
+	// Those that a thread may look into now. All looks into a late one are late.
+	std::deque<QString> folders;
+	std::deque<QString> lateFolders;
+	QList<std::shared_ptr<Batch>> atWork;
+	int lateLookers = 0;
 };
 
-// Lists a folder among those that a thread may look into.
 void FileLooks::Pool::list(const QString &name, Folder &folder)
 {
-	if (folder.isListed || folder.waiting.empty() || (folder.running > 0 && !folder.answers))
+	if (folder.isListed || folder.waiting.empty() || (folder.running >= mostUnsure && !folder.answers))
 		return;
 	folder.isListed = true;
-	folders.push_back(name);
+	(folder.owed > 0 ? lateFolders : folders).push_back(name);
 }
 
 void FileLooks::Pool::add(Look look, const std::shared_ptr<Round> &round)
@@ -133,32 +142,37 @@ void FileLooks::Pool::add(Look look, const std::shared_ptr<Round> &round)
 
 void FileLooks::Pool::startThreads(const std::shared_ptr<Pool> &self)
 {
-	size_t wanted = 0;
-	for (const QString &name : folders) {
-		const Folder &folder = *known[name];
-		wanted += folder.answers ? folder.waiting.size() : 1;
-		if (wanted >= mostLookers)
-			break;
-	}
-	for (; wanted > 0 && threads - givenUp < mostLookers && threads < mostLookersInAll; wanted--) {
+	while (threads < mostThreads) {
+		const std::shared_ptr<Batch> batch = take();
+		if (!batch)
+			return;
 		threads++;
-		std::thread([self] { self->run(self); }).detach();
+		std::thread([self, batch] { self->run(self, batch); }).detach();
 	}
 }
 
-FileLooks::Pool::Batch FileLooks::Pool::take()
+// Returns null when there is nothing to do, or no place for one that does it.
+std::shared_ptr<FileLooks::Pool::Batch> FileLooks::Pool::take()
 {
-	Batch batch{folders.front(), {}, false};
-	folders.pop_front();
-	Folder &folder = *known[batch.folder];
+	const bool isLate = folders.empty() || lookers == mostLookers;
+	std::deque<QString> &from = isLate ? lateFolders : folders;
+	if (!owner || from.empty() || (isLate && lateLookers == mostLateLookers))
+		return nullptr;
+	const auto batch = std::make_shared<Batch>();
+	batch->folder = from.front();
+	batch->isLate = isLate;
+	from.pop_front();
+	Folder &folder = *known[batch->folder];
 	folder.isListed = false;
 	folder.running++;
 	const size_t count = std::min(folder.waiting.size(), folder.isQuick ? mostInBatch : 1);
 	for (size_t i = 0; i < count; i++) {
-		batch.tasks.push_back(std::move(folder.waiting.front()));
+		batch->tasks.push_back(std::move(folder.waiting.front()));
 		folder.waiting.pop_front();
 	}
-	list(batch.folder, folder);
+	list(batch->folder, folder);
+	(isLate ? lateLookers : lookers)++;
+	atWork.append(batch);
 	return batch;
 }
 
@@ -172,8 +186,7 @@ void FileLooks::Pool::finish(const Batch &batch, std::vector<Deliver> answers, b
 		Round *round = batch.tasks[i].round.get();
 		if (round && !round->isOver) {
 			round->answers.push_back(std::move(answers[i]));
-			if (--round->open == 0)
-				answered.notify_all();
+			round->open--;
 			continue;
 		}
 		folder->owed--;
@@ -183,47 +196,50 @@ void FileLooks::Pool::finish(const Batch &batch, std::vector<Deliver> answers, b
 			QMetaObject::invokeMethod(
 				owner, [deliver = std::move(answers[i])] { deliver(true); }, Qt::QueuedConnection);
 	}
+	answered.notify_all();
 	list(batch.folder, *folder);
 	if (folder->waiting.empty() && folder->running == 0)
 		known.remove(batch.folder);
 }
 
-void FileLooks::Pool::run(const std::shared_ptr<Pool> &self)
+void FileLooks::Pool::run(const std::shared_ptr<Pool> &self, std::shared_ptr<Batch> batch)
 {
 	os_set_thread_name("reelhouse: looks");
-	std::unique_lock lock(mutex);
-	while (owner && !folders.empty() && threads - givenUp <= mostLookers) {
-		Batch batch = take();
-		atWork.push_back(&batch);
-		lock.unlock();
+	while (batch) {
 		const auto start = std::chrono::steady_clock::now();
 		std::vector<Deliver> answers;
-		for (const Task &task : batch.tasks)
+		for (const Task &task : batch->tasks)
 			answers.push_back(task.look());
 		const auto took = std::chrono::steady_clock::now() - start;
-		lock.lock();
-		std::erase(atWork, &batch);
-		givenUp -= batch.isGivenUp;
-		finish(batch, std::move(answers), took < 1ms * batch.tasks.size());
+		const std::lock_guard lock(mutex);
+		atWork.removeOne(batch);
+		if (!batch->isGivenUp)
+			(batch->isLate ? lateLookers : lookers)--;
+		finish(*batch, std::move(answers), took < 1ms * batch->tasks.size());
+		batch = take();
 		startThreads(self);
+		threads -= !batch;
 	}
-	threads--;
+	answered.notify_all();
 }
 
 // Others take the places of the threads that are at work.
 void FileLooks::Pool::giveUp(Round &round)
 {
 	round.isOver = true;
-	const auto owe = [this, &round](const QString &folder, const auto &tasks) {
+	const auto owe = [this, &round](const QString &name, const auto &tasks) {
 		const auto open = std::ranges::count(tasks, &round, [](const Task &task) { return task.round.get(); });
-		known[folder]->owed += static_cast<size_t>(open);
+		known[name]->owed += static_cast<size_t>(open);
+		known[name]->answers = known[name]->answers && open == 0;
 	};
-	for (Batch *batch : atWork) {
+	for (const std::shared_ptr<Batch> &batch : std::as_const(atWork)) {
 		owe(batch->folder, batch->tasks);
-		givenUp += !std::exchange(batch->isGivenUp, true);
+		if (!batch->isLate && !std::exchange(batch->isGivenUp, true))
+			lookers--;
 	}
-	for (const QString &folder : known.keys())
-		owe(folder, known[folder]->waiting);
+	for (const QString &name : known.keys())
+		owe(name, known[name]->waiting);
+	std::ranges::move(std::exchange(folders, {}), std::back_inserter(lateFolders));
 }
 
 FileLooks::FileLooks(QObject *parent) : QObject(parent), pool(std::make_shared<Pool>(this))
@@ -235,8 +251,9 @@ FileLooks::FileLooks(QObject *parent) : QObject(parent), pool(std::make_shared<P
 
 FileLooks::~FileLooks()
 {
-	const std::lock_guard lock(pool->mutex);
+	std::unique_lock lock(pool->mutex);
 	pool->owner = nullptr;
+	pool->answered.wait_for(lock, endWait, [this] { return pool->threads == 0; });
 }
 
 void FileLooks::beginOperation()
@@ -256,7 +273,8 @@ void FileLooks::lookAtAll(std::vector<Look> looks)
 	const auto start = std::chrono::steady_clock::now();
 	// When another disk has used up the time, one that is quick answers in this wait.
 	const auto most = std::max<std::chrono::nanoseconds>(timeLeft, leastWait);
-	pool->answered.wait_for(lock, most, [&round] { return round->open == 0; });
+	// Once all threads hang, nothing would answer.
+	pool->answered.wait_for(lock, most, [&] { return round->open == 0 || pool->lookers == 0; });
 	timeLeft = std::max<std::chrono::nanoseconds>(timeLeft - (std::chrono::steady_clock::now() - start), 0s);
 	if (round->open > 0) {
 		pool->giveUp(*round);

@@ -23,6 +23,7 @@ class FileLooks : public QObject {
 
 public:
 	explicit FileLooks(QObject *parent);
+	// Waits briefly for looks, but not for a disk that does not answer.
 	~FileLooks() override;
 
 	// Starts an operation: its looks share one second.

@@ -78,7 +78,7 @@ TEST_F(Story, Remote)
 		{"start Q; media playing 1500 4000; poll; ask? remainingMs GetQueue {'tags': true}", "{'remainingMs':2500}"},
 		{"media playing -1 -1; ask? duration GetQueue", "{'duration':0}"},
 		{"ask? cursor GetQueue", "{'cursor':0}"},
-		{"media playing 1500 4000; play P; ask? all GetQueue {'limit': 0}", "{'canBringBack':false,'canUndo':false,'currentId':'#P','currentIndex':0,'cursor':0,'duration':0,'endMode':'stop','mediaState':'OBS_MEDIA_STATE_OPENING','skipFailed':false,'sourceName':'S','sourceUuid':'S','startAgain':false,'success':true,'total':2,'tracks':[],'upcoming':[]}"},
+		{"media playing 1500 4000; play P; ask? all GetQueue {'limit': 0}", "{'canBringBack':false,'canUndo':false,'currentId':'#P','currentIndex':0,'cursor':0,'duration':0,'endMode':'stop','mediaState':'OBS_MEDIA_STATE_OPENING','queueDurationMs':0,'queueRemainingMs':0,'skipFailed':false,'sourceName':'S','sourceUuid':'S','startAgain':false,'success':true,'total':2,'tracks':[],'unknownLengths':2,'upcoming':[]}"},
 		{"ask Pause", "▶[P] Q | src Q | managed | replaced - | waits | switching"},
 		{"video; look; ask Pause; video", "▶[P] Q | src P | managed | replaced - | does pause"},
 	});

@@ -39,8 +39,8 @@ void Story::remember(const Words &words)
 		stays.reset();
 	bringsBack = valuesIn(recordOf(bound(), "OBS-Reelhouse-replaced"), "tracks").join(u'\n');
 	others.clear();
-	const bool all = words[0] == u"restart" || words[0] == u"choose" || words[0] == u"resume" ||
-			 words[0] == u"look";
+	const bool all = words[0] == u"restart" || words[0] == u"collection" || words[0] == u"choose" ||
+			 words[0] == u"resume" || words[0] == u"look";
 	for (auto source = sources.cbegin(); !all && source != sources.cend(); ++source) {
 		if (*source != bound() && words[0] != u"edit" && !words.contains(u"SelectSource"_s))
 			others[source.key()] = everythingOf(*source);

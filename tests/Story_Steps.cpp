@@ -225,6 +225,19 @@ void Story::addHostSteps()
 	on("come", [this](const Words &words) {
 		sources[words[0]] = OBSSourceAutoRelease(obs_load_source(saved[words[0]])).Get();
 	});
+	// Another scene collection is loaded, which has these sources.
+	on("collection", [this](const Words &words) {
+		for (const QString &source : sources.keys())
+			if (sources[source])
+				run({u"save"_s, source});
+		run({u"suspend"_s});
+		for (const QString &source : sources.keys())
+			if (sources[source])
+				run({u"leave"_s, source});
+		for (const QString &source : words)
+			run({u"come"_s, source});
+		run({u"resume"_s});
+	});
 	on("restart", [this](const Words &) {
 		for (const QString &source : sources.keys())
 			run({u"save"_s, source});

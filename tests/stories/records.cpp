@@ -30,6 +30,15 @@ protected:
 
 TEST_F(Story, Options)
 {
+	tell("each scene collection has the source again that was chosen last in it", "P Q", {
+		{"start Q; collection T", "no source"},
+		{"choose T; collection S", "[P] ▶Q | src Q | managed | replaced -"},
+		{"choose; collection T; choose T; collection S", "no source"},
+		{"choose S; collection T", "[X] Y | src X Y | own | replaced -"},
+		{"collection S T", "[P] ▶Q | src Q | managed | replaced -"},
+		{"collection T", "no source"},
+	});
+
 	tell("the options stay with their source, and leave what others have put beside them", "P Q", {
 		{"options?", "{}"},
 		{"options {'later': 7, 'skipFailed': true}; refresh; startAgain; options?", "{'later':7,'skipFailed':true,'startAgain':true}"},

@@ -33,7 +33,7 @@ namespace {
 constexpr int mostKnown = 300;
 // A thread of OBS's WebSocket plug-in waits no longer than this for a disk.
 constexpr auto longestWait = 2s;
-constexpr int mostThreads = 4;
+constexpr int mostReaders = 4;
 // A thread whose disk has not answered for this long no longer counts.
 constexpr auto stuckAfter = 2s;
 // For lengths that nobody waits for.
@@ -132,7 +132,7 @@ void TagReader::Worker::start(const std::shared_ptr<Worker> &self)
 {
 	asks.notify_all();
 	const auto now = std::chrono::steady_clock::now();
-	if (threads > 0 && (threads == mostThreads || now - lastAnswer < stuckAfter))
+	if (threads > 0 && (threads == mostReaders || now - lastAnswer < stuckAfter))
 		return;
 	threads++;
 	lastAnswer = now;

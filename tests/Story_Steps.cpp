@@ -83,7 +83,7 @@ void Story::addQueueSteps()
 				 "openFolder", "restorePlaylist"})
 		on(name, [this, name](const Words &) { action(name)->trigger(); });
 	on("bringBack", [this](const Words &) { tool()->trigger(); });
-	for (const char *name : {"skipFailed", "startAgain", "shuffleQueue"})
+	for (const char *name : {"skipFailed", "startAgain", "shuffleQueue", "holdPicture"})
 		on(name, [this, name](const Words &) { action(name)->trigger(); });
 	on("select", [this](const Words &words) {
 		list()->clearSelection();
@@ -152,7 +152,8 @@ void Story::addSourceSteps()
 		const QStringList states = u"none playing opening buffering paused stopped ended error"_s.split(u' ');
 		const auto state = static_cast<obs_media_state>(states.indexOf(words[0]));
 		if (obs_source_t *source = bound())
-			media(source) = {state, words.value(1).toInt(), words.value(2).toInt()};
+			media(source) = {state, words.value(1).toInt(), words.value(2).toInt(),
+					 words.value(3).toUInt()};
 	});
 	on("ends", [this](const Words &words) { endMedia(words.isEmpty() ? bound() : sources[words[0]].Get()); });
 	// Does what is said after the source has got its new track and before the dock hears of that.
@@ -293,6 +294,21 @@ void Story::addQuestions()
 			names += child<QComboBox>("endMode")->itemText(i);
 		names.removeAll(QString());
 		answer = names.join(u", "_s);
+	});
+	// Whether the last picture may be held, ever since the last such question.
+	on("hold?", [this](const Words &) {
+		answer = frontend->mayHold.join(u' ');
+		frontend->mayHold = frontend->mayHold.last(std::min<qsizetype>(frontend->mayHold.size(), 1));
+	});
+	on("log?", [this](const Words &) { answer = named(std::exchange(frontend->log, {}).join(u", "_s)); });
+	// What the Tools menu does not offer, and what it has checked.
+	on("tools?", [this](const Words &) {
+		QStringList names;
+		for (const QAction *entry : child<QMenu>("toolsMenu")->actions()) {
+			if (!entry->isEnabled() || entry->isChecked())
+				names += (entry->isEnabled() ? u'+' : u'-') + entry->objectName();
+		}
+		answer = names.join(u' ');
 	});
 	on("saves?", [this](const Words &) { answer = QString::number(std::exchange(frontend->saves, 0)); });
 	on("told?", [this](const Words &) {

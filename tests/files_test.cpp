@@ -95,7 +95,8 @@ TEST_F(Files, OnADiskThatHangsAreShownWhenItAnswers)
 
 TEST_F(Files, PlaylistsAreRead)
 {
-	makeFile(u"a b.mp3"_s), makeFile(u"50%25.mp3"_s), makeFile(u"é.mp3"_s);
+	for (const QString &name : {u"a b.mp3"_s, u"50%25.mp3"_s, u"50%.mp3"_s, u"é.mp3"_s})
+		makeFile(name);
 	const QByteArray xspf = "<playlist xmlns='http://xspf.org/ns/0/' xml:base='sub/'><trackList>",
 			 end = "</trackList></playlist>";
 	// clang-format off: a line is a file
@@ -134,6 +135,9 @@ TEST_F(Files, PlaylistsAreRead)
 		EXPECT_EQ(readPlaylist(makeFile(QLatin1String(name), content)).paths, wanted) << name;
 	}
 	EXPECT_FALSE(readPlaylist(at(u"absent.m3u"_s)).error.isEmpty());
+	EXPECT_EQ(readPlaylist(folder.path()).error, u"PlaylistNotText"_s);
+	ASSERT_TRUE(QFile(makeFile(u"huge.m3u"_s, "a")).resize(200'000'000));
+	EXPECT_EQ(readPlaylist(at(u"huge.m3u"_s)).error, u"PlaylistTooLarge"_s);
 }
 
 // Whatever names a queue holds, both formats give them back, and those in the playlist's folder move with it.
@@ -235,7 +239,8 @@ TEST_F(Files, ThatMovedAreFound)
 		EXPECT_TRUE(words.size() > 1 || ids() == queued);
 	});
 	const auto loop = [this] {
-		EXPECT_TRUE(QFile::link(at(u"new"_s), at(u"new/s/loop"_s)));
+		for (const QString &name : {u"new/s/loop"_s, u"new/s/loop2"_s})
+			EXPECT_TRUE(QFile::link(at(u"new"_s), at(name)));
 	};
 	on("loop", [&loop](const Words &) { loop(); });
 	tell("the nearest file of the name", "old/1/A old/2/A old/B C http://h/B", {

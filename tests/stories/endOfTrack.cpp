@@ -57,6 +57,24 @@ TEST_F(EndOfTrack, LeadsTo)
 	}
 }
 
+TEST_F(Story, HeldPicture)
+{
+	tell("the last picture may be held from a track of the queue to the next one, and not after the end", "P Q R", {
+		{"holdPicture; media playing 500 4000 640; poll; hold?", "no"},
+		{"play P; hold?", "no yes"},
+		{"video; media stopped; wait 500; hold?", "yes"},
+		{"poll; hold?", "yes no"},
+		{"media playing 100 4000 640; poll; media buffering 100 4000; wait 750; media playing 399 4000; poll; hold?", "no yes"},
+		{"media playing 400 4000; poll; hold?", "yes no"},
+		{"media paused 500 4000 640; poll; endMode Next; media playing 500 4000 640; poll; media ended; poll; hold?", "no yes"},
+		{"video; media playing 500 4000 640; wait 750; gone R; skipFailed; media ended; poll; hold?", "yes no"},
+		{"startAgain; play Q; video; media playing 500 4000 640; wait 750; media ended; poll; wait 1; hold?", "no yes"},
+		{"video; media playing 500 4000 640; poll; stop; hold?", "yes no"},
+		{"play Q; video; media playing 500 4000 640; poll; choose T; hold?", "no yes no"},
+		{"choose S; play Q; video; media playing 500 4000 640; poll; elsewhere A B; hold?", "no yes no"},
+	});
+}
+
 TEST_F(EndOfTrack, PassesOverWhatCannotPlay)
 {
 	tell("each is told, the message says how many, and a file that is back is missed no longer", "P A B Q", {
@@ -67,8 +85,9 @@ TEST_F(EndOfTrack, PassesOverWhatCannotPlay)
 		{"own next; video; video", "▶[P] A B Q | src P | managed | replaced - | next | does stop"},
 		{"own previous; video; video", "P A B ▶[Q] | src Q | managed | replaced - | next | does stop"},
 		{"previous; wait 1; wait 1; wait 1; video", "▶[P] A B Q | src P | managed | replaced - | next | does stop | ⚠ Tracks passed over: 2"},
-		{"gone P; gone Q; media playing 500 4000; poll; media ended; poll; wait 1; wait 1; wait 1; wait 1; video",
+		{"gone P; gone Q; told?; media playing 500 4000; poll; media ended; poll; wait 1; wait 1; wait 1; wait 1; video",
 		 "▶[P] A B Q | src | managed | replaced - | next | does stop | ⚠ None of the tracks that follow can be played"},
+		{"told?", "TrackFailed A fileMissing, TrackFailed B fileMissing, TrackFailed Q fileMissing, Queue 4, TrackFailed P fileMissing"},
 		{"back A; start A; ask? tracks GetQueue {'offset': 1, 'limit': 1}", "{'tracks':[{'id':'#A','index':1,'label':'A','path':'A','sizeBytes':5}]}"},
 	});
 	tell("a track that fails after it has played counts as ended", "P Q R", {

@@ -105,6 +105,7 @@ TEST_F(Story, Transport)
 		{"time; slide 500; media playing 20000 200000; release; transport?", "500 1:40 (Playing · 0:20 / 1:40)"},
 		{"video; wait 1250; poll; transport?", "100 0:20 (Playing · 0:20 / 3:20)"},
 		{"slide 300; play Q; release; video", "P ▶[Q] | src Q | managed | replaced - | does stop | scene"},
+		{"media playing 1 100000; poll; slide 200; release; play Q; video; media playing 1 100000; poll; release; video", "P ▶[Q] | src Q | managed | replaced - | does seek 0"},
 		{"media playing 1 100000; poll; slide 300; refresh; release; video", "P ▶[Q] | src Q | managed | replaced -"},
 		{"media playing -1 0; poll; transport?", "0 0:00 (Playing · 0:00 / —:—)"},
 		{"media paused 3725000 7200000; poll; transport?", "517 62:05 (Paused · 62:05 / 120:00)"},

@@ -44,6 +44,9 @@ TEST_F(Story, Remote)
 		{"ask AddTracks {'paths': [{'path': '@A'}], 'position': 4}", "[P] Q R | src P Q R | own | replaced - | indexOutOfRange"},
 		{"ask RemoveTracks {'ids': [{'id': '#P'}, {'id': 'x'}]}", "[P] Q R | src P Q R | own | replaced - | unknownTrack"},
 		{"ask MoveTrack {'id': '#P', 'index': 3}", "[P] Q R | src P Q R | own | replaced - | indexOutOfRange"},
+		{"ask AddTracks {'paths': [{'path': 'LONG'}]}", "[P] Q R | src P Q R | own | replaced - | pathTooLong"},
+		{"ask FindMissingFiles {'folder': 'LONG'}", "[P] Q R | src P Q R | own | replaced - | pathTooLong"},
+		{"ask FindMissingFiles {'folder': 'http://h/'}", "[P] Q R | src P Q R | own | replaced - | emptyPath"},
 		{"ask SetEndMode {'endMode': 'loop'}", "[P] Q R | src P Q R | own | replaced - | unknownEndMode"},
 		{"ask BringBackReplacedQueue", "[P] Q R | src P Q R | own | replaced - | nothingToBringBack"},
 		{"gone Q; ask PlayTrack {'id': '#Q'}", "[P] Q R | src P Q R | own | replaced - | fileMissing | ⚠ File not found: Q"},
@@ -111,6 +114,7 @@ TEST_F(Story, Remote)
 		{"ends; wait 20; poll; video; told?", "CurrentTrack R"},
 		{"media playing 9 4000; poll; media ended; poll; told?", "MediaState R ended"},
 		{"start P; play Q; midway refresh; poll; media error; look; told?", "CurrentTrack P, MediaState P playing, CurrentTrack Q, TrackFailed Q error, MediaState Q stopped"},
+		{"start P; media stopped; play Q; midway refresh; ask? mediaState GetQueue", "{'mediaState':'OBS_MEDIA_STATE_OPENING'}"},
 		{"ask? upcoming GetQueue; start P; ask? upcoming GetQueue", "{'upcoming':[{'id':'#Q','index':1},{'id':'#R','index':2}]}"},
 		{"endMode Repeat; ask? upcoming GetQueue", "{'upcoming':[]}"},
 	});
@@ -133,13 +137,16 @@ TEST_F(Story, Remote)
 		{"ask UndoRemove", "(A) (P) [Q] (R) | src P Q R | own | replaced -"},
 		{"search; ask RemoveTracks {'ids': [{'id': '#Q'}]}", "A P [R] | src P Q R | own | replaced -"},
 		{"ask RemoveTracks {'ids': [{'id': '#R'}, {'id': '#A'}]}", "[P] | src P Q R | own | replaced -"},
+		{"drop Q R; search #2; ask RemoveTracks {'ids': [{'id': '#P'}]}", "(Q) [R] | src P Q R | own | replaced -"},
 	});
 	tell("rows do not move under the pointer", "A B C D E F G H I J K L M N O P Q R S T U V W X Y Z", {
 		{"scroll 6; ask AddTracks {'paths': [{'path': '@a'}, {'path': '@b'}], 'position': 0}; top?", "G"},
 		{"ask RemoveTracks {'ids': [{'id': '#A'}, {'id': '#G'}]}; top?", "H"},
 		{"ask UndoRemove; ask MoveTrack {'id': '#B', 'index': 15}; top?", "H"},
 		{"ask MoveTrack {'id': '#Z', 'index': 0}; ask AddTracks {'paths': [{'path': '@c'}]}; top?", "H"},
-		{"search /; scroll 9; ask RemoveTracks {'ids': [{'id': '#Z'}]}; top?", "H"},
+		{"ask MoveTrack {'id': '#H', 'index': 20}; top?", "I"},
+		{"select J; choose T; choose S; top?", "I"},
+		{"search /; scroll 9; ask RemoveTracks {'ids': [{'id': '#Z'}]}; top?", "I"},
 	});
 	tell("no source is a choice like any other", "P", {
 		{"save T; choose T; leave T; look; come T; look", "[X] Y | src X Y | own | replaced -"},

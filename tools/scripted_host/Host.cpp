@@ -11,6 +11,8 @@
 
 #include <util/bmem.h>
 
+#include <dlfcn.h>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -54,6 +56,9 @@ obs_source_info vlcSourceInfo()
 	info.destroy = [](void *data) {
 		delete &vlc(data);
 	};
+	info.get_width = [](void *data) {
+		return vlc(data).now.width;
+	};
 	info.media_get_state = [](void *data) {
 		return vlc(data).now.state;
 	};
@@ -89,10 +94,8 @@ thread_local bool onGraphicsThread = false;
 
 bool obs_frontend_add_dock_by_id(const char *, const char *, void *widget)
 {
-	if (!active->acceptsDock)
-		return false;
 	active->dock = static_cast<QWidget *>(widget);
-	return true;
+	return active->acceptsDock;
 }
 
 void *obs_frontend_add_tools_menu_qaction(const char *name)
@@ -204,11 +207,28 @@ bool obs_source_async_decoupled(const obs_source_t *source)
 	return source && vlc(obs_obj_get_data(const_cast<obs_source_t *>(source))).decoupled;
 }
 
+// Notes what the filter that holds pictures is told.
+bool proc_handler_call(proc_handler_t *handler, const char *name, calldata_t *params)
+{
+	static const auto next = reinterpret_cast<decltype(&proc_handler_call)>(dlsym(RTLD_NEXT, "proc_handler_call"));
+	QStringList &told = active->mayHold;
+	const QString allowed = calldata_bool(params, "allowed") ? u"yes"_s : u"no"_s;
+	if (qstrcmp(name, "allow_hold") == 0 && (told.isEmpty() || told.constLast() != allowed))
+		told.append(allowed);
+	return next(handler, name, params);
+}
+
 Host::Host() : frontend(std::make_unique<Frontend>())
 {
 	active = frontend.get();
 	// Without video, libobs has something to say on every texture that a source frees.
-	base_set_log_handler([](int, const char *, va_list, void *) {}, nullptr);
+	base_set_log_handler(
+		[](int, const char *format, va_list values, void *) {
+			const QString line = QString::vasprintf(format, values);
+			if (line.startsWith(u"[OBS-Reelhouse] "_s))
+				active->log.append(line.sliced(16));
+		},
+		nullptr);
 	EXPECT_TRUE(obs_startup("en-US", QFile::encodeName(folder.filePath(u"config"_s)).constData(), nullptr));
 	const obs_source_info info = vlcSourceInfo();
 	obs_register_source(&info);

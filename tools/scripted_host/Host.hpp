@@ -34,6 +34,8 @@ struct Frontend {
 	QObject toolsMenu;
 	int removedDocks = 0;
 	int saves = 0;
+	QStringList mayHold; // what the filter that holds pictures was told, without repetitions
+	QStringList log;     // the module's lines
 	std::vector<std::pair<obs_frontend_event_cb, void *>> callbacks;
 	std::vector<OBSSource> scenes;
 	OBSSource program;
@@ -51,6 +53,7 @@ struct Media {
 	obs_media_state state = OBS_MEDIA_STATE_NONE;
 	int64_t timeMs = 0;
 	int64_t durationMs = 0;
+	uint32_t width = 0; // of its picture
 };
 
 // Waits for some milliseconds while events are processed. A test may replace it.

@@ -10,9 +10,31 @@
 #include <QToolButton>
 #include <QWheelEvent>
 
+#include <algorithm>
+
 #include "HeldClock.hpp"
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+QByteArray wave(const QString &title, const QString &artist, int ms)
+{
+	const auto chunk = [](const char *name, const QByteArray &content) {
+		const auto size = static_cast<quint32>(content.size());
+		QByteArray bytes(name);
+		for (int shift = 0; shift < 32; shift += 8)
+			bytes += static_cast<char>(size >> shift);
+		return bytes + content + QByteArray(size % 2, '\0');
+	};
+	// One channel of 8,000 bytes a second.
+	const QByteArray format("\1\0\1\0\x40\x1f\0\0\x40\x1f\0\0\1\0\x08\0", 16);
+	return chunk("RIFF",
+		     "WAVE" + chunk("fmt ", format) + chunk("data", QByteArray(ms * 8, '\x80')) +
+			     chunk("LIST", "INFO" + chunk("INAM", title.toUtf8()) + chunk("IART", artist.toUtf8())));
+}
+
+} // namespace
 
 void Story::on(const char *name, const std::function<void(const Words &)> &run)
 {
@@ -190,6 +212,18 @@ void Story::addSourceSteps()
 			QFile::remove(path(words[0]));
 	});
 	on("back", [this](const Words &words) { makeFile(words[0]); });
+	// A sound file of so many milliseconds, with a title and an artist.
+	on("song", [this](const Words &words) { makeFile(words[0], wave(words[1], words[2], words[3].toInt())); });
+	// Waits until these titles have been told.
+	on("read", [this](const Words &words) {
+		EXPECT_TRUE(waitFor([&] {
+			return std::ranges::all_of(words, [this](const QString &word) {
+				return std::ranges::any_of(plugin.events, [&word](const auto &event) {
+					return event.second["title"_L1] == word || event.second["nextTitle"_L1] == word;
+				});
+			});
+		}));
+	});
 	for (const auto &[name, where] : {std::pair("record", "OBS-Reelhouse"),
 					  {"replaced", "OBS-Reelhouse-replaced"},
 					  {"options", "OBS-Reelhouse-options"}})
@@ -315,8 +349,8 @@ void Story::addQuestions()
 		QStringList lines;
 		for (const auto &[name, data] : std::exchange(told, {})) {
 			QString line = QString(name).remove(u"Changed"_s);
-			for (const char *key :
-			     {"total", "label", "endMode", "reason", "skipFailed", "startAgain", "count"})
+			for (const char *key : {"total", "label", "title", "artist", "endMode", "reason", "skipFailed",
+						"startAgain", "count"})
 				line += u' ' + data[QLatin1String(key)].toVariant().toString();
 			if (name.startsWith(u"Media"))
 				line += data["mediaState"_L1].toString().section(u'_', -1).toLower();

@@ -11,6 +11,7 @@
 #include "dock/widgets/TrackDelegate.hpp"
 #include "dock/widgets/TrackRow.hpp"
 #include "media/PlaylistFile.hpp"
+#include "media/readFile.hpp"
 #include "media/tags.hpp"
 #include "queue/paths.hpp"
 
@@ -207,11 +208,14 @@ TEST_F(Files, AreReadAsFarAsTheyCanBe)
 		xspf("<playlist><trackList><track><location>d</location></track>\n<track><location>%00</location></track>\n&");
 	for (const bool hidden : {true, false}) {
 		frontend->dock->setHidden(hidden);
-		for (const auto &[name, content, says] : {std::tuple(u"half.m3u"_s, lines, "these lines: 2, 4"),
-							  std::tuple(u"half.xspf"_s, xspf, "up to line 3")}) {
+		for (const auto &[name, content, says] :
+		     {std::tuple(u"half.m3u"_s, lines, "these lines: 2, 4"),
+		      std::tuple(u"half.xspf"_s, xspf, "up to line 3"),
+		      std::tuple(u"none.m3u"_s, QByteArray(70'000, 'a'), "these lines: 1")}) {
 			pickFile("importPlaylist", makeFile(name, content));
 			EXPECT_EQ(rowPaths().last(), folder.filePath(u"d"_s));
 			EXPECT_TRUE(child<QLabel>("message")->text().contains(QLatin1String(says)));
+			EXPECT_EQ(frontend->dock->findChildren<QMessageBox *>().size(), hidden ? 1 : 0);
 			const std::unique_ptr<QMessageBox> box(frontend->dock->findChild<QMessageBox *>());
 			ASSERT_EQ(box && box->isVisible(), hidden);
 			EXPECT_TRUE(!box || child<QLabel>("message")->text().endsWith(box->text()));
@@ -250,6 +254,8 @@ TEST_F(Files, ThatMovedAreFound)
 		{"told?; find new ask SelectSource {'sourceName':'T'}; told?", "Queue 2, CurrentTrack, MissingFilesSearched cancelled"},
 		{"choose S; search old/; find new ask FindMissingFiles {'folder':'/'}", "▶(new/x/1/A) (new/2/A) (new/s/B) (C) (http://h/B) | src new/x/1/A | managed | replaced - | searching | ⚠ Missing files found: 3; still missing: 1"},
 		{"look; look; ask? mediaState GetQueue", "{'mediaState':'OBS_MEDIA_STATE_PLAYING'}"},
+		{"tools?", "-bringBackReplacedQueue"},
+		{"find new tools?", "▶(new/x/1/A) (new/2/A) (new/s/B) (C) (http://h/B) | src new/x/1/A | managed | replaced - | -findMissingFiles -bringBackReplacedQueue | ⚠ Missing files found: 0; still missing: 1"},
 		{"search; back C; find .", "▶[new/x/1/A] new/2/A new/s/B C http://h/B | src new/x/1/A | managed | replaced - | Missing files found: 1; still missing: 0"},
 		{"restart; look", "▶[new/x/1/A] new/2/A new/s/B C http://h/B | src new/x/1/A | managed | replaced -"},
 	});
@@ -267,7 +273,7 @@ TEST_F(Files, ThatMovedAreFound)
 TEST_F(Files, TheCurrentTrackStandsInATextSource)
 {
 	const char *kind = "text_ft2_source";
-	const OBSSource text = makeSource(u"T & U"_s, {}, R"({"text": "old", "outline": true})", kind);
+	OBSSource text = makeSource(u"T & U"_s, {}, R"({"text": "old", "outline": true})", kind);
 	const OBSSource shownFile = makeSource(u"F"_s, {}, R"({"text": "old", "from_file": true})", kind);
 	on("showIn", [this](const Words &words) { textEntries()[words[0].toInt()]->trigger(); });
 	on("type", [&text, this](const Words &words) {
@@ -296,13 +302,33 @@ TEST_F(Files, TheCurrentTrackStandsInATextSource)
 		     {"showIn 0; text?", ""},
 		     {"showIn 1; text?", "two"},
 	     });
+	if (canReadTags)
+		tell("titles, artists and lengths, once they have been read", "P Q",
+		     {
+			     {"song P One Ann 1600; song Q Two Ben 61000; endMode Next; showIn 1; look; told?; play P; read One Two; told?",
+			      "CurrentTrack P, CurrentTrack P One Ann"},
+			     {"video; media playing 500 1600; poll; text?", "Ann – One"},
+			     {"wait 100; deck?", "playing|One|1|2|Two|0:01|"},
+			     {"ask? all GetQueue {'tags': true}",
+			      "{'artist':'Ann','canBringBack':false,'canUndo':false,'currentId':'#P','currentIndex':0,'cursor':500,'duration':1600,'durationMs':1600,'endMode':'next','mediaState':'OBS_MEDIA_STATE_PLAYING','remainingMs':62100,'skipFailed':false,'sourceName':'S','sourceUuid':'S','startAgain':false,'success':true,'title':'One','total':2,'tracks':[{'artist':'Ann','durationMs':1600,'id':'#P','index':0,'label':'P','path':'P','sizeBytes':5,'title':'One'},{'artist':'Ben','durationMs':61000,'id':'#Q','index':1,'label':'Q','path':'Q','sizeBytes':5,'title':'Two'}],'upcoming':[{'id':'#Q','index':1}]}"},
+			     {"type {'text':'mine'}; look; text?", "Ann – One"},
+		     });
+	pickFile("exportPlaylist", at(u"lengths"_s));
+	QFile exported(at(u"lengths.m3u8"_s));
+	ASSERT_TRUE(exported.open(QIODevice::ReadOnly));
+	EXPECT_TRUE(!canReadTags || exported.readAll() == "#EXTM3U\n#EXTINF:2,P\nP\n#EXTINF:61,Q\nQ\n");
 	EXPECT_EQ(settingsOf(shownFile)["text"_L1], u"old"_s);
 	EXPECT_EQ(textEntries()[0]->text(), u"None"_s);
 	EXPECT_EQ(textEntries()[1]->text(), u"T && U"_s);
-	EXPECT_TRUE(textEntries()[1]->isChecked());
+	EXPECT_TRUE(textEntries()[1]->isChecked() && !textEntries()[0]->isChecked());
 	obs_source_remove(text);
+	text = nullptr;
+	obs_queue_task(OBS_TASK_DESTROY, [](void *) {}, nullptr, true);
 	step(u"look"_s);
 	EXPECT_EQ(textEntries().size(), 1);
+	text = makeSource(u"T & U"_s, {}, "{}", kind);
+	step(u"look"_s);
+	EXPECT_TRUE(textEntries()[1]->isChecked()) << "in a copy of the scene collection it has another UUID";
 }
 
 TEST_F(Files, HaveLabelsTitlesAndSizes)

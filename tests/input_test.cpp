@@ -6,6 +6,8 @@
 #include <QFileDialog>
 #include <QHelpEvent>
 #include <QMimeData>
+#include <QPainter>
+#include <QProxyStyle>
 #include <QSlider>
 #include <QTimer>
 #include <QToolButton>
@@ -154,6 +156,29 @@ TEST_F(Input, FilesChosenForOneSourceDoNotEndUpInAnother)
 		step(u"choose S"_s);
 	}
 	EXPECT_EQ(list()->count(), 2);
+}
+
+// Bold texts have a star, and those of a selected row an exclamation mark.
+TEST_F(Input, ARowShowsItsNumberItsNameAndItsSize)
+{
+	struct Recorder : QProxyStyle {
+		void drawItemText(QPainter *painter, const QRect &, int, const QPalette &, bool, const QString &text,
+				  QPalette::ColorRole role) const override
+		{
+			texts += text + (painter->font().bold() ? u"*"_s : QString()) +
+				 (role == QPalette::HighlightedText ? u"!"_s : QString());
+		}
+		mutable QStringList texts;
+	} recorder;
+	begin(u"P Q http://h/U"_s);
+	step(u"gone Q; refresh; search /"_s);
+	list()->setStyle(&recorder);
+	list()->viewport()->grab();
+	EXPECT_EQ(recorder.texts.last(9).join(u' '), u"1*! 5 B! P! 2* Missing* Q 3* — U"_s);
+	step(u"search /Q"_s);
+	list()->viewport()->grab();
+	EXPECT_EQ(recorder.texts.last(3).join(u' '), u"2*! Missing*! Q!"_s) << "a row keeps its number under a search";
+	list()->setStyle(nullptr);
 }
 
 TEST_F(Input, TheSizeColumnTellsTheFolder)

@@ -42,6 +42,10 @@ TEST_F(Story, Options)
 	tell("the options stay with their source, and leave what others have put beside them", "P Q", {
 		{"options?", "{}"},
 		{"options {'later': 7, 'skipFailed': true}; refresh; startAgain; options?", "{'later':7,'skipFailed':true,'startAgain':true}"},
+		{"tools?", "-findMissingFiles -bringBackReplacedQueue +skipFailed +startAgain"},
+		{"gone P; play P; skipFailed; tools?", "-bringBackReplacedQueue +startAgain"},
+		{"skipFailed; select P; remove; tools?", "-findMissingFiles -shuffleQueue -bringBackReplacedQueue +skipFailed +startAgain"},
+		{"undoRemove; choose; tools?", "-importPlaylist -exportPlaylist -findMissingFiles -shuffleQueue -bringBackReplacedQueue -holdPicture -skipFailed -startAgain"},
 		{"choose T; ask? startAgain GetQueue", "{'startAgain':false}"},
 		{"restart; choose S; skipFailed; restorePlaylist; options?", "{'later':7,'skipFailed':false,'startAgain':true}"},
 	});

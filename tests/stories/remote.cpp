@@ -152,6 +152,7 @@ TEST_F(Story, Remote)
 		{"save T; choose T; leave T; look; come T; look", "[X] Y | src X Y | own | replaced -"},
 		{"leave T; look; choose; come T; look", "no source"},
 		{"choose T; leave T; look; ask SelectSource {'sourceUuid': ''}; come T; look", "no source"},
+		{"choose T; leave T; look; choose; come T; ask SelectSource {'sourceName': 'T'}", "[X] Y | src X Y | own | replaced -"},
 	});
 	tell("a change is told although the source goes in its middle", "P", {
 		{"look; told?; vanish; drop Q; wait 160; told?", "Queue 2"},

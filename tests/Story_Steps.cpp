@@ -349,7 +349,7 @@ void Story::addQuestions()
 		QStringList lines;
 		for (const auto &[name, data] : std::exchange(told, {})) {
 			QString line = QString(name).remove(u"Changed"_s);
-			for (const char *key : {"total", "label", "title", "artist", "endMode", "reason", "skipFailed",
+			for (const char *key : {"total", "label", "endMode", "reason", "skipFailed",
 						"startAgain", "count"})
 				line += u' ' + data[QLatin1String(key)].toVariant().toString();
 			if (name.startsWith(u"Media"))
@@ -357,6 +357,18 @@ void Story::addQuestions()
 			lines += line.simplified();
 		}
 		answer = lines.isEmpty() ? u"nothing"_s : lines.join(u", "_s);
+	});
+	on("failures?", [this](const Words &) {
+		QStringList labels;
+		for (const auto &[name, data] : std::exchange(told, {})) {
+			if (name == u"TrackFailed")
+				labels += data["label"_L1].toString();
+		}
+		answer = labels.join(u' ');
+	});
+	on("title?", [this](const Words &) {
+		const QJsonObject &track = lastTold[u"CurrentTrackChanged"_s];
+		answer = track["artist"_L1].toString() + u" – "_s + track["title"_L1].toString();
 	});
 	// What a button of a deck shows, which sees the last event alone.
 	on("deck?", [this](const Words &) {

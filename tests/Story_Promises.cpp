@@ -215,6 +215,14 @@ void Story::expectToldTheState(bool settled)
 	expectTold(u"QueueChanged"_s, "total"_L1, "total"_L1);
 	expectTold(u"QueueChanged"_s, "sourceUuid"_L1, "sourceUuid"_L1);
 	expectTold(u"CurrentTrackChanged"_s, "id"_L1, "currentId"_L1);
+	const QJsonObject &track = lastTold[u"CurrentTrackChanged"_s], &media = lastTold[u"MediaStateChanged"_s];
+	const bool byTrack = track["revision"_L1].toInt() > media["revision"_L1].toInt();
+	const QString state = queue["mediaState"_L1].toString().section(u'_', -1);
+	const bool isLoading = state == u"OPENING" || state == u"BUFFERING"; // which is not told
+	EXPECT_TRUE(isLoading || (track.isEmpty() && media.isEmpty()) ||
+		    (byTrack ? track : media)["mediaState"_L1].toString().endsWith(
+			    state == u"NONE" || state == u"ERROR" ? u"STOPPED"_s : state))
+		<< state.toStdString();
 	expectTold(u"EndModeChanged"_s, "endMode"_L1, "endMode"_L1);
 	expectTold(u"StateChanged"_s, "endMode"_L1, "endMode"_L1);
 	if (const QJsonObject &deck = lastTold[u"StateChanged"_s]; !deck.isEmpty()) {

@@ -349,8 +349,8 @@ void Story::addQuestions()
 		QStringList lines;
 		for (const auto &[name, data] : std::exchange(told, {})) {
 			QString line = QString(name).remove(u"Changed"_s);
-			for (const char *key : {"total", "label", "endMode", "reason", "skipFailed",
-						"startAgain", "count"})
+			for (const char *key :
+			     {"total", "label", "endMode", "reason", "skipFailed", "startAgain", "count"})
 				line += u' ' + data[QLatin1String(key)].toVariant().toString();
 			if (name.startsWith(u"Media"))
 				line += data["mediaState"_L1].toString().section(u'_', -1).toLower();
@@ -358,13 +358,14 @@ void Story::addQuestions()
 		}
 		answer = lines.isEmpty() ? u"nothing"_s : lines.join(u", "_s);
 	});
+	// When a file that has gone is told of in the queue depends on its disk.
 	on("failures?", [this](const Words &) {
-		QStringList labels;
+		QStringList lines;
 		for (const auto &[name, data] : std::exchange(told, {})) {
 			if (name == u"TrackFailed")
-				labels += data["label"_L1].toString();
+				lines += data["label"_L1].toString() + u' ' + data["reason"_L1].toString();
 		}
-		answer = labels.join(u' ');
+		answer = lines.join(u", "_s);
 	});
 	on("title?", [this](const Words &) {
 		const QJsonObject &track = lastTold[u"CurrentTrackChanged"_s];

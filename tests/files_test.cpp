@@ -322,6 +322,10 @@ TEST_F(Files, TheCurrentTrackStandsInATextSource)
 	EXPECT_EQ(textEntries()[0]->text(), u"None"_s);
 	EXPECT_EQ(textEntries()[1]->text(), u"T && U"_s);
 	EXPECT_TRUE(textEntries()[1]->isChecked() && !textEntries()[0]->isChecked());
+	const QList<QAction *> choices = textEntries();
+	choices[0]->trigger();
+	EXPECT_FALSE(choices[1]->isChecked());
+	choices[1]->trigger();
 	obs_source_remove(text);
 	text = nullptr;
 	obs_queue_task(OBS_TASK_DESTROY, [](void *) {}, nullptr, true);

@@ -53,8 +53,14 @@ void Story::keepPromises(const Words &words)
 	for (auto other = others.cbegin(); other != others.cend(); ++other)
 		EXPECT_EQ(everythingOf(sources[other.key()]), *other) << other.key().toStdString();
 	expectHonestControls();
-	if (!bound())
-		return expectToldTheState(false);
+	if (!bound()) {
+		expectToldTheState(false);
+		const QJsonObject &deck = lastTold[u"StateChanged"_s];
+		const QString shown =
+			deck["source"_L1].toString() + deck["total"_L1].toString() + deck["canUndo"_L1].toString();
+		EXPECT_TRUE(verb != u"look" || deck.isEmpty() || shown == u"0off") << shown.toStdString();
+		return;
+	}
 	if (verb == u"edit" || verb == u"record" || verb == u"replaced")
 		unseenEdit = true;
 	const bool looked = verb == u"look" || verb == u"elsewhere" || verb == u"refresh" || verb == u"restart";
@@ -229,6 +235,7 @@ void Story::expectToldTheState(bool settled)
 		const int position = queue["currentIndex"_L1].toInt() + 1;
 		EXPECT_EQ(deck["total"_L1], QString::number(queue["total"_L1].toInt()));
 		EXPECT_EQ(deck["position"_L1], position ? QString::number(position) : QString());
+		EXPECT_EQ(deck["source"_L1], queue["sourceName"_L1]);
 		for (const QLatin1String flag : {"canUndo"_L1, "canBringBack"_L1, "skipFailed"_L1, "startAgain"_L1})
 			EXPECT_EQ(deck[flag] == u"on"_s, queue[flag].toBool()) << flag.data();
 	}

@@ -111,6 +111,7 @@ TEST_F(Files, PlaylistsAreRead)
 		{"latin1.m3u", "\xE9.mp3", "é.mp3"},
 		{"mixed.m3u8", "\xC3\xA9.mp3\r\x80\xE9.mp3\r\nc", "é.mp3|€é.mp3|c"},
 		{"utf16.pls", bytes("\xFF\xFE" "F\0i\0l\0e\0" "1\0=\0\xE9\0\n\0F\0i\0l\0e\0" "2\0=\0\x00\xD8\n\0\n"), "é"},
+		{"utf32.m3u", bytes("\xFF\xFE\0\0" "a\0\0\0" "\n\0\0\0" "\0\0\x11\0"), "a"},
 		{"urls.m3u8", "file:///x%20y.mp3\nFILE://localhost/z\nfile:///a%00b\nhttp://h/?y#z", "/x y.mp3|/z|http://h/?y#z"},
 		{"escaped.m3u", "a%20b.mp3\n50%25.mp3\nno%20such", "a b.mp3|50%25.mp3|no%20such"},
 		{"windows.m3u", ".\\a b.mp3\r\nC:\\b.mp3", "a b.mp3|C:\\b.mp3"},
@@ -170,6 +171,8 @@ TEST_F(Files, ThePlaylistFilesOfTheToolsMenu)
 	EXPECT_EQ(step(u"wait 600; saves?"_s), u"1"_s);
 	pickFile("importPlaylist", makeFile(u"empty.pls"_s, "[playlist]"));
 	EXPECT_TRUE(child<QLabel>("message")->text().contains(u"empty.pls has no entries"_s));
+	pickFile("importPlaylist", makeFile(u"film.m3u"_s, QByteArray(100, '\1')));
+	EXPECT_TRUE(child<QLabel>("message")->text().contains(u"Could not read the playlist"_s));
 	pickFile("exportPlaylist", at(u"out"_s));
 	QFile file(at(u"out.m3u8"_s));
 	ASSERT_TRUE(file.open(QIODevice::ReadOnly));
@@ -327,10 +330,10 @@ TEST_F(Files, TheCurrentTrackStandsInATextSource)
 	EXPECT_FALSE(choices[1]->isChecked());
 	choices[1]->trigger();
 	obs_source_remove(text);
-	text = nullptr;
-	obs_queue_task(OBS_TASK_DESTROY, [](void *) {}, nullptr, true);
 	step(u"look"_s);
 	EXPECT_EQ(textEntries().size(), 1);
+	text = nullptr;
+	obs_queue_task(OBS_TASK_DESTROY, [](void *) {}, nullptr, true);
 	text = makeSource(u"T & U"_s, {}, "{}", kind);
 	step(u"look"_s);
 	EXPECT_TRUE(textEntries()[1]->isChecked()) << "in a copy of the scene collection it has another UUID";

@@ -50,6 +50,7 @@ TEST_F(Story, Elsewhere)
 		{"edit S E F; ask PlayTrack {'id': '#C'}", "[E] F | src E F | own (managed) | replaced A B | next | unknownTrack"},
 		{"edit S G H; ask PlayNext", "▶[G] H | src G H | managed | replaced A B | next | waits"},
 		{"video; edit S X Y; ask? ids AddTracks {'paths': [{'path': '@Z'}]}", "{'ids':[{'id':'#Z'}]}"},
+		{"elsewhere A B A B; edit S A B A B C; play 3", "A B A ▶[B] C | src A B A B C | managed | replaced X Y Z | next | waits"},
 	});
 	tell("folders, and a queue that was empty", "", {
 		{"edit S M/D.ogg M/B.flac M/c.txt M/a.mp3 M/.h.mp3 M/n/c.mp3 M/C.MP4; elsewhere M/ file:///m/ http://h/U M/a.mp3", "[M/a.mp3] M/B.flac M/C.MP4 M/D.ogg file:///m/ http://h/U M/a.mp3 | src M file:///m/ http://h/U M/a.mp3 | own | replaced -"},
@@ -98,7 +99,7 @@ TEST_F(Story, Elsewhere)
 		{"start X; gone Y; moveDown; restorePlaylist", "Y [X] | src Y X | own | replaced -"},
 	});
 	tell("a source that goes", "P Q", {
-		{"start Q; delete S; look", "no source"},
+		{"drop A; remove; start Q; delete S; look", "no source"},
 		{"offers?", "Play, not playPause stop previous next seek addFiles endMode moveUp moveDown moveTop moveBottom remove undoRemove locateCurrent openFolder restorePlaylist"},
 		{"choose T; edit T X; look", "[X] | src X | own | replaced X Y"},
 	});

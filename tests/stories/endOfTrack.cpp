@@ -107,6 +107,7 @@ TEST_F(EndOfTrack, PassesOverWhatCannotPlay)
 	for (int i = 0; i < 13; i++)
 		step(u"media ended; poll; poll; video"_s);
 	step(u"media playing 500 4000; poll; poll"_s);
+	EXPECT_EQ(valuesIn(plugin.request("GetQueue"), "upcoming", "id").size(), 14) << "until the current one comes again";
 	const QString said = step(u"told?"_s);
 	EXPECT_EQ(said.count(u"TrackFailed"), 11);
 	EXPECT_TRUE(said.contains(u"TrackFailed 12 neverPlayed 2"_s)) << "one event for the rest: " << said.toStdString();

@@ -97,6 +97,26 @@ bool QueueControl::isSwitching() const
 	return dock->switchPending || dock->searching;
 }
 
+obs_media_state QueueControl::mediaState() const
+{
+	return dock->mediaState();
+}
+
+obs_media_state QueueControl::lastMediaState() const
+{
+	return dock->searching ? OBS_MEDIA_STATE_OPENING : dock->media.lastState().value_or(dock->mediaState());
+}
+
+obs_media_state QueueControl::wantedState() const
+{
+	return dock->mediaWish.state(dock->mediaState());
+}
+
+void QueueControl::setPaused(bool paused)
+{
+	dock->setPaused(paused);
+}
+
 bool QueueControl::playTrack(const QString &id, bool withSceneSwitch)
 {
 	return dock->playTrack(id, withSceneSwitch);

@@ -62,9 +62,18 @@ public:
 	// operations below do so themselves. Call it before you look for an id that is to be acted on.
 	void followEditElsewhere();
 
-	// Whether a switch is pending, or a track that can be played is searched for. The media state of the source then
-	// still belongs to the previous track.
+	// Whether a switch is pending, or a track that can be played is searched for. What the source reports then still
+	// belongs to the previous track.
 	bool isSwitching() const;
+	// What the media does: opening from a play until the new track has been seen; none without a source.
+	obs_media_state mediaState() const;
+	// That state as of the last poll or switch. It does not show the end of a track that another one follows.
+	obs_media_state lastMediaState() const;
+	// The state that was last wanted and has yet to come, or else the present one: playing, paused, stopped or
+	// ended.
+	obs_media_state wantedState() const;
+	// Pauses or resumes, as soon as a new track plays. Call it only while playing or paused is the wanted state.
+	void setPaused(bool paused);
 	// These two return false when no track could be started. If the file is missing, the dock's message line says
 	// so. With a scene switch, the started track brings the source's scene, as a double-click does.
 	bool playTrack(const QString &id, bool withSceneSwitch);
@@ -122,8 +131,8 @@ Q_SIGNALS:
 	// The source, the queue, the current track, the end mode or the options may have changed. Emitted once per
 	// operation, at its end.
 	void changed();
-	// Emitted by each poll of the source's media. Times are in milliseconds and never negative. There is no poll
-	// while a switch is pending.
+	// Emitted by each poll of the source's media with its mediaState(), after the end of a track has had its
+	// effect. Times are in milliseconds and never negative. There is none while a switch is pending.
 	void mediaPolled(obs_media_state state, qint64 positionMs, qint64 durationMs);
 	// A scene collection has been loaded, and the next signals tell of it.
 	void resuming();

@@ -29,6 +29,8 @@ constexpr int pollIntervalMs = 250;
 // VLC's list player handles the end of its media on a thread of its own. A stop that comes first makes it start the same
 // entry again.
 constexpr int endRestMs = 20;
+// How soon after its start a track gets the order that waited for it.
+constexpr int wishIntervalMs = 40;
 constexpr int saveDelayMs = 500;
 // The longest that a change waits for the save while more changes follow.
 constexpr int saveDeadlineMs = 5000;
@@ -57,7 +59,7 @@ Reelhouse::Reelhouse(const QString &settingsPath_, QWidget *parent)
 	loadSelection();
 	updateTime(0);
 
-	for (QTimer *timer : {&pollTimer, &endTimer})
+	for (QTimer *timer : {&pollTimer, &endTimer, &wishTimer})
 		timer->setTimerType(Qt::PreciseTimer);
 	pollTimer.setInterval(pollIntervalMs);
 	connect(&pollTimer, &QTimer::timeout, this, &Reelhouse::tick);
@@ -65,6 +67,8 @@ Reelhouse::Reelhouse(const QString &settingsPath_, QWidget *parent)
 	endTimer.setSingleShot(true);
 	endTimer.setInterval(endRestMs);
 	connect(&endTimer, &QTimer::timeout, this, &Reelhouse::lookAtEnd);
+	wishTimer.setInterval(wishIntervalMs);
+	connect(&wishTimer, &QTimer::timeout, this, [this] { carryOut(mediaWish.takeWaiting(mediaState())); });
 
 	saveTimer.setSingleShot(true);
 	saveTimer.setInterval(saveDelayMs);
@@ -123,6 +127,7 @@ void Reelhouse::suspend()
 	saveDeadline.stop();
 	messageLabel->hide();
 	playbackArmed = false;
+	media.reset();
 	weakSource = nullptr;
 	clearQueue();
 	recordWriter = {};
@@ -179,7 +184,7 @@ Reelhouse::Operation::~Operation()
 	if (--dock->operations > 0)
 		return;
 	if (std::exchange(dock->finishPending, false)) {
-		dock->running = dock->firstPoll = true;
+		dock->running = true;
 		dock->hasPlayed = false;
 		Q_EMIT dock->control->switchFinished();
 	}
@@ -194,11 +199,12 @@ void Reelhouse::cancelSwitch()
 	const Operation operation(this);
 	seekTargetMs = -1;
 	endStepping();
+	mediaWish.drop();
 	const bool wasPending = switchPending;
+	bool wasGiven = false;
 	{
 		const std::lock_guard lock(switchMutex);
-		// The new track has started, whether the dock still wants it or not.
-		finishPending = finishPending || (wasPending && !pendingSettings);
+		wasGiven = wasPending && !pendingSettings;
 		switchSerial++;
 		pendingSettings = nullptr;
 	}
@@ -206,6 +212,13 @@ void Reelhouse::cancelSwitch()
 	sceneSwitchWanted = false;
 	if (!wasPending)
 		return;
+	if (wasGiven) {
+		// The source has started the new track, wanted or not.
+		media.trackGiven();
+		finishPending = true;
+	} else {
+		media.settle();
+	}
 
 	OBSSourceAutoRelease source = lockSource();
 	if (!source)

@@ -17,6 +17,8 @@
 // After Qt's headers: libobs's SIMD shim redefines compiler intrinsics that those pull in.
 #include <obs.hpp>
 
+#include "dock/MediaFollower.hpp"
+#include "dock/MediaWish.hpp"
 #include "media/FileLooks.hpp"
 #include "queue/Track.hpp"
 #include "queue/options.hpp"
@@ -211,6 +213,10 @@ private:
 	void followMedia(obs_source_t *source);
 	void lookAtEnd();
 	void postLook();
+	// The next two are about states of MediaFollower.
+	obs_media_state mediaState() const;
+	void setPaused(bool paused);
+	void carryOut(reelhouse::MediaWish::Order order);
 	void followSeek(qint64 positionMs);
 	void describePlayback(obs_media_state state, qint64 positionMs);
 	// libobs calls these four on threads of its own and of VLC.
@@ -364,6 +370,10 @@ private:
 	bool switchPending = false; // from playTrack() until finishSwitch() or a cancel
 	bool sceneSwitchWanted = false;
 
+	// The bound source's media. The follower hears of each switch and each look.
+	reelhouse::MediaFollower media;
+	reelhouse::MediaWish mediaWish;
+
 	// The queue of the bound source, and the other values of its record.
 	QList<Track> tracks;
 	QList<RemovedTrack> removed;     // the last removal, ascending by index; one undo consumes it
@@ -411,7 +421,6 @@ private:
 	bool remainingTime = false;
 	bool narrowLayout = false;
 	bool running = false;       // the media of the last switch has neither ended nor failed
-	bool firstPoll = false;     // the next poll is the first one of that media
 	bool hasPlayed = false;     // a poll saw a length or a position of it
 	bool playbackArmed = false; // a poll saw the current track play, so its end counts
 	int endMode = reelhouse::EndStop;
@@ -423,6 +432,7 @@ private:
 	QElapsedTimer switchClock;
 	QElapsedTimer seekClock;
 	QTimer pollTimer;
+	QTimer wishTimer;                    // runs while a wish waits for the new track
 	QTimer endTimer;                     // runs from the media's end until the look at it
 	QTimer bringBackWait;                // runs while Bring Back waits for a switch to end
 	QTimer saveTimer;                    // restarts with each change

@@ -166,17 +166,13 @@ void Reelhouse::tellRestOfBurst()
 	Q_EMIT control->trackFailed(burst.lastId, burst.lastFailure, burst.count - mostTold);
 }
 
-// Sees whether the media that a switch has given to the source has failed. The first poll after the switch may still
-// see how the previous media ended.
+// Sees whether the media that a switch has given to the source has failed.
 void Reelhouse::followFailure(obs_media_state state, qint64 positionMs)
 {
 	hasPlayed = hasPlayed || positionMs > 0 || durationMs > 0;
-	if (state == OBS_MEDIA_STATE_OPENING || state == OBS_MEDIA_STATE_BUFFERING)
+	if (isLoading(state))
 		return;
-	const bool plays = state == OBS_MEDIA_STATE_PLAYING || state == OBS_MEDIA_STATE_PAUSED;
-	if (std::exchange(firstPoll, false) && !plays)
-		return;
-	const bool ran = std::exchange(running, running && plays);
+	const bool ran = std::exchange(running, running && isPlaying(state));
 	if (ran && state == OBS_MEDIA_STATE_ERROR)
 		currentFailed(TrackFailure::Error);
 	else if (ran && state == OBS_MEDIA_STATE_ENDED && !hasPlayed)

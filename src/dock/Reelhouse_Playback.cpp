@@ -64,6 +64,8 @@ void Reelhouse::issueSwitch(obs_source_t *source, Previous previous)
 	obs_data_set_string(settings, behaviorKey, "always_play");
 
 	switchPending = true;
+	media.switchIssued();
+	mediaWish.drop();
 	allowHeldPicture(source, true);
 	// Request the stop under the lock: libobs's thread then sees either the old serial and settings or the new
 	// ones. libobs only queues the stop, so this cannot deadlock.
@@ -160,6 +162,8 @@ void Reelhouse::stopPlayback()
 	if (source) {
 		allowHeldPicture(source, false);
 		obs_source_media_stop(source);
+		media.settle();
+		mediaWish.ask(OBS_MEDIA_STATE_STOPPED, mediaState());
 		if (managed) {
 			observed.clear();
 			storeQueue();

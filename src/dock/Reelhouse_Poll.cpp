@@ -102,6 +102,30 @@ void Reelhouse::postLook()
 	});
 }
 
+obs_media_state Reelhouse::mediaState() const
+{
+	OBSSourceAutoRelease source = lockSource();
+	if (!source)
+		return OBS_MEDIA_STATE_NONE;
+	return searching ? OBS_MEDIA_STATE_OPENING : media.state(obs_source_media_get_state(source));
+}
+
+void Reelhouse::setPaused(bool paused)
+{
+	carryOut(mediaWish.setPaused(paused, mediaState()));
+	if (mediaWish.isWaiting())
+		wishTimer.start();
+}
+
+void Reelhouse::carryOut(MediaWish::Order order)
+{
+	OBSSourceAutoRelease source = lockSource();
+	if (source && order != MediaWish::Order::None)
+		obs_source_media_play_pause(source, order == MediaWish::Order::Pause);
+	if (!mediaWish.isWaiting())
+		wishTimer.stop();
+}
+
 // The part of a poll that is about the media.
 void Reelhouse::followMedia(obs_source_t *source)
 {
@@ -111,13 +135,17 @@ void Reelhouse::followMedia(obs_source_t *source)
 	followSeek(positionMs);
 	describePlayback(state, positionMs);
 	updateButtons();
-	followFailure(state, positionMs);
+	const bool isOurs = media.look(state);
+	const obs_media_state seen = media.state(state);
+	carryOut(mediaWish.look(seen));
+	if (isOurs)
+		followFailure(state, positionMs);
 	if (!switchPending)
 		applyEndMode(state);
 	followPicture(source, state, positionMs);
 	// Between two tracks there is nothing to tell.
 	if (!switchPending && !searching)
-		Q_EMIT control->mediaPolled(state, positionMs, durationMs);
+		Q_EMIT control->mediaPolled(seen, positionMs, durationMs);
 }
 
 void Reelhouse::followSeek(qint64 positionMs)
@@ -211,8 +239,9 @@ void Reelhouse::finishSwitch(quint64 serial)
 	if (serial != switchSerial)
 		return;
 	switchPending = false;
+	media.trackGiven();
 	switchClock.start();
-	running = firstPoll = true;
+	running = true;
 	hasPlayed = false;
 	// The first poll must come soon enough to see a very short clip play.
 	pollTimer.start();

@@ -166,6 +166,10 @@ void Reelhouse::restoreSource()
 	obs_data_set_bool(settings, shuffleKey, originalShuffle);
 	setText(settings, behaviorKey, originalBehavior);
 	obs_source_update(source, settings);
+	// The source starts its own playlist when it is on program, or always if it is set so.
+	const bool plays = !tracks.isEmpty() && (originalBehavior == u"always_play"_s || obs_source_active(source));
+	media.settle();
+	mediaWish.ask(plays ? OBS_MEDIA_STATE_PLAYING : OBS_MEDIA_STATE_STOPPED, mediaState());
 
 	rebuildList(selectedId());
 	clearError();

@@ -228,6 +228,7 @@ void Reelhouse::bindSource(const QString &uuid)
 	disconnectSource();
 	messageLabel->hide();
 	playbackArmed = false;
+	media.reset();
 	weakSource = nullptr;
 	clearQueue();
 
@@ -259,6 +260,7 @@ void Reelhouse::disconnectSource()
 	previousSignal.Disconnect();
 	bindSerial++;
 	endTimer.stop();
+	finishPending = false;
 	cancelSearch();
 	bringBackWait.stop();
 }

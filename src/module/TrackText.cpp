@@ -2,10 +2,10 @@
 #include "module/TrackText.hpp"
 
 #include <algorithm>
-#include <utility>
 
 #include <obs-frontend-api.h>
 
+#include "dock/MediaFollower.hpp"
 #include "dock/QueueControl.hpp"
 #include "media/tags.hpp"
 #include "queue/privateKeys.hpp"
@@ -36,13 +36,6 @@ bool showsItsText(obs_source_t *source)
 	return !obs_data_get_bool(settings, kind->fileKey);
 }
 
-// Counts a source that still opens its media as playing.
-bool isPlaying(obs_media_state state)
-{
-	return state == OBS_MEDIA_STATE_PLAYING || state == OBS_MEDIA_STATE_PAUSED ||
-	       state == OBS_MEDIA_STATE_OPENING || state == OBS_MEDIA_STATE_BUFFERING;
-}
-
 // Does nothing when the text source is gone or already has the text.
 void showText(const QString &uuid, const QString &text)
 {
@@ -62,12 +55,8 @@ void showText(const QString &uuid, const QString &text)
 TrackText::TrackText(QueueControl *queue_) : QObject(queue_), queue(queue_)
 {
 	connect(queue, &QueueControl::changed, this, &TrackText::follow);
-	connect(queue, &QueueControl::switchFinished, this, [this] { justSwitched = true; });
-	connect(queue, &QueueControl::mediaPolled, this, [this](obs_media_state state) {
-		// The source may not have started the new track yet. It then still reports how the previous one ended.
-		if (!std::exchange(justSwitched, false) || isPlaying(state))
-			update();
-	});
+	connect(queue, &QueueControl::switchFinished, this, &TrackText::update);
+	connect(queue, &QueueControl::mediaPolled, this, &TrackText::update);
 	connect(&queue->tagReader(), &TagReader::tagsRead, this, &TrackText::update);
 }
 
@@ -128,8 +117,8 @@ void TrackText::update()
 
 QString TrackText::text() const
 {
-	OBSSourceAutoRelease source = queue->lockSource();
-	if (path.isEmpty() || !isPlaying(obs_source_media_get_state(source)))
+	const obs_media_state state = queue->lastMediaState();
+	if (path.isEmpty() || (!isPlaying(state) && !isLoading(state)))
 		return {};
 	return artistAndTitle(path, queue->tagReader().cached(path).value_or(Tags()));
 }

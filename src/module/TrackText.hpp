@@ -33,7 +33,6 @@ private:
 	QueueControl *const queue; // the parent
 	QString path;              // of the current track; cached so that a poll need not search the queue
 	QString shownIn; // UUID of the text source that shows our text; it is cleared when another one is used
-	bool justSwitched = false; // a switch has ended since the last poll
 };
 
 } // namespace reelhouse

@@ -148,12 +148,7 @@ void RemoteControl::close()
 }
 
 RemoteControl::RemoteControl(QueueControl *queue_, void *vendor_)
-	: QObject(queue_),
-	  queue(queue_),
-	  vendor(vendor_),
-	  media(*queue_),
-	  tagReader(queue_->tagReader()),
-	  seen(stateOf(*queue_))
+	: QObject(queue_), queue(queue_), vendor(vendor_), tagReader(queue_->tagReader()), seen(stateOf(*queue_))
 {
 	queueTimer.setSingleShot(true);
 	connect(&queueTimer, &QTimer::timeout, this, &RemoteControl::announceQueue);
@@ -167,7 +162,7 @@ RemoteControl::RemoteControl(QueueControl *queue_, void *vendor_)
 	connect(queue, &QueueControl::resuming, this, &RemoteControl::waitForPlugin);
 	connect(queue, &QueueControl::trackFailed, this, &RemoteControl::announceFailure);
 	connect(&tagReader, &TagReader::tagsRead, this, &RemoteControl::announceTags);
-	connect(queue, &QueueControl::switchFinished, this, [this] { media.trackGiven(); });
+	connect(queue, &QueueControl::switchFinished, this, [this] { lengthMs = 0; });
 	connect(queue, &QueueControl::canBringBackChanged, this, &RemoteControl::noticeState);
 }
 
@@ -178,7 +173,7 @@ RemoteControl::~RemoteControl()
 
 Response RemoteControl::serve(const Endpoint &endpoint, obs_data_t *data)
 {
-	Request request(*queue, media, tagReader, data, revision);
+	Request request(*queue, tagReader, data, revision);
 	if (!queue->isActive())
 		request.refuse(Refusal::Unavailable);
 	if (endpoint.needsSource() && !request.isRefused()) {
@@ -202,7 +197,7 @@ Response RemoteControl::withState(const Response &response) const
 	OBSDataAutoRelease state = obs_data_create();
 	setText(state, "currentId", queue->currentId());
 	obs_data_set_int(state, "currentIndex", queue->currentIndex());
-	obs_data_set_string(state, "mediaState", mediaStateName(media.asked()));
+	obs_data_set_string(state, "mediaState", mediaStateName(queue->wantedState()));
 	obs_data_set_int(state, "revision", revision);
 	return [response, state = OBSData(state.Get())](obs_data_t *data) {
 		response(data);

@@ -58,6 +58,8 @@ private:
 	// Sends an event, after which StateChanged is sent as well.
 	void emitEvent(const char *type, obs_data_t *data);
 	void sendEvent(const char *type, obs_data_t *data);
+	// Sends an event with a new revision. No event overtakes a change of the queue that has yet to be announced.
+	void announce(const char *type, obs_data_t *data);
 
 	// Adds the state after the request to a response.
 	Response withState(const Response &response) const;
@@ -66,7 +68,7 @@ private:
 	void observe();
 	void waitForPlugin();
 	void announceAll();
-	void observePoll(obs_media_state state);
+	void observePoll(obs_media_state state, qint64 positionMs, qint64 durationMs);
 	void startQueueTimer();
 	void announceSource();
 	void announceQueue();
@@ -76,7 +78,7 @@ private:
 	void announceOptions();
 	void announceSearch(QueueControl::SearchEnd end, qsizetype found, qsizetype missing);
 	void announceFailure(const QString &id, TrackFailure failure, qsizetype count);
-	void announceMedia(const MediaFollower::Change &change);
+	void announceMedia(obs_media_state state);
 	// Return the data of an event: with the bound source; with the bound source and the current track.
 	OBSDataAutoRelease sourceData() const;
 	OBSDataAutoRelease currentData() const;
@@ -101,14 +103,16 @@ private:
 	};
 	static State stateOf(const QueueControl &queue);
 
-	QueueControl *const queue; // the parent
-	void *const vendor;        // the plug-in's
-	MediaFollower media;
-	TagReader &tagReader;     // the dock's
-	Tags currentTags;         // as last sent
-	State seen;               // the dock's state when it was last compared
-	qint64 revision = 0;      // grows with every change of the state
-	qint64 queueRevision = 0; // the revision of the last change of the queue
+	QueueControl *const queue;                            // the parent
+	void *const vendor;                                   // the plug-in's
+	TagReader &tagReader;                                 // the dock's
+	Tags currentTags;                                     // as last sent
+	State seen;                                           // the dock's state when it was last compared
+	obs_media_state toldChange = OBS_MEDIA_STATE_STOPPED; // last sent as a change of the media's state
+	obs_media_state toldState = OBS_MEDIA_STATE_STOPPED;  // last sent, as a change or with a track
+	qint64 lengthMs = 0;                                  // of the current track's media; 0: no poll has seen it
+	qint64 revision = 0;                                  // grows with every change of the state
+	qint64 queueRevision = 0;                             // the revision of the last change of the queue
 	bool pluginLoads = false; // the plug-in may drop events until it has heard of the new scene collection
 	QTimer queueTimer;        // runs while a change of the queue has yet to be announced
 	QElapsedTimer burst;      // time since the first of those changes

@@ -5,6 +5,7 @@
 #include <array>
 #include <utility>
 
+#include "dock/MediaFollower.hpp"
 #include "remote/values.hpp"
 
 namespace reelhouse {
@@ -38,7 +39,7 @@ std::span<const char *const> RemoteControl::events()
 RemoteControl::State RemoteControl::stateOf(const QueueControl &queue)
 {
 	OBSSourceAutoRelease source = queue.lockSource();
-	return {uuidOf(source),  nameOf(source),  queue.tracks(),    queue.currentId(),
+	return {uuidOf(source),  nameOf(source),  queue.tracks(),  queue.currentId(),
 		queue.endMode(), queue.options(), queue.sizesNow()};
 }
 
@@ -56,9 +57,8 @@ void RemoteControl::announceAll()
 	pluginLoads = false;
 	if (!queue->isActive())
 		return observe();
-	const State before = std::exchange(seen, stateOf(*queue));
-	if (before.sourceUuid != seen.sourceUuid)
-		media.otherSource(!seen.sourceUuid.isEmpty());
+	seen = stateOf(*queue);
+	lengthMs = 0;
 	queueRevision = ++revision;
 	announceQueue();
 	announceCurrent();
@@ -83,28 +83,33 @@ void RemoteControl::observe()
 		queueRevision = ++revision;
 		startQueueTimer();
 	}
-	// Clients must know the queue before an event about its current track, end mode or options.
-	if (queueTimer.isActive() && (otherCurrent || otherEndMode || otherOptions))
-		announceQueue();
+	if (otherSource || otherCurrent)
+		lengthMs = 0;
 	if (otherCurrent)
 		announceCurrent();
 	if (otherEndMode)
 		announceEndMode();
 	if (otherOptions)
 		announceOptions();
-	if (otherSource)
-		announceMedia(media.otherSource(!seen.sourceUuid.isEmpty()));
+	if (otherSource && seen.sourceUuid.isEmpty())
+		announceMedia(OBS_MEDIA_STATE_STOPPED);
 	noticeState();
 }
 
-void RemoteControl::observePoll(obs_media_state state)
+void RemoteControl::observePoll(obs_media_state state, qint64, qint64 durationMs)
 {
 	// What was last seen may be of another queue.
 	if (pluginLoads)
 		return;
 	// Only a poll notices a new name of the source.
 	observe();
-	announceMedia(media.poll(state));
+	if (lengthMs == 0 && durationMs > 0 && isPlaying(state)) {
+		lengthMs = durationMs;
+		if (queue->currentIndex() >= 0)
+			announceCurrent();
+	}
+	if (!isLoading(state))
+		announceMedia(state);
 	noticeState();
 }
 
@@ -132,14 +137,18 @@ OBSDataAutoRelease RemoteControl::currentData() const
 	return data;
 }
 
-// No event overtakes a change of the queue that has yet to be announced: its revision is higher.
-void RemoteControl::announceSource()
+void RemoteControl::announce(const char *type, obs_data_t *data)
 {
 	if (queueTimer.isActive())
 		announceQueue();
-	OBSDataAutoRelease data = sourceData();
 	obs_data_set_int(data, "revision", ++revision);
-	emitEvent(sourceChanged, data);
+	emitEvent(type, data);
+}
+
+void RemoteControl::announceSource()
+{
+	OBSDataAutoRelease data = sourceData();
+	announce(sourceChanged, data);
 }
 
 void RemoteControl::announceQueue()
@@ -159,10 +168,11 @@ void RemoteControl::announceCurrent()
 	const int index = queue->currentIndex();
 	currentTags = index < 0 ? Tags() : tagReader.cached(seen.tracks.at(index).path).value_or(Tags());
 	setTags(data, currentTags);
-	media.toldWithTrack(media.asked());
-	obs_data_set_string(data, "mediaState", mediaStateName(media.asked()));
-	obs_data_set_int(data, "revision", ++revision);
-	emitEvent(currentTrackChanged, data);
+	if (lengthMs > 0)
+		obs_data_set_int(data, "durationMs", lengthMs);
+	toldState = queue->wantedState();
+	obs_data_set_string(data, "mediaState", mediaStateName(toldState));
+	announce(currentTrackChanged, data);
 }
 
 // Sends the event of the current track again when the tags of its file have been read.
@@ -180,24 +190,19 @@ void RemoteControl::announceEndMode()
 {
 	OBSDataAutoRelease data = sourceData();
 	obs_data_set_string(data, "endMode", endModeName(seen.endMode));
-	obs_data_set_int(data, "revision", ++revision);
-	emitEvent(endModeChanged, data);
+	announce(endModeChanged, data);
 }
 
 void RemoteControl::announceOptions()
 {
 	OBSDataAutoRelease data = sourceData();
 	setOptions(data, seen.options);
-	obs_data_set_int(data, "revision", ++revision);
-	emitEvent(optionsChanged, data);
+	announce(optionsChanged, data);
 }
 
-// Clients must know the new paths before the event that counts them.
 void RemoteControl::announceSearch(QueueControl::SearchEnd end, qsizetype found, qsizetype missing)
 {
 	observe();
-	if (queueTimer.isActive())
-		announceQueue();
 	OBSDataAutoRelease data = sourceData();
 	if (end == QueueControl::SearchEnd::Done) {
 		obs_data_set_int(data, "found", found);
@@ -206,15 +211,12 @@ void RemoteControl::announceSearch(QueueControl::SearchEnd end, qsizetype found,
 		obs_data_set_string(data, "reason",
 				    end == QueueControl::SearchEnd::NoFolder ? "noFolder" : "cancelled");
 	}
-	obs_data_set_int(data, "revision", ++revision);
-	emitEvent(missingFilesSearched, data);
+	announce(missingFilesSearched, data);
 }
 
 void RemoteControl::announceFailure(const QString &id, TrackFailure failure, qsizetype count)
 {
 	static constexpr std::array reasons = {"error", "neverPlayed", "fileMissing"};
-	if (queueTimer.isActive())
-		announceQueue();
 	const QList<Track> &tracks = queue->tracks();
 	const auto track = std::ranges::find(tracks, id, &Track::id);
 	if (track == tracks.cend())
@@ -225,23 +227,21 @@ void RemoteControl::announceFailure(const QString &id, TrackFailure failure, qsi
 	obs_data_set_string(data, "reason", reasons.at(static_cast<size_t>(failure)));
 	if (count > 1)
 		obs_data_set_int(data, "count", count);
-	obs_data_set_int(data, "revision", ++revision);
-	emitEvent(trackFailed, data);
+	announce(trackFailed, data);
 	noticeState();
 }
 
-void RemoteControl::announceMedia(const MediaFollower::Change &change)
+void RemoteControl::announceMedia(obs_media_state state)
 {
-	if (queueTimer.isActive() && change.state)
-		announceQueue();
-	if (change.state) {
-		if (*change.state == OBS_MEDIA_STATE_PLAYING)
-			failedTitle.clear();
-		OBSDataAutoRelease data = currentData();
-		obs_data_set_string(data, "mediaState", mediaStateName(*change.state));
-		obs_data_set_int(data, "revision", ++revision);
-		emitEvent(mediaStateChanged, data);
-	}
+	const obs_media_state next = plainState(state);
+	if (next == toldChange && next == toldState)
+		return;
+	toldChange = toldState = next;
+	if (next == OBS_MEDIA_STATE_PLAYING)
+		failedTitle.clear();
+	OBSDataAutoRelease data = currentData();
+	obs_data_set_string(data, "mediaState", mediaStateName(next));
+	announce(mediaStateChanged, data);
 }
 
 } // namespace reelhouse

@@ -177,7 +177,7 @@ void getQueue(Request &request)
 	OBSDataArrayAutoRelease upcoming = upcomingArray(request.queue);
 	obs_data_set_array(rest, "upcoming", upcoming);
 	setOptions(rest, request.queue.options());
-	obs_data_set_string(rest, "mediaState", mediaStateName(request.media.reported()));
+	obs_data_set_string(rest, "mediaState", mediaStateName(request.queue.mediaState()));
 	obs_data_set_int(rest, "cursor", page.cursorMs);
 	obs_data_set_int(rest, "duration", page.currentDurationMs);
 	obs_data_set_bool(rest, "canUndo", request.queue.canUndoRemove());
@@ -274,38 +274,32 @@ void playRelative(Request &request, int delta)
 void play(Request &request)
 {
 	const QList<Track> &tracks = request.queue.tracks();
-	const obs_media_state state = request.media.asked();
-	if (request.media.isStarting())
-		request.refuse(Refusal::Switching);
-	else if (tracks.isEmpty())
+	const obs_media_state state = request.queue.wantedState();
+	if (tracks.isEmpty())
 		request.refuse(Refusal::EmptyQueue);
 	else if (request.queue.currentIndex() < 0)
 		start(request, tracks.constFirst().id);
 	else if (state == OBS_MEDIA_STATE_PAUSED)
-		request.media.setPaused(false);
+		request.queue.setPaused(false);
 	else if (state != OBS_MEDIA_STATE_PLAYING)
 		start(request, request.queue.currentId());
 }
 
 void pauseOrResume(Request &request, bool paused)
 {
-	const obs_media_state state = request.media.asked();
-	if (request.media.isStarting())
-		request.refuse(Refusal::Switching);
-	else if (state == OBS_MEDIA_STATE_PLAYING || state == OBS_MEDIA_STATE_PAUSED)
-		request.media.setPaused(paused);
+	const obs_media_state state = request.queue.wantedState();
+	if (state == OBS_MEDIA_STATE_PLAYING || state == OBS_MEDIA_STATE_PAUSED)
+		request.queue.setPaused(paused);
 }
 
 // Ignores the list's selection, unlike the dock's play button, because a client does not see the selection.
 void togglePlay(Request &request)
 {
-	const obs_media_state state = request.media.asked();
-	if (request.media.isStarting())
-		request.refuse(Refusal::Switching);
-	else if (request.queue.currentIndex() < 0)
+	const obs_media_state state = request.queue.wantedState();
+	if (request.queue.currentIndex() < 0)
 		request.refuse(Refusal::NothingToPlay);
 	else if (state == OBS_MEDIA_STATE_PLAYING || state == OBS_MEDIA_STATE_PAUSED)
-		request.media.setPaused(state == OBS_MEDIA_STATE_PLAYING);
+		request.queue.setPaused(state == OBS_MEDIA_STATE_PLAYING);
 	else
 		start(request, request.queue.currentId());
 }
@@ -313,7 +307,6 @@ void togglePlay(Request &request)
 void stop(Request &request)
 {
 	request.queue.stopPlayback();
-	request.media.ask(OBS_MEDIA_STATE_STOPPED);
 }
 
 void addTracks(Request &request)
@@ -345,10 +338,7 @@ void removeTracks(Request &request)
 	}
 	if (request.isRefused())
 		return;
-	const bool hadCurrent = request.queue.currentIndex() >= 0;
 	request.respond(countResponse(request.queue.removeTracks(QSet<QString>(ids.cbegin(), ids.cend()))));
-	if (hadCurrent && request.queue.currentIndex() < 0)
-		request.media.ask(OBS_MEDIA_STATE_STOPPED);
 }
 
 void undoRemove(Request &request)

@@ -17,11 +17,11 @@ constexpr int restMs = 50;
 constexpr int againMs = 1000;
 
 // The state of the media in the words of StateChanged.
-const char *mediaWord(const MediaFollower &media)
+const char *mediaWord(const QueueControl &queue)
 {
-	if (media.isStarting())
+	if (queue.mediaState() == OBS_MEDIA_STATE_OPENING)
 		return "starting";
-	switch (media.asked()) {
+	switch (queue.wantedState()) {
 	case OBS_MEDIA_STATE_PLAYING:
 		return "playing";
 	case OBS_MEDIA_STATE_PAUSED:
@@ -53,7 +53,7 @@ RemoteControl::Texts RemoteControl::stateTexts() const
 	};
 	return {
 		{"source", seen.sourceName},
-		{"mediaState", QString::fromLatin1(seen.sourceUuid.isEmpty() ? "stopped" : mediaWord(media))},
+		{"mediaState", QString::fromLatin1(mediaWord(*queue))},
 		{"endMode", QString::fromLatin1(endModeName(queue->endMode()))},
 		{"title", titleAt(index)},
 		{"artist", tagsAt(index).artist},

@@ -32,7 +32,6 @@ constexpr std::array errorTexts = {
 	ErrorText{"fileMissing", "RemoteFileMissing"},
 	ErrorText{"emptyQueue", "RemoteEmptyQueue"},
 	ErrorText{"nothingToPlay", "RemoteNothingToPlay"},
-	ErrorText{"switching", "RemoteSwitching"},
 	ErrorText{"nothingToUndo", "RemoteNothingToUndo"},
 	ErrorText{"nothingToBringBack", "RemoteNothingToBringBack"},
 	ErrorText{"nothingToGiveBack", "RemoteNothingToGiveBack"},
@@ -59,9 +58,8 @@ Response refusalResponse(Refusal refusal, const QString &detail)
 	};
 }
 
-Request::Request(QueueControl &queue_, MediaFollower &media_, TagReader &tagReader_, obs_data_t *data_,
-		 qint64 revision_)
-	: queue(queue_), media(media_), tagReader(tagReader_), revision(revision_), data(data_)
+Request::Request(QueueControl &queue_, TagReader &tagReader_, obs_data_t *data_, qint64 revision_)
+	: queue(queue_), tagReader(tagReader_), revision(revision_), data(data_)
 {}
 
 bool Request::has(const char *key) const

@@ -10,7 +10,6 @@
 
 #include "dock/QueueControl.hpp"
 #include "media/tags.hpp"
-#include "remote/MediaFollower.hpp"
 
 namespace reelhouse {
 
@@ -29,7 +28,6 @@ enum class Refusal {
 	FileMissing,
 	EmptyQueue,
 	NothingToPlay,
-	Switching,
 	NothingToUndo,
 	NothingToBringBack,
 	NothingToGiveBack,
@@ -53,10 +51,9 @@ Response refusalResponse(Refusal refusal, const QString &detail = QString());
 class Request {
 public:
 	// The arguments must outlive the request.
-	Request(QueueControl &queue, MediaFollower &media, TagReader &tagReader, obs_data_t *data, qint64 revision);
+	Request(QueueControl &queue, TagReader &tagReader, obs_data_t *data, qint64 revision);
 
 	QueueControl &queue;
-	MediaFollower &media;
 	TagReader &tagReader;
 	const qint64 revision;
 

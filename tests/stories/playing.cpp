@@ -55,7 +55,7 @@ TEST_F(Story, Playing)
 		{"wait 240; ends; wait 19", "▶[P] Q R | src P | managed | replaced - | next"},
 		{"ends; wait 1", "P ▶[Q] R | src P | managed | replaced - | next | waits"},
 		{"video; drops?", "0"},
-		{"ends; wait 20; media playing; ends; wait 20; poll", "P ▶[Q] R | src Q | managed | replaced - | next"},
+		{"ends; wait 20; media playing 0 4000; ends; wait 20; poll", "P ▶[Q] R | src Q | managed | replaced - | next"},
 		{"media playing; poll; media ended; poll; video; ends; wait 20", "P Q ▶[R] | src R | managed | replaced - | next"},
 		{"start P; ends; wait 20; play R; video; drops?", "2"},
 		{"start P; ends; play R; wait 20", "P Q ▶[R] | src P | managed | replaced - | next | waits"},

@@ -111,7 +111,7 @@ TEST_F(Files, PlaylistsAreRead)
 		{"latin1.m3u", "\xE9.mp3", "é.mp3"},
 		{"mixed.m3u8", "\xC3\xA9.mp3\r\x80\xE9.mp3\r\nc", "é.mp3|€é.mp3|c"},
 		{"utf16.pls", bytes("\xFF\xFE" "F\0i\0l\0e\0" "1\0=\0\xE9\0\n\0F\0i\0l\0e\0" "2\0=\0\x00\xD8\n\0\n"), "é"},
-		{"utf32.m3u", bytes("\xFF\xFE\0\0" "a\0\0\0" "\n\0\0\0" "\0\0\x11\0"), "a"},
+		{"odd.m3u", bytes("\xFF\xFE" "a\0\n\0b"), "a"},
 		{"urls.m3u8", "file:///x%20y.mp3\nFILE://localhost/z\nfile:///a%00b\nhttp://h/?y#z", "/x y.mp3|/z|http://h/?y#z"},
 		{"escaped.m3u", "a%20b.mp3\n50%25.mp3\nno%20such", "a b.mp3|50%25.mp3|no%20such"},
 		{"windows.m3u", ".\\a b.mp3\r\nC:\\b.mp3", "a b.mp3|C:\\b.mp3"},
@@ -248,6 +248,7 @@ TEST_F(Files, ThatMovedAreFound)
 	const auto loop = [this] {
 		for (const QString &name : {u"new/s/loop"_s, u"new/s/loop2"_s})
 			EXPECT_TRUE(QFile::link(at(u"new"_s), at(name)));
+		EXPECT_TRUE(QFile::link(at(u"nowhere"_s), at(u"new/B"_s)));
 	};
 	on("loop", [&loop](const Words &) { loop(); });
 	tell("the nearest file of the name", "old/1/A old/2/A old/B C http://h/B", {

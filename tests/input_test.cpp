@@ -193,6 +193,10 @@ TEST_F(Input, TheSizeColumnTellsTheFolder)
 	};
 	EXPECT_EQ(tip(0, 20), "<p style='white-space:pre'>/m/x &lt;b&gt; &amp;</p>");
 	EXPECT_EQ(tip(1, 20), "<p style='white-space:pre'>http://host/live/</p>");
+	search(u"m"_s);
+	passTime(1000);
+	EXPECT_FALSE(QToolTip::isVisible()) << "the row may be another one";
+	search({});
 	EXPECT_EQ(tip(1, 300), "");
 	EXPECT_EQ(list()->item(0)->data(Qt::AccessibleDescriptionRole),
 		  u"File not found: "_s + odd + u" · Tools › Reelhouse › Find Missing Files…"_s);

@@ -74,7 +74,8 @@ TEST_F(Module, SwitchesOnlyToTheOneSceneThatHoldsTheSource)
 {
 	const OBSSource source = makeSource(u"Music"_s, {makeFile(u"a.mp3"_s)});
 	show(source);
-	// What the scenes A, B and C hold: s the source, g a group with it, a b c that scene.
+	const OBSSource other = makeSource(u"Other"_s, {});
+	// What the scenes A, B and C hold: s the source, o another one, g a group with it, a b c that scene.
 	const struct {
 		const char *situation;
 		const char *holds[3];
@@ -82,8 +83,10 @@ TEST_F(Module, SwitchesOnlyToTheOneSceneThatHoldsTheSource)
 		size_t program, preview;
 	} rows[] = {
 		{"only B holds it", {"", "s", ""}, false, false, 1, 0},
+		{"only B, below another source", {"o", "so", "o"}, false, false, 1, 0},
 		{"only B, in a group", {"", "g", ""}, false, false, 1, 0},
 		{"studio mode leaves program alone", {"", "s", ""}, true, false, 0, 1},
+		{"studio mode asks what the preview shows", {"s", "", ""}, true, false, 0, 0},
 		{"A shows it already", {"s", "s", ""}, false, false, 0, 0},
 		{"B and C hold it", {"", "s", "s"}, false, false, 0, 0},
 		{"C, which B nests", {"", "c", "s"}, false, false, 0, 0},
@@ -95,13 +98,18 @@ TEST_F(Module, SwitchesOnlyToTheOneSceneThatHoldsTheSource)
 		auto &scenes = frontend->scenes;
 		scenes = {makeScene("A", {}), makeScene("B", {}), makeScene("C", {})};
 		for (size_t i = 0; i < scenes.size(); i++) {
-			if (*holds[i] == 'g')
-				addGroup(scenes[i], source);
-			else if (*holds[i])
-				obs_scene_add(obs_scene_from_source(scenes[i]),
-					      *holds[i] == 's' ? source.Get() : scenes[size_t(*holds[i] - 'a')].Get());
+			for (const char what : std::string(holds[i])) {
+				if (what == 'g')
+					addGroup(scenes[i], source);
+				else
+					obs_scene_add(obs_scene_from_source(scenes[i]),
+						      what == 's'   ? source.Get()
+						      : what == 'o' ? other.Get()
+								    : scenes[size_t(what - 'a')].Get());
+			}
 		}
-		frontend->program = frontend->preview = scenes[0];
+		frontend->program = scenes[0];
+		frontend->preview = scenes[studioMode ? 2 : 0];
 		frontend->studioMode = studioMode;
 		if (removesC)
 			obs_source_remove(scenes[2]);
@@ -131,6 +139,7 @@ TEST_F(Module, ListsSourcesByNameWithTheScenesThatShowThem)
 			texts += u", "_s + selector->itemText(i);
 		return texts;
 	};
+	EXPECT_FALSE(child<QMenu>("showCurrentTrackIn")->isEmpty()) << "some desktops hide an empty submenu";
 	EXPECT_EQ(entries(), u"Select a VLC Video Source"_s) << "nothing is listed before loading has finished";
 	frontend->send(OBS_FRONTEND_EVENT_FINISHED_LOADING);
 	EXPECT_EQ(entries(), u"Select a VLC Video Source, Clips, Group / intro / Main / Outer · Music"_s);

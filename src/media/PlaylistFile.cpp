@@ -156,7 +156,9 @@ QString decoded(const QByteArray &bytes)
 		return decodedByLine(bytes);
 	QStringDecoder decoder(encoding, QStringConverter::Flag::Stateless);
 	QString text = decoder.decode(bytes);
-	if (decoder.hasError())
+	// Qt reports no error for a file that ends inside a character.
+	const bool isCut = encoding != QStringConverter::Utf8 && bytes.size() % 2 != 0;
+	if (decoder.hasError() || isCut)
 		text.replace(QChar::ReplacementCharacter, QChar(u'\0'));
 	return text;
 }

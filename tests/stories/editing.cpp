@@ -34,6 +34,7 @@ TEST_F(Story, Editing)
 		{"search /none; empty?", "No track matches the search."},
 	});
 	tell("rows move", "P Q R S", {
+		{"select Q; select; offers?", "Play Selected, not seek moveUp moveDown moveTop moveBottom remove undoRemove locateCurrent openFolder"},
 		{"select Q; moveUp; offers?", "Play Selected, not seek moveUp moveTop undoRemove locateCurrent"},
 		{"moveUp; moveDown", "P [Q] R S | src P Q R S | own | replaced -"},
 		{"moveBottom; offers?", "Play Selected, not seek moveDown moveBottom undoRemove locateCurrent"},

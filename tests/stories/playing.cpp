@@ -33,6 +33,7 @@ TEST_F(Story, Playing)
 		{"gone Q; play Q; back Q; play Q; ask? tracks GetQueue {'offset': 1, 'limit': 1}", "{'tracks':[{'id':'#Q','index':1,'label':'Q','path':'Q','sizeBytes':5}]}"},
 		{"gone Q; start P; next", "▶[P] Q http://h/U | src P | managed | replaced - | ⚠ File not found: Q"},
 		{"ask? tracks GetQueue {'offset': 1, 'limit': 1}", "{'tracks':[{'id':'#Q','index':1,'label':'Q','missing':true,'path':'Q'}]}"},
+		{"log?; play Q; log?", "File not found: Q · Tools › Reelhouse › Find Missing Files…"},
 		{"refresh; play Q", "▶[P] Q http://h/U | src P | managed | replaced - | ⚠ File not found: Q"},
 		{"start http://h/U", "P Q ▶[http://h/U] | src http://h/U | managed | replaced - | does stop | scene"},
 	});

@@ -316,7 +316,7 @@ TEST_F(Files, TheCurrentTrackStandsInATextSource)
 			     {"endMode Next; showIn 1; look; song P One Ann 1600; song Q Two Ben 61000; play P; read One Two; title?", "Ann – One"},
 			     {"video; media playing 500 1600; poll; text?", "Ann – One"},
 			     {"wait 100; deck?", "playing|One|1|2|Two|0:01|"},
-			     {"ask? all GetQueue {'limit': 0}", "{'artist':'Ann','canBringBack':false,'canUndo':false,'currentId':'#P','currentIndex':0,'cursor':500,'duration':1600,'durationMs':1600,'endMode':'next','mediaState':'OBS_MEDIA_STATE_PLAYING','queueDurationMs':62600,'queueRemainingMs':62100,'skipFailed':false,'sourceName':'S','sourceUuid':'S','startAgain':false,'success':true,'title':'One','total':2,'tracks':[],'unknownLengths':0,'upcoming':[{'id':'#Q','index':1}]}"},
+			     {"ask? all GetQueue {'limit': 0}", "{'artist':'Ann','canBringBack':false,'canUndo':false,'currentId':'#P','currentIndex':0,'cursor':500,'duration':1600,'durationMs':1600,'endMode':'next','mediaState':'OBS_MEDIA_STATE_PLAYING','queueDurationMs':62600,'queueRemainingMs':62100,'skipFailed':false,'sourceName':'S','sourceUuid':'S','startAgain':false,'success':true,'title':'One','total':2,'tracks':[],'unknownLengths':0,'unknownRemaining':0,'upcoming':[{'id':'#Q','index':1}]}"},
 			     {"ask? remainingMs GetQueue {'tags': true}", "{'remainingMs':62100}"},
 			     {"type {'text':'mine'}; look; text?", "Ann – One"},
 		     });

@@ -12,6 +12,7 @@
 #include <QTimer>
 #include <QToolButton>
 #include <QToolTip>
+#include <QtEndian>
 
 using namespace Qt::StringLiterals;
 
@@ -247,4 +248,31 @@ TEST_F(Input, AMessageIsAnnouncedAndShowsWhole)
 	frontend->dock->resize(360, 400);
 	QCoreApplication::sendPostedEvents();
 	EXPECT_GE(message->width(), message->fontMetrics().horizontalAdvance(u"⚠"_s)) << "beside words of any length";
+}
+
+TEST_F(Input, TheCountTellsHowLongTheShowIs)
+{
+	// One byte of sound takes a second.
+	const auto wave = [](quint32 seconds) {
+		QByteArray bytes("RIFF\0\0\0\0WAVEfmt \x10\0\0\0\1\0\1\0\1\0\0\0\1\0\0\0\1\0\x08\0data\0\0\0\0", 44);
+		qToLittleEndian(seconds + 36, bytes.data() + 4);
+		qToLittleEndian(seconds, bytes.data() + 40);
+		return bytes + QByteArray(seconds, '\x80');
+	};
+	begin(u"A B B http://h/U"_s);
+	makeFile(u"A"_s, wave(3700));
+	makeFile(u"B"_s, wave(90));
+	auto *count = child<QLabel>("trackCount");
+	EXPECT_EQ(tipAt(count, {5, 5}), QString());
+	const auto becomes = [&](const QString &text) {
+		return waitFor([&] { return tipAt(count, {5, 5}) == text && count->accessibleDescription() == text; });
+	};
+	EXPECT_TRUE(becomes(u"1:04:40 in all, 1:04:40 to go · Unknown length: 1"_s));
+	step(u"start B; media playing 30000 90000; poll"_s);
+	EXPECT_TRUE(becomes(u"1:04:40 in all, 2:30 to go · Unknown length: 1"_s));
+	EXPECT_EQ(step(u"ask? queueRemainingMs GetQueue"_s), u"{'queueRemainingMs':150000}"_s);
+	makeFile(u"B"_s, wave(100));
+	step(u"refresh"_s);
+	EXPECT_TRUE(becomes(u"1:04:50 in all, 2:40 to go · Unknown length: 1"_s)) << "a file that has changed";
+	EXPECT_EQ(count->toolTip(), QString());
 }

@@ -35,6 +35,7 @@ class QLineEdit;
 class QListWidgetItem;
 class QProgressDialog;
 class QToolButton;
+class QUrl;
 
 namespace reelhouse {
 class FileFinder;
@@ -307,11 +308,15 @@ private:
 	// Reelhouse_Files.cpp
 	void makeTracks(const QList<QString> &paths);
 	void measureTracks();
+	QList<QString> droppedFiles(const QList<QUrl> &urls);
 	// Looks for the track's file, and returns false when it is missing.
 	bool lookForFile(const Track &track);
 	bool isMissing(const Track &track) const;
 	void noteSize(const QString &path, qint64 size);
 	void readLengths();
+	QString lengthText() const;
+	void showLengthTip(const QHelpEvent *event);
+	void describeLength();
 	void takeLateAnswers(const reelhouse::FileLooks::SeenByPath &seen);
 	void expandLate(const reelhouse::FileLooks::SeenByPath &seen);
 

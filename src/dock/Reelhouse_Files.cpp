@@ -1,13 +1,20 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "dock/Reelhouse.hpp"
 
+#include <QHelpEvent>
+#include <QLabel>
+#include <QToolTip>
+#include <QUrl>
+
 #include <algorithm>
 #include <utility>
 
 #include "dock/widgets/TrackListWidget.hpp"
 #include "dock/widgets/TrackRow.hpp"
+#include "media/QueueLength.hpp"
 #include "media/tags.hpp"
 #include "queue/paths.hpp"
+#include "queue/text.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;
@@ -95,6 +102,19 @@ void Reelhouse::measureTracks()
 	}
 }
 
+// Leaves out what is known to be no plain file.
+QList<QString> Reelhouse::droppedFiles(const QList<QUrl> &urls)
+{
+	QList<QString> files;
+	for (const QUrl &url : urls) {
+		if (url.isLocalFile())
+			files.append(url.toLocalFile());
+	}
+	const FileLooks::SeenByPath seen = looks->look(files);
+	files.removeIf([&seen](const QString &file) { return seen.value(file).size == SizeMissing; });
+	return files;
+}
+
 // Looks whether the track's file is there. What a play finds differs from the row, which keeps what was measured. A file
 // whose disk does not answer in time is not missing: VLC tells whether it plays.
 bool Reelhouse::lookForFile(const Track &track)
@@ -129,11 +149,43 @@ void Reelhouse::noteSize(const QString &path, qint64 size)
 // Reads the lengths of the whole queue in the background, from the current track on.
 void Reelhouse::readLengths()
 {
-	QList<QString> paths;
+	QList<std::pair<QString, qint64>> files;
 	const qsizetype first = std::max(currentIndex(), 0);
-	for (qsizetype i = 0; i < tracks.size(); i++)
-		paths.append(tracks.at((first + i) % tracks.size()).path);
-	tagReader->readLengths(paths);
+	for (qsizetype i = 0; i < tracks.size(); i++) {
+		const Track &track = tracks.at((first + i) % tracks.size());
+		const qint64 size = sizesNow.value(track.path, track.size);
+		if (size != SizeMissing)
+			files.append({track.path, size});
+	}
+	tagReader->readLengths(files);
+}
+
+// Returns an empty text while no length is known.
+QString Reelhouse::lengthText() const
+{
+	// During a switch, the source still reports the times of the previous track.
+	OBSSourceAutoRelease source = switchPending ? OBSSourceAutoRelease() : lockSource();
+	const QueueLength length = QueueLength::of({tracks, sizesNow, tagReader->lengths(), currentIndex(),
+						    source ? obs_source_media_get_time(source) : 0,
+						    source ? obs_source_media_get_duration(source) : 0});
+	if (length.unknown == tracks.size())
+		return {};
+	const QString text = ui("QueueLength").arg(longClockText(length.wholeMs), longClockText(length.leftMs));
+	return length.unknown == 0 ? text : text + u" · "_s + ui("UnknownLengths").arg(length.unknown);
+}
+
+void Reelhouse::showLengthTip(const QHelpEvent *event)
+{
+	QToolTip::showText(event->globalPos(), lengthText(), trackCountLabel, trackCountLabel->rect());
+}
+
+// Only assistive technology shows this text.
+void Reelhouse::describeLength()
+{
+	const QString text = lengthText();
+	// Qt announces each description that is set, even an equal one.
+	if (trackCountLabel->accessibleDescription() != text)
+		trackCountLabel->setAccessibleDescription(text);
 }
 
 // Takes answers of disks that came after the dock had stopped waiting. Nothing moves, and nothing is stored.

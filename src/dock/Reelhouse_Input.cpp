@@ -18,6 +18,7 @@
 
 #include "dock/widgets/TrackDelegate.hpp"
 #include "dock/widgets/TrackListWidget.hpp"
+#include "dock/widgets/TrackRow.hpp"
 #include "queue/paths.hpp"
 
 using namespace reelhouse;
@@ -78,16 +79,6 @@ bool isFileDrag(const QEvent *event)
 	return event->type() == QEvent::DragEnter || event->type() == QEvent::DragMove || event->type() == QEvent::Drop;
 }
 
-QList<QString> droppedFiles(const QList<QUrl> &urls)
-{
-	QList<QString> files;
-	for (const QUrl &url : urls) {
-		if (url.isLocalFile() && QFileInfo(url.toLocalFile()).isFile())
-			files.append(url.toLocalFile());
-	}
-	return files;
-}
-
 } // namespace
 
 bool Reelhouse::eventFilter(QObject *watched, QEvent *event)
@@ -100,6 +91,10 @@ bool Reelhouse::eventFilter(QObject *watched, QEvent *event)
 			QToolTip::showText(QPoint(), QString());
 			event->ignore();
 		}
+		return true;
+	}
+	if (watched == trackCountLabel && event->type() == QEvent::ToolTip) {
+		showLengthTip(static_cast<QHelpEvent *>(event));
 		return true;
 	}
 	if (event->type() == QEvent::KeyPress &&
@@ -170,6 +165,7 @@ void Reelhouse::handleFileDrag(QDropEvent *event)
 	    !event->possibleActions().testFlag(Qt::CopyAction))
 		return;
 	if (event->type() == QEvent::Drop) {
+		const Operation operation(this);
 		const QList<QString> files = droppedFiles(urls);
 		if (files.isEmpty())
 			return;

@@ -11,6 +11,7 @@
 #include <QUrl>
 
 #include "dock/widgets/TrackListWidget.hpp"
+#include "dock/widgets/TrackRow.hpp"
 #include "platform/reveal.hpp"
 #include "queue/paths.hpp"
 #include "queue/text.hpp"

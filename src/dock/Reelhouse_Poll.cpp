@@ -60,8 +60,10 @@ void Reelhouse::tick()
 	const Operation operation(this);
 	tickCount++;
 	const bool refreshing = tickCount % ticksPerRefresh == 0;
-	if (refreshing)
+	if (refreshing) {
 		refreshSources();
+		describeLength();
+	}
 
 	OBSSourceAutoRelease source = lockSource();
 	if (!source)

@@ -124,6 +124,8 @@ void Reelhouse::buildTopGrid()
 	trackCountLabel = new QLabel(ui("TrackCount").arg(0), this);
 	trackCountLabel->setObjectName(u"trackCount"_s);
 	trackCountLabel->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+	// Do not set the tooltip property: it would have to follow the time.
+	trackCountLabel->installEventFilter(this);
 
 	searchEdit = new QLineEdit(this);
 	searchEdit->setObjectName(u"search"_s);

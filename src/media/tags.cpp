@@ -78,6 +78,8 @@ struct TagReader::Worker {
 	void measure(const QString &path, std::unique_lock<std::mutex> &lock);
 	Known look(const Request &request, qint64 *bytes = nullptr) const;
 	void take(const Request &request, const Known &read);
+	static qint64 sizeOf(const Stamp &stamp) { return stamp.size < 0 ? SizeMissing : stamp.size; }
+	void noteLength(const QString &path, const Known &read);
 	bool knowsAll(const QList<QString> &paths) const;
 
 	std::mutex mutex;
@@ -90,6 +92,7 @@ struct TagReader::Worker {
 	QList<Request> pending;
 	QList<QString> unmeasured; // files whose lengths are to be read when nothing is pending
 	QHash<QString, qint64> lengths;
+	QHash<QString, qint64> measuredSizes;             // the sizes of the files when their lengths were read
 	std::chrono::steady_clock::time_point nextLength; // not to be read before
 	int threads = 0;
 	std::chrono::steady_clock::time_point lastAnswer; // of a disk, or the start of a thread
@@ -199,15 +202,23 @@ void TagReader::Worker::readNextLength(std::unique_lock<std::mutex> &lock)
 
 void TagReader::Worker::measure(const QString &path, std::unique_lock<std::mutex> &lock)
 {
-	if (lengths.contains(path))
-		return;
 	qint64 bytes = 0;
 	lock.unlock();
 	const Known read = look({path, {}}, &bytes);
 	lock.lock();
-	lengths.insert(path, read.tags.durationMs);
+	noteLength(path, read);
 	lastAnswer = std::chrono::steady_clock::now();
 	nextLength = std::chrono::steady_clock::now() + bytes * 1min / bytesPerMinute;
+	if (reader)
+		QMetaObject::invokeMethod(
+			reader, [to = reader, path, size = sizeOf(read.stamp)] { Q_EMIT to->fileChanged(path, size); },
+			Qt::QueuedConnection);
+}
+
+void TagReader::Worker::noteLength(const QString &path, const Known &read)
+{
+	lengths.insert(path, read.tags.durationMs);
+	measuredSizes.insert(path, read.stamp.size);
 }
 
 TagReader::Known TagReader::Worker::look(const Request &request, qint64 *bytes) const
@@ -233,12 +244,12 @@ void TagReader::Worker::take(const Request &request, const Known &read)
 	const bool isNew = !before || before->tags != read.tags;
 	const bool isChanged = request.known.stamp != read.stamp;
 	cache.insert(path, std::make_unique<Known>(read).release());
-	lengths.insert(path, read.tags.durationMs);
+	noteLength(path, read);
 	if (!reader || (!isNew && !isChanged))
 		return;
-	const auto tell = [to = reader, path, isNew, isChanged, size = read.stamp.size] {
+	const auto tell = [to = reader, path, isNew, isChanged, size = sizeOf(read.stamp)] {
 		if (isChanged)
-			Q_EMIT to->fileChanged(path, size < 0 ? SizeMissing : size);
+			Q_EMIT to->fileChanged(path, size);
 		if (isNew)
 			Q_EMIT to->tagsRead(path);
 	};
@@ -280,12 +291,13 @@ std::function<TagReader::Answers()> TagReader::answersFor(const QList<QString> &
 	};
 }
 
-void TagReader::readLengths(const QList<QString> &paths)
+void TagReader::readLengths(const QList<std::pair<QString, qint64>> &files)
 {
 	const std::lock_guard lock(worker->mutex);
 	worker->unmeasured.clear();
-	for (const QString &path : paths) {
-		if (hasTags(path) && !worker->lengths.contains(path))
+	for (const auto &[path, size] : files) {
+		const auto known = worker->measuredSizes.constFind(path);
+		if (hasTags(path) && (known == worker->measuredSizes.cend() || (size >= 0 && *known != size)))
 			worker->unmeasured.append(path);
 	}
 	if (!worker->unmeasured.isEmpty())

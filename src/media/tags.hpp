@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 
 namespace reelhouse {
 
@@ -51,8 +52,9 @@ public:
 	using Answers = QList<std::optional<Tags>>;
 	std::function<Answers()> answersFor(const QList<QString> &paths);
 	// Reads the lengths of these files, in their order, when nothing else is to be read, and slowly: the show may play
-	// from the same disk. Replaces the list of an earlier call.
-	void readLengths(const QList<QString> &paths);
+	// from the same disk. Each comes with its size in bytes, or a negative value: it is read again when that differs
+	// from the one that it was read with. Replaces the list of an earlier call.
+	void readLengths(const QList<std::pair<QString, qint64>> &files);
 	// Returns the lengths of the files that have been read, by path, in milliseconds; -1 for a file that has none.
 	QHash<QString, qint64> lengths() const;
 
@@ -62,7 +64,7 @@ public:
 Q_SIGNALS:
 	// cached() now has tags for this path, or other ones than before.
 	void tagsRead(const QString &path);
-	// A check has found that the file is new to the reader or has changed. size is SizeMissing when it is no file.
+	// A check has found that the file is new to the reader or has changed, or its length was read. size is SizeMissing when it is no file.
 	void fileChanged(const QString &path, qint64 size);
 
 private:

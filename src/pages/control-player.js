@@ -88,7 +88,7 @@ class Player {
 	}
 
 	tick() {
-		const { duration = 0, cursor = 0, queueRemainingMs } = this.head ?? {};
+		const { duration = 0, cursor = 0, queueRemainingMs, unknownRemaining } = this.head ?? {};
 		const shows = duration > 0 && (this.runs() || this.state() === "PAUSED");
 		const now = Math.min(cursor + this.elapsed(), duration);
 		const at = this.isSeeking ? Number(this.slider.value) : now;
@@ -102,7 +102,7 @@ class Player {
 		};
 		write("position", position);
 		write("remaining", shows ? `−${clock(Math.ceil((duration - at) / 1000) * 1000)}` : "");
-		const left = queueRemainingMs > 0 ? clock(Math.max(queueRemainingMs - this.elapsed(), 0)) : "";
+		const left = queueRemainingMs > 0 && !unknownRemaining ? clock(Math.max(queueRemainingMs - this.elapsed(), 0)) : "";
 		write("show-left", left && word("PageShowLeft", left));
 		if (this.slider.spoken !== position) {
 			this.slider.spoken = position;

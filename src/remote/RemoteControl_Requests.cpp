@@ -6,6 +6,7 @@
 #include <span>
 #include <vector>
 
+#include "media/QueueLength.hpp"
 #include "queue/paths.hpp"
 #include "queue/settings.hpp"
 #include "remote/values.hpp"
@@ -75,22 +76,14 @@ OBSDataAutoRelease trackData(const Page &page, qsizetype index, const Tags &tags
 	return data;
 }
 
-// Sets the length of the whole queue. A track of unknown length, such as a stream, counts as nothing.
-void setLengths(obs_data_t *data, const Page &page)
+void setLength(obs_data_t *data, const Page &page)
 {
-	qint64 totalMs = 0, passedMs = page.cursorMs;
-	qsizetype unknown = 0;
-	for (qsizetype i = 0; i < page.tracks.size(); i++) {
-		const bool known = i == page.current && page.currentDurationMs > 0;
-		const qint64 lengthMs = known ? page.currentDurationMs : page.lengths.value(page.tracks.at(i).path, -1);
-		unknown += lengthMs < 0;
-		totalMs += std::max<qint64>(lengthMs, 0);
-		if (i < page.current)
-			passedMs += std::max<qint64>(lengthMs, 0);
-	}
-	obs_data_set_int(data, "queueDurationMs", totalMs);
-	obs_data_set_int(data, "queueRemainingMs", std::max<qint64>(totalMs - passedMs, 0));
-	obs_data_set_int(data, "unknownLengths", unknown);
+	const QueueLength length = QueueLength::of(
+		{page.tracks, page.sizesNow, page.lengths, page.current, page.cursorMs, page.currentDurationMs});
+	obs_data_set_int(data, "queueDurationMs", length.wholeMs);
+	obs_data_set_int(data, "queueRemainingMs", length.leftMs);
+	obs_data_set_int(data, "unknownLengths", length.unknown);
+	obs_data_set_int(data, "unknownRemaining", length.unknownLeft);
 }
 
 void setPage(obs_data_t *data, const Page &page)
@@ -186,7 +179,7 @@ void getQueue(Request &request)
 	request.respond([page, rest = OBSData(rest.Get())](obs_data_t *data) {
 		obs_data_apply(data, rest);
 		setPage(data, page);
-		setLengths(data, page);
+		setLength(data, page);
 	});
 }
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "media/QueueLength.hpp"
 #include "queue/settings.hpp"
 #include "queue/text.hpp"
 #include "remote/values.hpp"
@@ -71,15 +72,19 @@ RemoteControl::Texts RemoteControl::stateTexts() const
 // The times as of now; those that are not known are empty.
 RemoteControl::Texts RemoteControl::timeTexts() const
 {
-	Texts texts = {{"duration", {}}, {"trackRemaining", {}}};
+	Texts texts = {{"duration", {}}, {"trackRemaining", {}}, {"showRemaining", {}}};
 	OBSSourceAutoRelease source = queue->lockSource();
 	// During a switch, the source still reports the times of the previous track.
 	if (!source || queue->currentIndex() < 0 || queue->isSwitching())
 		return texts;
-	const qint64 durationMs = obs_source_media_get_duration(source);
-	if (durationMs <= 0)
-		return texts;
+	const qint64 durationMs = std::max<qint64>(obs_source_media_get_duration(source), 0);
 	const qint64 cursorMs = std::clamp<qint64>(obs_source_media_get_time(source), 0, durationMs);
+	const QueueLength length = QueueLength::of(
+		{queue->tracks(), queue->sizesNow(), tagReader.lengths(), queue->currentIndex(), cursorMs, durationMs});
+	if (length.unknownLeft == 0)
+		texts["showRemaining"] = longClockText(length.leftMs);
+	if (durationMs == 0)
+		return texts;
 	texts["duration"] = longClockText(durationMs);
 	texts["trackRemaining"] = longClockText(durationMs - cursorMs);
 	return texts;

@@ -17,7 +17,7 @@ TEST_F(Story, Remote)
 		{"ask SetEndMode {'endMode': 'repeat'}; ask Stop", "P A [http://h/U] Q R | src | managed | replaced - | repeat"},
 		{"ask GivePlaylistBack", "P A [http://h/U] Q R | src P A http://h/U Q R | own | replaced - | repeat"},
 		{"elsewhere X; ask BringBackReplacedQueue", "[P] A http://h/U Q R | src X | own | replaced X | repeat"},
-		{"ask? all GetQueue {'offset': 1, 'limit': 2}", "{'canBringBack':true,'canUndo':false,'currentId':'','currentIndex':-1,'cursor':0,'duration':0,'endMode':'repeat','mediaState':'OBS_MEDIA_STATE_NONE','queueDurationMs':0,'queueRemainingMs':0,'skipFailed':false,'sourceName':'S','sourceUuid':'S','startAgain':false,'success':true,'total':5,'tracks':[{'id':'#A','index':1,'label':'A','path':'A','sizeBytes':5},{'id':'#http://h/U','index':2,'label':'U','path':'http://h/U'}],'unknownLengths':5,'upcoming':[]}"},
+		{"ask? all GetQueue {'offset': 1, 'limit': 2}", "{'canBringBack':true,'canUndo':false,'currentId':'','currentIndex':-1,'cursor':0,'duration':0,'endMode':'repeat','mediaState':'OBS_MEDIA_STATE_NONE','queueDurationMs':0,'queueRemainingMs':0,'skipFailed':false,'sourceName':'S','sourceUuid':'S','startAgain':false,'success':true,'total':5,'tracks':[{'id':'#A','index':1,'label':'A','path':'A','sizeBytes':5},{'id':'#http://h/U','index':2,'label':'U','path':'http://h/U'}],'unknownLengths':5,'unknownRemaining':5,'upcoming':[]}"},
 		{"ask? tracks GetQueue {'offset': 4, 'limit': 9}", "{'tracks':[{'id':'#R','index':4,'label':'R','path':'R','sizeBytes':5}]}"},
 		{"ask? all GetSources", "{'sources':[{'label':'S','selected':true,'sourceName':'S','sourceUuid':'S'},{'label':'T','selected':false,'sourceName':'T','sourceUuid':'T'}],'success':true}"},
 		{"ask? mediaState Stop", "{'mediaState':'OBS_MEDIA_STATE_STOPPED'}"},
@@ -81,7 +81,7 @@ TEST_F(Story, Remote)
 		{"start Q; media playing 1500 4000; poll; ask? remainingMs GetQueue {'tags': true}", "{'remainingMs':2500}"},
 		{"media playing -1 -1; ask? duration GetQueue", "{'duration':0}"},
 		{"ask? cursor GetQueue", "{'cursor':0}"},
-		{"media playing 1500 4000; play P; ask? all GetQueue {'limit': 0}", "{'canBringBack':false,'canUndo':false,'currentId':'#P','currentIndex':0,'cursor':0,'duration':0,'endMode':'stop','mediaState':'OBS_MEDIA_STATE_OPENING','queueDurationMs':0,'queueRemainingMs':0,'skipFailed':false,'sourceName':'S','sourceUuid':'S','startAgain':false,'success':true,'total':2,'tracks':[],'unknownLengths':2,'upcoming':[]}"},
+		{"media playing 1500 4000; play P; ask? all GetQueue {'limit': 0}", "{'canBringBack':false,'canUndo':false,'currentId':'#P','currentIndex':0,'cursor':0,'duration':0,'endMode':'stop','mediaState':'OBS_MEDIA_STATE_OPENING','queueDurationMs':0,'queueRemainingMs':0,'skipFailed':false,'sourceName':'S','sourceUuid':'S','startAgain':false,'success':true,'total':2,'tracks':[],'unknownLengths':2,'unknownRemaining':2,'upcoming':[]}"},
 		{"ask Pause", "▶[P] Q | src Q | managed | replaced - | waits"},
 		{"video; look; ask Pause; video", "▶[P] Q | src P | managed | replaced - | does pause, pause"},
 	});

@@ -18,6 +18,7 @@
 #include "dock/widgets/TimeLabel.hpp"
 #include "dock/widgets/TrackDelegate.hpp"
 #include "dock/widgets/TrackListWidget.hpp"
+#include "dock/widgets/TrackRow.hpp"
 #include "dock/widgets/themeIcon.hpp"
 #include "queue/text.hpp"
 

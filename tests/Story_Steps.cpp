@@ -213,7 +213,13 @@ void Story::addSourceSteps()
 	});
 	on("back", [this](const Words &words) { makeFile(words[0]); });
 	// A sound file of so many milliseconds, with a title and an artist.
-	on("song", [this](const Words &words) { makeFile(words[0], wave(words[1], words[2], words[3].toInt())); });
+	on("song", [this](const Words &words) {
+		made.insert(words[0]);
+		makeFile(words[0], wave(words[1], words[2], words[3].toInt()));
+	});
+	on("lengths", [this](const Words &) {
+		EXPECT_TRUE(waitFor([this] { return plugin.request("GetQueue")["unknownLengths"_L1] == 0; }));
+	});
 	// Waits until these titles have been told.
 	on("read", [this](const Words &words) {
 		EXPECT_TRUE(waitFor([&] {

@@ -35,7 +35,9 @@ protected:
 	// Names in the folder, whole paths and addresses.
 	QString at(const QString &name) const
 	{
-		return name.contains(u':') || name.startsWith(u'/') ? name : QDir::cleanPath(folder.filePath(name));
+		return name.contains(u':') || name.startsWith(u'/') || name.startsWith(u'\\')
+			       ? name
+			       : QDir::cleanPath(folder.filePath(name));
 	}
 	void pickFile(const char *command, const QString &file,
 		      const std::function<void(QFileDialog *)> &meanwhile = {})
@@ -114,7 +116,7 @@ TEST_F(Files, PlaylistsAreRead)
 		{"odd.m3u", bytes("\xFF\xFE" "a\0\n\0b"), "a"},
 		{"urls.m3u8", "file:///x%20y.mp3\nFILE://localhost/z\nfile:///a%00b\nhttp://h/?y#z", "/x y.mp3|/z|http://h/?y#z"},
 		{"escaped.m3u", "a%20b.mp3\n50%25.mp3\nno%20such", "a b.mp3|50%25.mp3|no%20such"},
-		{"windows.m3u", ".\\a b.mp3\r\nC:\\b.mp3", "a b.mp3|C:\\b.mp3"},
+		{"windows.m3u", ".\\a b.mp3\r\nC:\\b.mp3\r\n\\\\srv\\c", "a b.mp3|C:\\b.mp3|\\\\srv\\c"},
 		{"hls.m3u8", "#EXTM3U\n#EXT-X-TARGETDURATION:4\n1.ts\n2.ts", "hls.m3u8"},
 		{"null.m3u", bytes("a.mp3\n\0b"), "a.mp3"},
 		{"film.m3u", bytes("\0\0ftyp\nisom\n\1\2\n\3\n"), ""},
@@ -318,13 +320,14 @@ TEST_F(Files, TheCurrentTrackStandsInATextSource)
 			     {"wait 100; deck?", "playing|One|1|2|Two|0:01|"},
 			     {"ask? all GetQueue {'limit': 0}", "{'artist':'Ann','canBringBack':false,'canUndo':false,'currentId':'#P','currentIndex':0,'cursor':500,'duration':1600,'durationMs':1600,'endMode':'next','mediaState':'OBS_MEDIA_STATE_PLAYING','queueDurationMs':62600,'queueRemainingMs':62100,'skipFailed':false,'sourceName':'S','sourceUuid':'S','startAgain':false,'success':true,'title':'One','total':2,'tracks':[],'unknownLengths':0,'unknownRemaining':0,'upcoming':[{'id':'#Q','index':1}]}"},
 			     {"ask? remainingMs GetQueue {'tags': true}", "{'remainingMs':62100}"},
+			     {"song R Three Cy 2000; drop R; lengths; ask? queueDurationMs GetQueue {'limit': 0}", "{'queueDurationMs':64600}"},
 			     {"type {'text':'mine'}; look; text?", "Ann – One"},
 		     });
 	// clang-format on
 	pickFile("exportPlaylist", at(u"lengths"_s));
 	QFile exported(at(u"lengths.m3u8"_s));
 	ASSERT_TRUE(exported.open(QIODevice::ReadOnly));
-	EXPECT_TRUE(!canReadTags || exported.readAll() == "#EXTM3U\n#EXTINF:2,P\nP\n#EXTINF:61,Q\nQ\n");
+	EXPECT_TRUE(!canReadTags || exported.readAll() == "#EXTM3U\n#EXTINF:2,P\nP\n#EXTINF:61,Q\nQ\n#EXTINF:2,R\nR\n");
 	EXPECT_EQ(settingsOf(shownFile)["text"_L1], u"old"_s);
 	EXPECT_EQ(textEntries()[0]->text(), u"None"_s);
 	EXPECT_EQ(textEntries()[1]->text(), u"T && U"_s);

@@ -94,6 +94,8 @@ TEST_F(EndOfTrack, PassesOverWhatCannotPlay)
 	});
 	tell("without the option a screen reader hears of it in the row, until it plays", "P Q", {
 		{"play P; video; poll; media error; poll", "▶[P] Q | src P | managed | replaced - | ⚠ Could not play: P"},
+		{"endMode Next; start P; gone Q; told?; media ended; poll; failures?", "Q fileMissing"},
+		{"back Q; play P; video; poll; media error; poll", "▶[P] Q | src P | managed | replaced - | next | ⚠ Could not play: P"},
 		{"says? P; drop R; says? P", "Could not play: ▶\uFE0E P"},
 		{"select P; remove; undoRemove; says? P", "Could not play: P"},
 		{"media playing 500 4000; play P; video; poll; poll; says? P", ""},

@@ -76,10 +76,10 @@ OBSDataAutoRelease trackData(const Page &page, qsizetype index, const Tags &tags
 	return data;
 }
 
-void setLength(obs_data_t *data, const Page &page)
+void setLength(obs_data_t *data, const Page &page, const QHash<QString, qint64> &lengths)
 {
 	const QueueLength length = QueueLength::of(
-		{page.tracks, page.sizesNow, page.lengths, page.current, page.cursorMs, page.currentDurationMs});
+		{page.tracks, page.sizesNow, lengths, page.current, page.cursorMs, page.currentDurationMs});
 	obs_data_set_int(data, "queueDurationMs", length.wholeMs);
 	obs_data_set_int(data, "queueRemainingMs", length.leftMs);
 	obs_data_set_int(data, "unknownLengths", length.unknown);
@@ -93,11 +93,14 @@ void setPage(obs_data_t *data, const Page &page)
 	bool allKnown = page.answers && page.current >= page.begin && page.current < page.end;
 	bool complete = true;
 	qint64 remainingMs = -page.cursorMs;
+	QHash<QString, qint64> lengths = page.lengths; // and those that have been read since
 	for (qsizetype i = page.begin; i < page.end; i++) {
 		Tags tags = i == page.current ? page.currentTags : Tags();
 		if (page.answers) {
 			complete = complete && answers.at(i - page.begin);
 			tags = answers.at(i - page.begin).value_or(tags);
+			if (answers.at(i - page.begin))
+				lengths.insert(page.tracks.at(i).path, tags.durationMs);
 		}
 		OBSDataAutoRelease track = trackData(page, i, tags);
 		obs_data_array_push_back(array, track);
@@ -108,6 +111,7 @@ void setPage(obs_data_t *data, const Page &page)
 			remainingMs += durationMs;
 	}
 	obs_data_set_array(data, "tracks", array);
+	setLength(data, page, lengths);
 	if (page.answers)
 		obs_data_set_bool(data, "complete", complete);
 	if (allKnown)
@@ -179,7 +183,6 @@ void getQueue(Request &request)
 	request.respond([page, rest = OBSData(rest.Get())](obs_data_t *data) {
 		obs_data_apply(data, rest);
 		setPage(data, page);
-		setLength(data, page);
 	});
 }
 

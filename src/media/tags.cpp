@@ -92,6 +92,8 @@ struct TagReader::Worker {
 	QList<Request> pending;
 	QList<QString> unmeasured; // files whose lengths are to be read when nothing is pending
 	QHash<QString, qint64> lengths;
+	// A copy of them, with which nothing is shared: others read it while a thread here changes the first.
+	std::optional<QHash<QString, qint64>> published;
 	QHash<QString, qint64> measuredSizes;             // the sizes of the files when their lengths were read
 	std::chrono::steady_clock::time_point nextLength; // not to be read before
 	int threads = 0;
@@ -217,7 +219,10 @@ void TagReader::Worker::measure(const QString &path, std::unique_lock<std::mutex
 
 void TagReader::Worker::noteLength(const QString &path, const Known &read)
 {
-	lengths.insert(path, read.tags.durationMs);
+	if (const auto known = lengths.constFind(path); known == lengths.cend() || *known != read.tags.durationMs) {
+		lengths.insert(path, read.tags.durationMs);
+		published.reset();
+	}
 	measuredSizes.insert(path, read.stamp.size);
 }
 
@@ -307,7 +312,11 @@ void TagReader::readLengths(const QList<std::pair<QString, qint64>> &files)
 QHash<QString, qint64> TagReader::lengths() const
 {
 	const std::lock_guard lock(worker->mutex);
-	return worker->lengths;
+	if (!worker->published) {
+		worker->published = worker->lengths;
+		worker->published->detach();
+	}
+	return *worker->published;
 }
 
 void TagReader::endWaits()

@@ -173,6 +173,8 @@ TEST_F(Story, Remote)
 		{"ask Play; ask Pause; ask PlayTrack {'index': 0}; ask Pause; ask? mediaState Stop", "{'mediaState':'OBS_MEDIA_STATE_STOPPED'}"},
 		{"video; media playing; wait 80; poll; video", "[P] Q | src | managed | replaced -"},
 		{"play P; ask Pause; refresh; media playing; wait 80; poll; video", "[P] Q | src | managed | replaced - | does stop"},
+		{"play P; ask Pause; ask RemoveTracks {'ids': [{'id': '#P'}]}; undoRemove; media playing; wait 80; poll; video", "[P] Q | src | managed | replaced - | does stop, stop"},
+		{"play P; ask Pause; choose T; choose S; media playing; wait 80; poll; video", "[P] Q | src | managed | replaced - | does stop"},
 		{"play P; video; media opening; ask Pause; media ended; poll; poll; media playing; wait 80; poll; video", "▶[P] Q | src P | managed | replaced - | ⚠ Could not play: P"},
 		{"media playing 1 4000; poll; ask? mediaState RemoveTracks {'ids': [{'id': '#P'}]}", "{'mediaState':'OBS_MEDIA_STATE_STOPPED'}"},
 		{"undoRemove; start P; ask? mediaState GivePlaylistBack", "{'mediaState':'OBS_MEDIA_STATE_STOPPED'}"},

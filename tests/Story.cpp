@@ -171,6 +171,8 @@ QString Story::path(const QString &name)
 {
 	if (name.contains(u"://"_s))
 		return name;
+	if (name.startsWith(u"file:"_s))
+		return u"file:"_s + path(name.sliced(5));
 	const QString file = folder.filePath(name);
 	if (!made.contains(name)) {
 		made.insert(name);

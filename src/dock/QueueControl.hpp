@@ -33,7 +33,6 @@ public:
 	// reference.
 	OBSSourceAutoRelease lockSource() const;
 
-	// One entry of the source selector.
 	// Refreshes the selector and returns its entries, without the one for "no source". An entry's name is its
 	// label: the source's name and the scenes that show it.
 	QList<NamedSource> listSources();

@@ -294,8 +294,10 @@ FileLooks::SeenByPath FileLooks::look(const QList<QString> &paths, bool listFold
 	for (const QString &path : QSet<QString>(paths.cbegin(), paths.cend())) {
 		const QString file = localFilePath(path);
 		// A late answer finds no result of this call any more.
-		const auto look = [this, &seen, path, file, listFolders]() -> Deliver {
-			return [this, &seen, path, answer = lookAt(file, listFolders)](bool isLate) {
+		// A URL stays one entry, whatever it names.
+		const bool lists = listFolders && file == path;
+		const auto look = [this, &seen, path, file, lists]() -> Deliver {
+			return [this, &seen, path, answer = lookAt(file, lists)](bool isLate) {
 				(isLate ? late : seen).insert(path, answer);
 				if (isLate && !lateTimer.isActive())
 					lateTimer.start();

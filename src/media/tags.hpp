@@ -28,8 +28,8 @@ QString displayTitle(const QString &path, const Tags &tags);
 QString artistAndTitle(const QString &path, const Tags &tags);
 
 // Gives tags without touching a file on the caller's thread: on a network disk even a question for the size may take
-// minutes. One thread reads the files, the last requested one first; more, up to
-// four, while a disk does not answer. Use it on the user-interface thread.
+// minutes. One thread reads the files, the last requested one first; more, up to four, while a disk does not answer.
+// Use it on the user-interface thread.
 class TagReader : public QObject {
 	Q_OBJECT
 
@@ -64,7 +64,8 @@ public:
 Q_SIGNALS:
 	// cached() now has tags for this path, or other ones than before.
 	void tagsRead(const QString &path);
-	// A check has found that the file is new to the reader or has changed, or its length was read. size is SizeMissing when it is no file.
+	// A check has found that the file is new to the reader or has changed, or its length was read. size is in bytes,
+	// or SizeMissing when it is no file.
 	void fileChanged(const QString &path, qint64 size);
 
 private:

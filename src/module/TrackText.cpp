@@ -110,7 +110,7 @@ void TrackText::update()
 	if (!shownIn.isEmpty() && shownIn != target)
 		showText(shownIn, QString());
 	shownIn = target;
-	// During a switch, the source's state still belongs to the previous track.
+	// During a switch, the previous track is still to be seen.
 	if (!target.isEmpty() && !queue->isSwitching())
 		showText(target, text());
 }

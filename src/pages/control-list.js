@@ -8,16 +8,6 @@ const mostTags = 100; // of one request
 const settleMs = 120; // that a scrolled list rests before its tags are asked for
 const handMs = 350; // that a hand needs to see that the rows have moved
 
-// Texts of a length in milliseconds: 3:25, 1:00:05; empty if it is not known.
-function clock(ms) {
-	if (!(ms >= 0))
-		return "";
-	const seconds = Math.floor(ms / 1000);
-	const two = (number) => String(number % 60).padStart(2, "0");
-	const minutes = Math.floor(seconds / 60);
-	return minutes < 60 ? `${minutes}:${two(seconds)}` : `${Math.floor(minutes / 60)}:${two(minutes)}:${two(seconds)}`;
-}
-
 // The rows of the queue. Only those in view exist, each for one track, whose id it keeps while it is in view.
 class TrackList {
 	scroller = element("list");

@@ -19,3 +19,13 @@ function untitledName({ label, path }) {
 }
 
 const nameOf = (track) => track.title || untitledName(track);
+
+// Texts of a length in milliseconds: 3:25, 1:00:05; empty if it is not known.
+function clock(ms) {
+	if (!(ms >= 0))
+		return "";
+	const seconds = Math.floor(ms / 1000);
+	const two = (number) => String(number % 60).padStart(2, "0");
+	const minutes = Math.floor(seconds / 60);
+	return minutes < 60 ? `${minutes}:${two(seconds)}` : `${Math.floor(minutes / 60)}:${two(minutes)}:${two(seconds)}`;
+}

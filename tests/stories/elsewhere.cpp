@@ -56,6 +56,7 @@ TEST_F(Story, Elsewhere)
 		{"edit S M/D.ogg M/B.flac M/c.txt M/a.mp3 M/.h.mp3 M/n/c.mp3 M/C.MP4; elsewhere M/ file:///m/ http://h/U M/a.mp3", "[M/a.mp3] M/B.flac M/C.MP4 M/D.ogg file:///m/ http://h/U M/a.mp3 | src M file:///m/ http://h/U M/a.mp3 | own | replaced -"},
 		{"edit S M/ file:///m/ http://h/U M/a.mp3; refresh", "[M/a.mp3] M/B.flac M/C.MP4 M/D.ogg file:///m/ http://h/U M/a.mp3 | src M file:///m/ http://h/U M/a.mp3 | own | replaced -"},
 		{"elsewhere", "∅ | src | own | replaced M/a.mp3 M/B.flac M/C.MP4 M/D.ogg file:///m/ http://h/U M/a.mp3"},
+		{"elsewhere file:M/", "[file:M] | src file:M | own | replaced M/a.mp3 M/B.flac M/C.MP4 M/D.ogg file:///m/ http://h/U M/a.mp3"},
 	});
 	tell("the queue that the user last made or played is there, or is the replaced one", "P Q R S", {
 		{"start P; elsewhere P E", "[P] E | src P E | own (managed) | replaced P Q R S"},

@@ -12,6 +12,17 @@ namespace reelhouse {
 
 QueueControl::QueueControl(Reelhouse *dock_) : QObject(dock_), dock(dock_) {}
 
+int QueueControl::dockNumber() const
+{
+	return dock->number();
+}
+
+std::pair<int, QString> QueueControl::dockOf(const QString &uuid) const
+{
+	const Reelhouse *found = dock->group.dockOf(uuid);
+	return found ? std::pair(found->number(), found->name()) : std::pair(0, QString());
+}
+
 bool QueueControl::isActive() const
 {
 	return dock->isActive();
@@ -27,7 +38,8 @@ QList<NamedSource> QueueControl::listSources()
 	dock->refreshSources();
 	QList<NamedSource> listed;
 	for (int i = 1; i < dock->sourceSelector->count(); i++)
-		listed.append({dock->sourceSelector->itemText(i), dock->sourceSelector->itemData(i).toString()});
+		listed.append({dock->sourceSelector->itemData(i, Reelhouse::LabelRole).toString(),
+			       dock->sourceSelector->itemData(i).toString()});
 	return listed;
 }
 
@@ -35,7 +47,7 @@ bool QueueControl::selectSource(const QString &uuid)
 {
 	dock->refreshSources();
 	const int index = dock->sourceSelector->findData(uuid);
-	if (index < 0)
+	if (index < 0 || dock->otherDockOf(uuid))
 		return false;
 	dock->sourceSelector->setCurrentIndex(index);
 	dock->chooseCurrentEntry();

@@ -27,6 +27,10 @@ class QueueControl : public QObject {
 public:
 	explicit QueueControl(Reelhouse *dock);
 
+	// The number of the dock, from 1.
+	int dockNumber() const;
+	// The number and the name of the dock that has the source with this UUID; 0 when none has.
+	std::pair<int, QString> dockOf(const QString &uuid) const;
 	// Whether a scene collection is loaded and the dock works on it.
 	bool isActive() const;
 	// The bound source, or null when none is bound or it has been deleted or removed. The caller owns the
@@ -37,7 +41,7 @@ public:
 	// label: the source's name and the scenes that show it.
 	QList<NamedSource> listSources();
 	// Chooses the entry with this UUID; an empty UUID is the one for "no source". Returns false when there is no
-	// such entry.
+	// such entry, or another dock has that source.
 	bool selectSource(const QString &uuid);
 
 	const QList<Track> &tracks() const;

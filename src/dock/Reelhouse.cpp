@@ -13,6 +13,7 @@
 
 #include <utility>
 
+#include "dock/DockGroup.hpp"
 #include "dock/QueueControl.hpp"
 #include "dock/widgets/SeekSlider.hpp"
 #include "media/FileFinder.hpp"
@@ -46,15 +47,18 @@ constexpr QLatin1String remainingTimeKey("remainingTime");
 
 } // namespace
 
-Reelhouse::Reelhouse(const QString &settingsPath_, QWidget *parent)
+Reelhouse::Reelhouse(DockGroup &group_, int number, const QString &settingsPath_, QWidget *parent)
 	: QWidget(parent),
+	  group(group_),
+	  dockNumber(number),
 	  settingsPath(settingsPath_),
 	  control(new QueueControl(this)),
 	  tagReader(new TagReader(this)),
 	  fileFinder(new FileFinder(this)),
 	  looks(new FileLooks(this))
 {
-	setObjectName(u"OBS-Reelhouse-content"_s);
+	setObjectName(number == 1 ? u"OBS-Reelhouse-content"_s : u"OBS-Reelhouse-%1-content"_s.arg(number));
+	group.enter(this);
 	buildUi();
 	loadSelection();
 	updateTime(0);
@@ -76,8 +80,7 @@ Reelhouse::Reelhouse(const QString &settingsPath_, QWidget *parent)
 	saveDeadline.setInterval(saveDeadlineMs);
 	for (QTimer *timer : {&saveTimer, &saveDeadline}) {
 		connect(timer, &QTimer::timeout, this, [this] {
-			saveTimer.stop();
-			saveDeadline.stop();
+			noteSaved();
 			Q_EMIT configurationChanged();
 		});
 	}
@@ -105,6 +108,12 @@ Reelhouse::Reelhouse(const QString &settingsPath_, QWidget *parent)
 Reelhouse::~Reelhouse()
 {
 	shutdown();
+	group.leave(this);
+}
+
+QString Reelhouse::name() const
+{
+	return dockNumber == 1 ? ui("DockName") : ui("DockName") + u" %1"_s.arg(dockNumber);
 }
 
 void Reelhouse::resume()
@@ -123,8 +132,8 @@ void Reelhouse::suspend()
 	suspended = true;
 	cancelSwitch();
 	disconnectSource();
-	saveTimer.stop();
-	saveDeadline.stop();
+	group.tellOthers(this);
+	noteSaved();
 	messageLabel->hide();
 	playbackArmed = false;
 	media.reset();
@@ -146,6 +155,12 @@ void Reelhouse::shutdown()
 	pollTimer.stop();
 	suspend();
 	shutDown = true;
+}
+
+void Reelhouse::noteSaved()
+{
+	saveTimer.stop();
+	saveDeadline.stop();
 }
 
 void Reelhouse::clearQueue()

@@ -38,6 +38,7 @@ class QToolButton;
 class QUrl;
 
 namespace reelhouse {
+class DockGroup;
 class FileFinder;
 class QueueControl;
 class SeekSlider;
@@ -77,8 +78,9 @@ public:
 	};
 
 	// Builds the widgets and reads the settings file. Nothing is listed or bound before resume(). With an empty
-	// path, settings are neither read nor written.
-	explicit Reelhouse(const QString &settingsPath, QWidget *parent = nullptr);
+	// path, settings are neither read nor written. The number, from 1, tells the docks of the group apart. The group
+	// must outlive the dock.
+	Reelhouse(reelhouse::DockGroup &group, int number, const QString &settingsPath, QWidget *parent = nullptr);
 	~Reelhouse() override;
 
 	// Releases the source and everything else that belongs to the scene collection. A second call does nothing.
@@ -87,6 +89,17 @@ public:
 	void resume();
 	// Suspends for good: the dock binds nothing and writes no record afterwards.
 	void shutdown();
+
+	int number() const { return dockNumber; }
+	// The dock's name, which has its number from the second dock on.
+	QString name() const;
+	// Writes the choice of the source and the kind of the time display into the settings file. The message line tells
+	// what goes wrong.
+	void saveSelection();
+	// Forgets what was chosen here, so that no later dock of this number takes the source. Call it before shutdown().
+	void forgetChoice();
+	// All private settings have been saved: this dock need not ask for it.
+	void noteSaved();
 
 	// The interface for other code. It lives as long as the dock.
 	reelhouse::QueueControl &queueControl() const { return *control; }
@@ -104,6 +117,7 @@ protected:
 	void resizeEvent(QResizeEvent *event) override;
 
 private:
+	friend class reelhouse::DockGroup;
 	friend class reelhouse::QueueControl;
 
 	// Reelhouse.cpp
@@ -124,7 +138,6 @@ private:
 	void clearQueue();
 	void showUnbound();
 	void loadSelection();
-	void saveSelection();
 
 	// Reelhouse_Widgets.cpp
 	void buildUi();
@@ -148,8 +161,16 @@ private:
 	void showAbout();
 
 	// Reelhouse_Sources.cpp
+	// What an entry of the selector has beside its text and the UUID of its source.
+	enum EntryRole {
+		LabelRole = Qt::UserRole + 1, // the source's name and the scenes that show it
+		DockRole,                     // the number of another dock that has the source; 0 for none
+	};
 	void refreshSources();
 	void rebuildSelector(const QList<reelhouse::NamedSource> &sources);
+	// The other dock that has the source with this UUID; null when none has.
+	Reelhouse *otherDockOf(const QString &uuid) const;
+	bool showsExactly(const QList<reelhouse::NamedSource> &sources) const;
 	int indexOfChosen() const;
 	void markChosen();
 	void chooseSource();
@@ -287,6 +308,7 @@ private:
 	void restoreView(const QString &uuid);
 	QListWidgetItem *findRow(const QString &id, bool shownOnly) const;
 	QString searchText() const;
+	QString whyNoSource() const;
 	void explainEmptyList();
 	// Counts the selected rows that the search shows, and stops at 2.
 	int visibleSelectionCount() const;
@@ -349,6 +371,8 @@ private:
 	QRect sizeColumnOf(const QListWidgetItem *row) const;
 	void handleFileDrag(QDropEvent *event);
 
+	reelhouse::DockGroup &group;
+	const int dockNumber;
 	const QString settingsPath;
 	reelhouse::QueueControl *const control;
 	reelhouse::TagReader *const tagReader;   // reads titles and lengths of the queue's files

@@ -5,10 +5,13 @@
 #include <QLabel>
 #include <QSet>
 #include <QSignalBlocker>
+#include <QStandardItemModel>
 
 #include <algorithm>
 #include <vector>
 
+#include "dock/DockGroup.hpp"
+#include "dock/QueueControl.hpp"
 #include "dock/scenes.hpp"
 #include "picture/HoldPicture.hpp"
 #include "queue/privateKeys.hpp"
@@ -88,32 +91,17 @@ void labelWithScenes(QList<NamedSource> &sources)
 	}
 }
 
-bool showsExactly(const QComboBox *selector, const QList<NamedSource> &sources)
-{
-	if (selector->count() != sources.size() + 1)
-		return false;
-	for (int i = 0; i < sources.size(); i++) {
-		const auto &[text, uuid] = sources[i];
-		if (selector->itemText(i + 1) != text || selector->itemData(i + 1).toString() != uuid)
-			return false;
-	}
-	return true;
-}
-
-// There is one dock so far.
-constexpr long long dockNumber = 1;
-
-bool isMarked(const QString &uuid)
+bool isMarked(const QString &uuid, int dockNumber)
 {
 	OBSSourceAutoRelease source = sourceWith(uuid);
 	OBSDataAutoRelease settings = source ? obs_source_get_private_settings(source) : nullptr;
 	return obs_data_get_int(settings, dockKey) == dockNumber;
 }
 
-// Returns whether that is a change.
-bool setMark(const QString &uuid, bool marked)
+// Returns whether that is a change. The marks of other docks stay where this one has no mark.
+bool setMark(const QString &uuid, int dockNumber, bool marked)
 {
-	if (isMarked(uuid) == marked)
+	if (isMarked(uuid, dockNumber) == marked)
 		return false;
 	OBSSourceAutoRelease source = sourceWith(uuid);
 	OBSDataAutoRelease settings = source ? obs_source_get_private_settings(source) : nullptr;
@@ -135,7 +123,7 @@ void Reelhouse::refreshSources()
 		namedSources([](obs_source_t *source) { return !obs_source_removed(source) && isVlcSource(source); });
 	if (!sources.isEmpty())
 		labelWithScenes(sources);
-	if (!showsExactly(sourceSelector, sources))
+	if (!showsExactly(sources))
 		rebuildSelector(sources);
 
 	OBSSourceAutoRelease bound = lockSource();
@@ -148,6 +136,27 @@ void Reelhouse::refreshSources()
 	explainEmptyList();
 }
 
+Reelhouse *Reelhouse::otherDockOf(const QString &uuid) const
+{
+	Reelhouse *dock = group.dockOf(uuid);
+	return dock == this ? nullptr : dock;
+}
+
+bool Reelhouse::showsExactly(const QList<NamedSource> &sources) const
+{
+	if (sourceSelector->count() != sources.size() + 1)
+		return false;
+	for (int i = 0; i < sources.size(); i++) {
+		const auto &[text, uuid] = sources[i];
+		const Reelhouse *other = otherDockOf(uuid);
+		if (sourceSelector->itemData(i + 1, LabelRole).toString() != text ||
+		    sourceSelector->itemData(i + 1).toString() != uuid ||
+		    sourceSelector->itemData(i + 1, DockRole).toInt() != (other ? other->number() : 0))
+			return false;
+	}
+	return true;
+}
+
 void Reelhouse::rebuildSelector(const QList<NamedSource> &sources)
 {
 	const QSignalBlocker blocker(sourceSelector);
@@ -155,13 +164,18 @@ void Reelhouse::rebuildSelector(const QList<NamedSource> &sources)
 	sourceSelector->addItem(ui("SelectSource"), QString());
 	QSet<QString> listed;
 	for (const auto &[text, uuid] : sources) {
-		sourceSelector->addItem(text, uuid);
+		const Reelhouse *other = otherDockOf(uuid);
+		sourceSelector->addItem(other ? u"%1 (%2)"_s.arg(text, other->name()) : text, uuid);
+		const int index = sourceSelector->count() - 1;
+		sourceSelector->setItemData(index, text, LabelRole);
+		sourceSelector->setItemData(index, other ? other->number() : 0, DockRole);
+		static_cast<QStandardItemModel *>(sourceSelector->model())->item(index)->setEnabled(!other);
 		listed.insert(uuid);
 	}
 	views.removeIf([&listed](const auto &view) { return !listed.contains(view.key()); });
 	sourceSelector->setCurrentIndex(std::max(indexOfChosen(), 0));
 	// A source that was chosen before there were marks gets one, and a copy of the chosen source loses it.
-	if (sourceSelector->findData(sourceUuid) > 0)
+	if (sourceSelector->currentIndex() > 0 && sourceSelector->currentData() == sourceUuid)
 		markChosen();
 }
 
@@ -170,9 +184,10 @@ int Reelhouse::indexOfChosen() const
 {
 	const int index = sourceSelector->findData(sourceUuid);
 	if (index >= 0)
-		return index;
+		return sourceSelector->itemData(index, DockRole).toInt() > 0 ? -1 : index;
 	for (int i = 1; i < sourceSelector->count(); i++) {
-		if (isMarked(sourceSelector->itemData(i).toString()))
+		if (sourceSelector->itemData(i, DockRole).toInt() == 0 &&
+		    isMarked(sourceSelector->itemData(i).toString(), dockNumber))
 			return i;
 	}
 	return -1;
@@ -183,7 +198,7 @@ void Reelhouse::markChosen()
 	bool changed = false;
 	for (int i = 1; i < sourceSelector->count(); i++) {
 		const QString uuid = sourceSelector->itemData(i).toString();
-		changed = setMark(uuid, uuid == sourceUuid) || changed;
+		changed = setMark(uuid, dockNumber, uuid == sourceUuid) || changed;
 	}
 	// A list that is only filled again saves nothing.
 	if (changed)
@@ -194,6 +209,12 @@ void Reelhouse::markChosen()
 void Reelhouse::chooseSource()
 {
 	const Operation operation(this);
+	// Another dock was quicker than this list.
+	if (otherDockOf(sourceSelector->currentData().toString())) {
+		const QSignalBlocker blocker(sourceSelector);
+		sourceSelector->setCurrentIndex(std::max(indexOfChosen(), 0));
+		return refreshSources();
+	}
 	sourceUuid = sourceSelector->currentData().toString();
 	markChosen();
 	bindSource(sourceUuid);
@@ -206,6 +227,12 @@ void Reelhouse::chooseCurrentEntry()
 {
 	if (isActive() && sourceSelector->currentData().toString() != sourceUuid)
 		chooseSource();
+}
+
+void Reelhouse::forgetChoice()
+{
+	sourceUuid.clear();
+	markChosen();
 }
 
 void Reelhouse::reloadSource()
@@ -231,9 +258,10 @@ void Reelhouse::bindSource(const QString &uuid)
 	media.reset();
 	weakSource = nullptr;
 	clearQueue();
+	group.tellOthers(this);
 
 	OBSSourceAutoRelease source = sourceWith(uuid);
-	if (!source || obs_source_removed(source) || !isVlcSource(source)) {
+	if (!source || obs_source_removed(source) || !isVlcSource(source) || otherDockOf(uuid)) {
 		showUnbound();
 		return;
 	}

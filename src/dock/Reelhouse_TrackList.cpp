@@ -14,6 +14,7 @@
 #include "dock/widgets/TrackListWidget.hpp"
 #include "dock/widgets/TrackRow.hpp"
 #include "queue/paths.hpp"
+#include "queue/sources.hpp"
 #include "queue/text.hpp"
 
 using namespace reelhouse;
@@ -212,21 +213,31 @@ void Reelhouse::showCount()
 	explainEmptyList();
 }
 
+// The chosen source may have another dock.
+QString Reelhouse::whyNoSource() const
+{
+	const Reelhouse *other = otherDockOf(sourceUuid);
+	if (!other)
+		return ui("ListNoSourceChosen");
+	OBSSourceAutoRelease source = sourceWith(sourceUuid);
+	return ui("ListSourceTaken").arg(nameOf(source), other->name());
+}
+
 // While no scene collection is active, the list explains nothing.
 void Reelhouse::explainEmptyList()
 {
-	const char *key = nullptr;
+	QString text;
 	if (isActive() && shownCount == 0) {
 		if (sourceSelector->count() == 1)
-			key = "ListNoSources";
+			text = ui("ListNoSources");
 		else if (!weakSource)
-			key = "ListNoSourceChosen";
+			text = whyNoSource();
 		else
-			key = tracks.isEmpty() ? "ListEmptyQueue" : "ListNothingFound";
+			text = ui(tracks.isEmpty() ? "ListEmptyQueue" : "ListNothingFound");
 	}
-	playlistWidget->setEmptyText(key ? ui(key) : QString());
+	playlistWidget->setEmptyText(text);
 	// A screen reader reads this description, not the painted text.
-	const QString description = ui(key ? key : "PlaylistDescription");
+	const QString description = text.isEmpty() ? ui("PlaylistDescription") : text;
 	// Qt announces every description that is set, even an equal one.
 	if (playlistWidget->accessibleDescription() != description)
 		playlistWidget->setAccessibleDescription(description);

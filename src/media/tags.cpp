@@ -33,6 +33,8 @@ namespace {
 constexpr int mostKnown = 300;
 // A thread of OBS's WebSocket plug-in waits no longer than this for a disk.
 constexpr auto longestWait = 2s;
+// A call waits for answers, whichever reader gives them: the plug-in has few threads.
+std::atomic<bool> waits = false;
 constexpr int mostReaders = 4;
 // A thread whose disk has not answered for this long no longer counts.
 constexpr auto stuckAfter = 2s;
@@ -99,7 +101,6 @@ struct TagReader::Worker {
 	int threads = 0;
 	std::chrono::steady_clock::time_point lastAnswer; // of a disk, or the start of a thread
 	bool measures = false;                            // a thread reads lengths that nobody waits for
-	bool waits = false;                               // a call waits for answers
 	QSet<QString> owed;                               // what a wait has not got
 	bool closed = false;
 	std::atomic<bool> stopped = false; // stops a read at its next access to the file
@@ -153,8 +154,7 @@ bool TagReader::Worker::knowsAll(const QList<QString> &paths) const
 TagReader::Answers TagReader::Worker::answersFor(const QList<QString> &paths, bool mayWait)
 {
 	std::unique_lock lock(mutex);
-	if (mayWait && !waits && owed.isEmpty() && !closed && !knowsAll(paths)) {
-		waits = true;
+	if (mayWait && owed.isEmpty() && !closed && !knowsAll(paths) && !waits.exchange(true)) {
 		changed.wait_for(lock, longestWait, [&] { return closed || knowsAll(paths); });
 		waits = false;
 		for (const QString &path : paths) {

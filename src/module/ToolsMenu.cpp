@@ -3,8 +3,11 @@
 
 #include <QAction>
 #include <QActionGroup>
+#include <QMap>
 #include <QMenu>
 #include <QPointer>
+
+#include <utility>
 
 #include <obs-frontend-api.h>
 #include <obs-module.h>
@@ -81,9 +84,15 @@ void addQueueCommands(QMenu *menu, QueueControl *queue)
 	bringBackAction->setEnabled(queue->canBringBack());
 }
 
+// A menu would take an ampersand for the mark of a key.
+QString menuText(const QString &text)
+{
+	return QString(text).replace(u'&', "&&"_L1);
+}
+
 void addChoice(QMenu *menu, TrackText *trackText, const QString &text, const QString &uuid)
 {
-	QAction *choice = menu->addAction(QString(text).replace(u'&', "&&"_L1));
+	QAction *choice = menu->addAction(menuText(text));
 	choice->setCheckable(true);
 	choice->setData(uuid);
 	QObject::connect(choice, &QAction::triggered, trackText, [trackText, uuid] { trackText->choose(uuid); });
@@ -134,18 +143,9 @@ void addHoldPicture(QMenu *menu, QueueControl *queue)
 	show();
 }
 
-} // namespace
-
-void addToToolsMenu(Reelhouse *newDock)
+void fillMenu(QMenu *menu, QueueControl *queue)
 {
-	toolsEntry = static_cast<QAction *>(obs_frontend_add_tools_menu_qaction(obs_module_text("DockName")));
-	if (!toolsEntry)
-		return;
-	QueueControl *queue = &newDock->queueControl();
-	auto *menu = new QMenu(newDock);
 	menu->setObjectName(u"toolsMenu"_s);
-	toolsEntry->setMenu(menu);
-
 	addFileCommands(menu, queue);
 	menu->addSeparator();
 	addQueueCommands(menu, queue);
@@ -155,6 +155,109 @@ void addToToolsMenu(Reelhouse *newDock)
 	addOption(menu, queue, u"startAgain"_s, "StartAgain", &QueueOptions::startAgain);
 	menu->addSeparator();
 	addTextSourceMenu(menu, new TrackText(queue));
+}
+
+// Shows the menus of the docks: that of the only dock, or a list of all. The entry owns it.
+class DockMenus : public QObject {
+public:
+	DockMenus(QAction *entry, Docks *docks);
+	~DockMenus() override;
+
+private:
+	void follow();
+	QMenu *makeMenu(Reelhouse *dock);
+
+	QAction *const entry;
+	Docks *const docks;
+	QAction *const addDock;
+	QAction *const firstSeparator; // above it in the menu of the only dock
+	QPointer<QMenu> list;          // of several docks
+	QAction *const separator;      // below them
+	// By the numbers of the docks. That of the first dock belongs to the dock. A menu may be open while the frontend
+	// destroys a further dock, so these belong to the entry.
+	QMap<int, QPointer<QMenu>> menus;
+};
+
+DockMenus::DockMenus(QAction *entry_, Docks *docks_)
+	: QObject(entry_),
+	  entry(entry_),
+	  docks(docks_),
+	  addDock(new QAction(ui("AddAnotherDock"), this)),
+	  firstSeparator(new QAction(this)),
+	  list(new QMenu),
+	  separator(list->addSeparator())
+{
+	addDock->setObjectName(u"addAnotherDock"_s);
+	firstSeparator->setSeparator(true);
+	list->setObjectName(u"dockList"_s);
+	// Queued: the menu that is open is filled again.
+	connect(addDock, &QAction::triggered, docks, &Docks::add, Qt::QueuedConnection);
+	connect(docks, &Docks::changed, this, &DockMenus::follow);
+	list->addAction(addDock);
+	follow();
+}
+
+DockMenus::~DockMenus()
+{
+	for (const QPointer<QMenu> &menu : std::as_const(menus))
+		delete menu;
+	delete list;
+}
+
+QMenu *DockMenus::makeMenu(Reelhouse *dock)
+{
+	auto *menu = new QMenu(dock->number() == 1 ? dock : nullptr);
+	fillMenu(menu, &dock->queueControl());
+	if (dock->number() == 1)
+		return menu;
+	menu->addSeparator();
+	QAction *remove = addCommand(menu, u"removeThisDock"_s, "RemoveThisDock");
+	connect(remove, &QAction::triggered, dock, [this, dock] { docks->remove(dock); });
+	return menu;
+}
+
+void DockMenus::follow()
+{
+	const QList<Reelhouse *> all = docks->all();
+	// As long as the entry has a menu, that menu takes the entry for its own action.
+	entry->setMenu(nullptr);
+	for (const QPointer<QMenu> &menu : std::as_const(menus)) {
+		if (menu)
+			list->removeAction(menu->menuAction());
+	}
+	QMap<int, QPointer<QMenu>> before = std::exchange(menus, {});
+	for (Reelhouse *dock : all) {
+		QPointer<QMenu> menu = before.take(dock->number());
+		if (!menu)
+			menu = makeMenu(dock);
+		menu->setTitle(menuText(Docks::titleOf(dock)));
+		menus.insert(dock->number(), menu);
+		list->insertMenu(separator, menu);
+	}
+	// Of docks that are gone.
+	for (const QPointer<QMenu> &menu : std::as_const(before)) {
+		if (menu)
+			menu->deleteLater();
+	}
+	addDock->setEnabled(docks->canAdd());
+	QMenu *first = menus.value(1);
+	const bool isAlone = first && all.size() == 1;
+	for (QAction *action : {firstSeparator, addDock}) {
+		if (isAlone)
+			first->addAction(action);
+		else if (first)
+			first->removeAction(action);
+	}
+	entry->setMenu(isAlone ? first : list.data());
+}
+
+} // namespace
+
+void addToToolsMenu(Docks *docks)
+{
+	toolsEntry = static_cast<QAction *>(obs_frontend_add_tools_menu_qaction(obs_module_text("DockName")));
+	if (toolsEntry)
+		new DockMenus(toolsEntry, docks);
 }
 
 void removeFromToolsMenu()

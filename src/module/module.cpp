@@ -1,12 +1,12 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
-#include <QPointer>
+#include <algorithm>
+#include <memory>
 
 #include <obs-frontend-api.h>
 #include <obs-module.h>
-#include <util/util.hpp>
 
-#include "dock/Reelhouse.hpp"
-#include "module/SceneSwitch.hpp"
+#include "dock/QueueControl.hpp"
+#include "module/Docks.hpp"
 #include "module/ToolsMenu.hpp"
 #include "picture/HoldPicture.hpp"
 #include "remote/RemoteControl.hpp"
@@ -23,13 +23,10 @@ using namespace reelhouse;
 
 namespace {
 
-// User-interface thread only. The dock is null before it is made and after it is destroyed, which the frontend may do
-// with its dock widget.
-QPointer<Reelhouse> dock;
+// User-interface thread only. Null unless the module is loaded.
+std::unique_ptr<Docks> docks;
 // The frontend has announced its exit and may be gone.
 bool exiting = false;
-
-constexpr char dockId[] = "OBS-Reelhouse";
 
 // The dock relies on the exact behaviour of one OBS and one Qt, so it refuses every other version, newer patches
 // included.
@@ -47,26 +44,20 @@ bool isRequiredHost()
 	return true;
 }
 
-QString settingsPath()
-{
-	const BPtr<char> path = obs_module_get_config_path(obs_current_module(), "settings.json");
-	return QString::fromUtf8(path.Get());
-}
-
-// Suspends, resumes and shuts down the dock as scene collections come and go. The frontend calls it on the
+// Suspends, resumes and shuts down the docks as scene collections come and go. The frontend calls it on the
 // user-interface thread.
 void frontendEvent(obs_frontend_event event, void *)
 {
-	if (!dock)
+	if (docks->all().isEmpty())
 		return;
 	switch (event) {
 	case OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED:
 	case OBS_FRONTEND_EVENT_FINISHED_LOADING:
-		dock->resume();
+		docks->resume();
 		break;
 	case OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING:
 	case OBS_FRONTEND_EVENT_SCENE_COLLECTION_CLEANUP:
-		dock->suspend();
+		docks->suspend();
 		break;
 	case OBS_FRONTEND_EVENT_SCRIPTING_SHUTDOWN:
 		RemoteControl::close();
@@ -74,7 +65,7 @@ void frontendEvent(obs_frontend_event event, void *)
 	case OBS_FRONTEND_EVENT_EXIT:
 		RemoteControl::close();
 		exiting = true;
-		dock->shutdown();
+		docks->shutdown();
 		break;
 	default:
 		break;
@@ -97,45 +88,46 @@ bool obs_module_load(void)
 {
 	if (!isRequiredHost())
 		return false;
-	auto *newDock = new Reelhouse(settingsPath());
-	if (!obs_frontend_add_dock_by_id(dockId, obs_module_text("DockName"), newDock)) {
-		delete newDock;
+	docks = std::make_unique<Docks>();
+	if (!docks->openFirst()) {
+		docks.reset();
 		return false;
 	}
-	dock = newDock;
 	// Not before the dock: a module that refuses to load leaves no type of filter behind.
 	registerHoldPicture();
-	QObject::connect(newDock, &Reelhouse::sceneSwitchRequested, newDock, &switchScene);
-	QObject::connect(newDock, &Reelhouse::configurationChanged, newDock, [] { obs_frontend_save(); });
-	addToToolsMenu(newDock);
+	addToToolsMenu(docks.get());
 	exiting = false;
 	obs_frontend_add_event_callback(frontendEvent, nullptr);
 	blog(LOG_INFO, "[OBS-Reelhouse] %s loaded; Qt %s; dock registered.", REELHOUSE_VERSION, qVersion());
+	docks->openOthers();
 	return true;
 }
 
 void obs_module_post_load(void)
 {
 	// libobs calls this even when the module has refused to load.
-	if (dock)
-		RemoteControl::start(&dock->queueControl());
+	if (!docks || !docks->first())
+		return;
+	RemoteControl::start(&docks->first()->queueControl());
+	const auto include = [](const Reelhouse *dock) {
+		RemoteControl::include(&dock->queueControl());
+	};
+	const QList<Reelhouse *> all = docks->all();
+	std::for_each(all.cbegin() + 1, all.cend(), include);
+	QObject::connect(docks.get(), &Docks::opened, docks.get(), include);
 }
 
 void obs_module_unload(void)
 {
 	RemoteControl::close();
-	// The main window destroys the dock. If that happened after the exit announcement, the frontend is gone, too,
+	if (!docks)
+		return;
+	// The main window destroys the docks. If that happened after the exit announcement, the frontend is gone, too,
 	// and a call to it would log an error.
-	if (!exiting || dock)
+	if (!exiting || !docks->all().isEmpty())
 		obs_frontend_remove_event_callback(frontendEvent, nullptr);
 	if (!exiting)
 		removeFromToolsMenu();
-	if (!dock)
-		return;
-	dock->shutdown();
-	if (!exiting)
-		obs_frontend_remove_dock(dockId);
-	// Null when the frontend has destroyed the dock together with its dock widget.
-	delete dock;
-	dock = nullptr;
+	docks->close(!exiting);
+	docks.reset();
 }

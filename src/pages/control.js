@@ -25,6 +25,9 @@ function writeWords() {
 // The page: asks what the dock has, shows it, and sends what the user presses.
 class Control {
 	head = null; // the last answer of GetQueue, without its tracks
+	dock = 1; // whose queue is on show
+	sourceUuid = ""; // of a further dock's source on show
+	wish = options.get("source"); // the name of a source, until it is on show
 	looking = false;
 	wanted = ""; // what to ask for next: "" nothing, "head", or "all" with the tracks
 
@@ -50,7 +53,7 @@ class Control {
 		element("bring-back").onclick = () => this.act(element("bring-back"), "BringBackReplacedQueue");
 		element("open-options").onclick = () => element("options").showModal();
 		element("now").onclick = () => this.list.show(this.list.currentId);
-		element("source").onchange = ({ target }) => this.act(target, "SelectSource", { sourceUuid: target.value });
+		element("source").onchange = ({ target }) => this.chooseSource(target);
 		element("message").onclick = () => this.say("");
 		document.addEventListener("keydown", (event) => this.key(event));
 		// A phone that was asleep has missed what happened.
@@ -109,9 +112,14 @@ class Control {
 		this.askSources();
 	}
 
-	heard(type, { id, mediaState, sourceName }) {
+	heard(type, { id, mediaState, sourceName, dock = 1 }) {
 		if (type === "StateChanged")
 			return;
+		if (dock !== this.dock) {
+			if (["SourceChanged", "QueueChanged"].includes(type))
+				this.askSources();
+			return;
+		}
 		if (type === "TrackFailed")
 			this.list.setFailed(id, true);
 		if (type === "MediaStateChanged" && mediaState === "OBS_MEDIA_STATE_PLAYING")
@@ -130,7 +138,7 @@ class Control {
 		while (this.wanted && this.client?.isOpen()) {
 			const all = this.wanted === "all";
 			this.wanted = "";
-			this.take(await this.client.ask("GetQueue", all ? {} : { limit: 0 }), all);
+			this.take(await this.client.ask("GetQueue", this.ofSource(all ? {} : { limit: 0 })), all);
 		}
 		this.looking = false;
 	}
@@ -156,6 +164,8 @@ class Control {
 	takeNothing({ error, comment }) {
 		this.head = null;
 		this.list.set([]);
+		if (this.sourceUuid && ["otherSource", "noSource"].includes(error))
+			return this.see("", 1);
 		if (error === "noSource")
 			return;
 		this.say(comment || word("StatusError"));
@@ -200,11 +210,38 @@ class Control {
 			return;
 		this.sources = sources;
 		const entries = sources.map(({ label, sourceUuid }) => new Option(label, sourceUuid));
-		const chosen = sources.find(({ selected }) => selected)?.sourceUuid ?? "";
+		const wished = sources.find(({ sourceName, dock }) => sourceName === this.wish && dock > 1);
+		if (wished)
+			this.see(wished.sourceUuid, wished.dock);
+		const chosen = this.sourceUuid || (sources.find(({ selected }) => selected)?.sourceUuid ?? "");
 		element("source").replaceChildren(new Option(word("SelectSource"), ""), ...entries);
 		element("source").value = chosen;
 		element("source").hidden = sources.length < 2 && (chosen !== "" || sources.length === 0);
 		this.writeCount();
+	}
+
+	ofSource(data) {
+		return this.sourceUuid ? { sourceUuid: this.sourceUuid, ...data } : data;
+	}
+
+	// Shows the queue of another dock. The first one's is on show whatever source it has.
+	see(sourceUuid, dock) {
+		this.wish = null;
+		this.sourceUuid = dock > 1 ? sourceUuid : "";
+		this.dock = dock;
+		this.refresh("all");
+		this.askSources();
+	}
+
+	// A source that has a dock is shown; for any other one, the dock on show lets go of its own.
+	async chooseSource(part) {
+		const sourceUuid = part.value;
+		const { dock } = this.sources.find((source) => source.sourceUuid === sourceUuid) ?? { dock: 0 };
+		if (dock > 0 || (sourceUuid === "" && this.dock > 1))
+			return this.see(sourceUuid, dock || 1);
+		const answer = await this.act(part, "SelectSource", { sourceUuid, ...(this.dock > 1 && { dock: this.dock }) });
+		if (answer.success && this.dock > 1)
+			this.see(sourceUuid, this.dock);
 	}
 
 	// Shows that a press was taken until its answer is there. No request acts on another source than the one on show.
@@ -270,7 +307,7 @@ class Control {
 	}
 
 	askTags(offset, limit) {
-		return this.client.ask("GetQueue", { offset, limit, tags: true });
+		return this.client.ask("GetQueue", this.ofSource({ offset, limit, tags: true }));
 	}
 
 	tooLate() {

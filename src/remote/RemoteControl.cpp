@@ -3,6 +3,7 @@
 
 #include <QThread>
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <memory>
@@ -139,31 +140,43 @@ void RemoteControl::close()
 	dispatcher.changed.notify_all();
 	if (!remote)
 		return;
-	disconnect(remote->queue, nullptr, remote, nullptr);
-	disconnect(&remote->tagReader, nullptr, remote, nullptr);
-	remote->tagReader.endWaits();
-	remote->queueTimer.stop();
-	remote->restTimer.stop();
-	remote->againTimer.stop();
+	for (QueueObserver *observer : remote->present())
+		observer->stop();
 }
 
-RemoteControl::RemoteControl(QueueControl *queue_, void *vendor_)
-	: QObject(queue_), queue(queue_), vendor(vendor_), tagReader(queue_->tagReader()), seen(stateOf(*queue_))
+RemoteControl::RemoteControl(QueueControl *queue, void *vendor_) : QObject(queue), vendor(vendor_)
 {
-	queueTimer.setSingleShot(true);
-	connect(&queueTimer, &QTimer::timeout, this, &RemoteControl::announceQueue);
-	restTimer.setSingleShot(true);
-	connect(&restTimer, &QTimer::timeout, this, [this] { announceState(false); });
-	againTimer.setSingleShot(true);
-	connect(&againTimer, &QTimer::timeout, this, [this] { announceState(true); });
-	connect(queue, &QueueControl::changed, this, &RemoteControl::observe);
-	connect(queue, &QueueControl::searchEnded, this, &RemoteControl::announceSearch);
-	connect(queue, &QueueControl::mediaPolled, this, &RemoteControl::observePoll);
-	connect(queue, &QueueControl::resuming, this, &RemoteControl::waitForPlugin);
-	connect(queue, &QueueControl::trackFailed, this, &RemoteControl::announceFailure);
-	connect(&tagReader, &TagReader::tagsRead, this, &RemoteControl::announceTags);
-	connect(queue, &QueueControl::switchFinished, this, [this] { lengthMs = 0; });
-	connect(queue, &QueueControl::canBringBackChanged, this, &RemoteControl::noticeState);
+	add(queue);
+}
+
+void RemoteControl::include(QueueControl *queue)
+{
+	RemoteControl *remote = nullptr;
+	{
+		const std::lock_guard lock(dispatcher.mutex);
+		remote = dispatcher.remote;
+	}
+	if (remote)
+		remote->add(queue);
+}
+
+void RemoteControl::add(QueueControl *queue)
+{
+	observers.removeAll(nullptr);
+	observers.append(new QueueObserver(*this, queue));
+	std::ranges::sort(observers, {}, [](const QPointer<QueueObserver> &observer) {
+		return observer->observed().dockNumber();
+	});
+}
+
+QList<QueueObserver *> RemoteControl::present() const
+{
+	QList<QueueObserver *> alive;
+	for (const QPointer<QueueObserver> &observer : observers) {
+		if (observer)
+			alive.append(observer);
+	}
+	return alive;
 }
 
 RemoteControl::~RemoteControl()
@@ -171,9 +184,40 @@ RemoteControl::~RemoteControl()
 	close();
 }
 
+// A request that names a source is for the dock that has it. When none has it, a dock that has another one refuses it.
+QueueObserver &RemoteControl::observerFor(const Endpoint &endpoint, obs_data_t *data) const
+{
+	const auto has = [data](const char *key) {
+		return obs_data_has_user_value(data, key);
+	};
+	const auto hasSource = [](const QueueObserver *observer) {
+		return OBSSourceAutoRelease(observer->observed().lockSource()) != nullptr;
+	};
+	const auto hasNamed = [&](const QueueObserver *observer) {
+		OBSSourceAutoRelease source = observer->observed().lockSource();
+		return source && (!has("sourceName") || textIn(data, "sourceName") == nameOf(source)) &&
+		       (!has("sourceUuid") || textIn(data, "sourceUuid") == uuidOf(source));
+	};
+	const auto isNumbered = [number = obs_data_get_int(data, "dock")](const QueueObserver *observer) {
+		return observer->observed().dockNumber() == number;
+	};
+	const QList<QueueObserver *> all = present();
+	auto found = all.cend();
+	if (endpoint.kind == Endpoint::Chooses) {
+		found = std::ranges::find_if(all, isNumbered);
+	} else if (endpoint.needsSource() && (has("sourceName") || has("sourceUuid"))) {
+		found = std::ranges::find_if(all, hasNamed);
+		if (found == all.cend())
+			found = std::ranges::find_if(all, hasSource);
+	}
+	return found == all.cend() ? *all.constFirst() : **found;
+}
+
 Response RemoteControl::serve(const Endpoint &endpoint, obs_data_t *data)
 {
-	Request request(*queue, tagReader, data, revision);
+	const QueueObserver &observer = observerFor(endpoint, data);
+	QueueControl *queue = &observer.observed();
+	Request request(*queue, observer.tags(), data, revision);
 	if (!queue->isActive())
 		request.refuse(Refusal::Unavailable);
 	if (endpoint.needsSource() && !request.isRefused()) {
@@ -189,15 +233,15 @@ Response RemoteControl::serve(const Endpoint &endpoint, obs_data_t *data)
 	if (!request.isRefused())
 		endpoint.serve(request);
 	const bool changed = endpoint.changes() && !request.isRefused();
-	return changed ? withState(request.response()) : request.response();
+	return changed ? withState(*queue, request.response()) : request.response();
 }
 
-Response RemoteControl::withState(const Response &response) const
+Response RemoteControl::withState(const QueueControl &queue, const Response &response) const
 {
 	OBSDataAutoRelease state = obs_data_create();
-	setText(state, "currentId", queue->currentId());
-	obs_data_set_int(state, "currentIndex", queue->currentIndex());
-	obs_data_set_string(state, "mediaState", mediaStateName(queue->wantedState()));
+	setText(state, "currentId", queue.currentId());
+	obs_data_set_int(state, "currentIndex", queue.currentIndex());
+	obs_data_set_string(state, "mediaState", mediaStateName(queue.wantedState()));
 	obs_data_set_int(state, "revision", revision);
 	return [response, state = OBSData(state.Get())](obs_data_t *data) {
 		response(data);
@@ -208,7 +252,24 @@ Response RemoteControl::withState(const Response &response) const
 void RemoteControl::emitEvent(const char *type, obs_data_t *data)
 {
 	sendEvent(type, data);
-	stateOvertaken();
+	for (QueueObserver *observer : present())
+		observer->stateOvertaken();
+}
+
+void RemoteControl::announce(const char *type, obs_data_t *data)
+{
+	announceChanges();
+	obs_data_set_int(data, "revision", nextRevision());
+	emitEvent(type, data);
+}
+
+void RemoteControl::announceChanges()
+{
+	QList<QueueObserver *> waiting = present();
+	waiting.removeIf([](const QueueObserver *observer) { return !observer->hasWaitingChange(); });
+	std::ranges::sort(waiting, {}, &QueueObserver::lastChange);
+	for (QueueObserver *observer : std::as_const(waiting))
+		observer->announceChange();
 }
 
 // No other source calls the plug-in: its header keeps a pointer to it in each source that includes it.

@@ -193,7 +193,7 @@ void getVersion(Request &request)
 		requests.push_back(endpoint.name);
 	request.respond([requests](obs_data_t *data) {
 		OBSDataArrayAutoRelease requestArray = nameArray("requestType", requests);
-		OBSDataArrayAutoRelease eventArray = nameArray("eventType", RemoteControl::events());
+		OBSDataArrayAutoRelease eventArray = nameArray("eventType", QueueObserver::events());
 		obs_data_set_string(data, "version", REELHOUSE_VERSION);
 		obs_data_set_array(data, "requests", requestArray);
 		obs_data_set_array(data, "events", eventArray);
@@ -211,6 +211,7 @@ void getSources(Request &request)
 		setSource(item, source);
 		setText(item, "label", label);
 		obs_data_set_bool(item, "selected", source && source.Get() == bound.Get());
+		obs_data_set_int(item, "dock", request.queue.dockOf(uuid).first);
 		obs_data_array_push_back(array, item);
 	}
 	request.respond([sources = OBSDataArray(array.Get())](obs_data_t *data) {
@@ -222,6 +223,9 @@ void selectSource(Request &request)
 {
 	const bool byName = request.has("sourceName") && !request.has("sourceUuid");
 	const QString wanted = request.text(byName ? "sourceName" : "sourceUuid");
+	const int dock = request.queue.dockNumber();
+	if (request.integer("dock", 1) != dock)
+		request.refuse(Refusal::IndexOutOfRange, QString::fromUtf8("dock"));
 	if (request.isRefused())
 		return;
 	QString uuid = wanted;
@@ -229,6 +233,9 @@ void selectSource(Request &request)
 		OBSSourceAutoRelease source = obs_get_source_by_name(wanted.toUtf8().constData());
 		uuid = uuidOf(source);
 	}
+	const auto [other, otherName] = request.queue.dockOf(uuid);
+	if (other > 0 && other != dock)
+		return request.refuse(Refusal::SourceTaken, otherName);
 	// An empty UUID means "no source". An unknown name must not mean it.
 	if ((byName && uuid.isEmpty()) || !request.queue.selectSource(uuid))
 		request.refuse(Refusal::UnknownSource, wanted);

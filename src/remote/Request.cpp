@@ -42,8 +42,9 @@ constexpr std::array errorTexts = {
 	ErrorText{"nothingMissing", "RemoteNothingMissing"},
 	ErrorText{"searching", "RemoteSearching"},
 	ErrorText{"graphicsThread", "RemoteGraphicsThread"},
+	ErrorText{"sourceTaken", "RemoteSourceTaken"},
 };
-static_assert(errorTexts.size() == static_cast<size_t>(Refusal::GraphicsThread) + 1);
+static_assert(errorTexts.size() == static_cast<size_t>(Refusal::SourceTaken) + 1);
 
 } // namespace
 

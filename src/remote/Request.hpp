@@ -38,6 +38,7 @@ enum class Refusal {
 	NothingMissing,
 	Searching,
 	GraphicsThread,
+	SourceTaken,
 };
 
 // Writes a response into the data that the WebSocket plug-in sends. It owns its values, so it may run on any thread.

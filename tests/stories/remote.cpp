@@ -19,7 +19,7 @@ TEST_F(Story, Remote)
 		{"elsewhere X; ask BringBackReplacedQueue", "[P] A http://h/U Q R | src X | own | replaced X | repeat"},
 		{"ask? all GetQueue {'offset': 1, 'limit': 2}", "{'canBringBack':true,'canUndo':false,'currentId':'','currentIndex':-1,'cursor':0,'duration':0,'endMode':'repeat','mediaState':'OBS_MEDIA_STATE_NONE','queueDurationMs':0,'queueRemainingMs':0,'skipFailed':false,'sourceName':'S','sourceUuid':'S','startAgain':false,'success':true,'total':5,'tracks':[{'id':'#A','index':1,'label':'A','path':'A','sizeBytes':5},{'id':'#http://h/U','index':2,'label':'U','path':'http://h/U'}],'unknownLengths':5,'unknownRemaining':5,'upcoming':[]}"},
 		{"ask? tracks GetQueue {'offset': 4, 'limit': 9}", "{'tracks':[{'id':'#R','index':4,'label':'R','path':'R','sizeBytes':5}]}"},
-		{"ask? all GetSources", "{'sources':[{'label':'S','selected':true,'sourceName':'S','sourceUuid':'S'},{'label':'T','selected':false,'sourceName':'T','sourceUuid':'T'}],'success':true}"},
+		{"ask? all GetSources", "{'sources':[{'dock':1,'label':'S','selected':true,'sourceName':'S','sourceUuid':'S'},{'dock':0,'label':'T','selected':false,'sourceName':'T','sourceUuid':'T'}],'success':true}"},
 		{"ask? mediaState Stop", "{'mediaState':'OBS_MEDIA_STATE_STOPPED'}"},
 		{"start P; ask? mediaState RemoveTracks {'ids': [{'id': '#P'}]}", "{'mediaState':'OBS_MEDIA_STATE_STOPPED'}"},
 		{"start A; ask? all MoveTrack {'id': '#R', 'index': 0}", "{'currentId':'#A','currentIndex':1,'mediaState':'OBS_MEDIA_STATE_PLAYING','success':true}"},
@@ -28,7 +28,7 @@ TEST_F(Story, Remote)
 		{"ask? all SetEndMode {'endMode': 'next'}", "{'currentId':'','currentIndex':-1,'mediaState':'OBS_MEDIA_STATE_STOPPED','success':true}"},
 		{"ask SelectSource {'sourceName': 'T'}", "[X] Y Z | src X Y | own | replaced - | next"},
 		{"ask SelectSource {'sourceUuid': ''}", "no source"},
-		{"delete T; ask? all GetSources", "{'sources':[{'label':'S','selected':false,'sourceName':'S','sourceUuid':'S'}],'success':true}"},
+		{"delete T; ask? all GetSources", "{'sources':[{'dock':0,'label':'S','selected':false,'sourceName':'S','sourceUuid':'S'}],'success':true}"},
 	});
 	tell("what is wrong is refused and changes nothing", "P Q R", {
 		{"ask GetQueue {'offset': -1}", "[P] Q R | src P Q R | own | replaced - | indexOutOfRange"},

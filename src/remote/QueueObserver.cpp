@@ -1,11 +1,12 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
-#include "remote/RemoteControl.hpp"
+#include "remote/QueueObserver.hpp"
 
 #include <algorithm>
 #include <array>
 #include <utility>
 
 #include "dock/MediaFollower.hpp"
+#include "remote/RemoteControl.hpp"
 #include "remote/values.hpp"
 
 namespace reelhouse {
@@ -28,7 +29,7 @@ constexpr int burstLengthMs = 1000;
 
 } // namespace
 
-std::span<const char *const> RemoteControl::events()
+std::span<const char *const> QueueObserver::events()
 {
 	static constexpr std::array names = {sourceChanged,  queueChanged,   currentTrackChanged,
 					     endModeChanged, optionsChanged, mediaStateChanged,
@@ -36,7 +37,36 @@ std::span<const char *const> RemoteControl::events()
 	return names;
 }
 
-RemoteControl::State RemoteControl::stateOf(const QueueControl &queue)
+QueueObserver::QueueObserver(RemoteControl &remote_, QueueControl *queue_)
+	: QObject(queue_), remote(remote_), queue(queue_), tagReader(queue_->tagReader()), seen(stateOf(*queue_))
+{
+	queueTimer.setSingleShot(true);
+	connect(&queueTimer, &QTimer::timeout, this, [this] { remote.announceChanges(); });
+	restTimer.setSingleShot(true);
+	connect(&restTimer, &QTimer::timeout, this, [this] { announceState(false); });
+	againTimer.setSingleShot(true);
+	connect(&againTimer, &QTimer::timeout, this, [this] { announceState(true); });
+	connect(queue, &QueueControl::changed, this, &QueueObserver::observe);
+	connect(queue, &QueueControl::searchEnded, this, &QueueObserver::announceSearch);
+	connect(queue, &QueueControl::mediaPolled, this, &QueueObserver::observePoll);
+	connect(queue, &QueueControl::resuming, this, &QueueObserver::waitForPlugin);
+	connect(queue, &QueueControl::trackFailed, this, &QueueObserver::announceFailure);
+	connect(&tagReader, &TagReader::tagsRead, this, &QueueObserver::announceTags);
+	connect(queue, &QueueControl::switchFinished, this, [this] { lengthMs = 0; });
+	connect(queue, &QueueControl::canBringBackChanged, this, &QueueObserver::noticeState);
+}
+
+void QueueObserver::stop()
+{
+	disconnect(queue, nullptr, this, nullptr);
+	disconnect(&tagReader, nullptr, this, nullptr);
+	tagReader.endWaits();
+	queueTimer.stop();
+	restTimer.stop();
+	againTimer.stop();
+}
+
+QueueObserver::State QueueObserver::stateOf(const QueueControl &queue)
 {
 	OBSSourceAutoRelease source = queue.lockSource();
 	return {uuidOf(source),  nameOf(source),  queue.tracks(),  queue.currentId(),
@@ -45,28 +75,28 @@ RemoteControl::State RemoteControl::stateOf(const QueueControl &queue)
 
 // The plug-in drops events until OBS has told it of the new scene collection, perhaps after us. So tell everything once
 // OBS has told all modules.
-void RemoteControl::waitForPlugin()
+void QueueObserver::waitForPlugin()
 {
 	if (std::exchange(pluginLoads, true))
 		return;
-	QMetaObject::invokeMethod(this, &RemoteControl::announceAll, Qt::QueuedConnection);
+	QMetaObject::invokeMethod(this, &QueueObserver::announceAll, Qt::QueuedConnection);
 }
 
-void RemoteControl::announceAll()
+void QueueObserver::announceAll()
 {
 	pluginLoads = false;
 	if (!queue->isActive())
 		return observe();
 	seen = stateOf(*queue);
 	lengthMs = 0;
-	queueRevision = ++revision;
-	announceQueue();
+	queueRevision = remote.nextRevision();
+	queueWaits = true;
 	announceCurrent();
 	announceEndMode();
 	announceOptions();
 }
 
-void RemoteControl::observe()
+void QueueObserver::observe()
 {
 	if (pluginLoads)
 		return;
@@ -80,7 +110,7 @@ void RemoteControl::observe()
 	if (!otherSource && before.sourceName != seen.sourceName)
 		announceSource();
 	if (otherQueue) {
-		queueRevision = ++revision;
+		queueRevision = remote.nextRevision();
 		startQueueTimer();
 	}
 	if (otherSource || otherCurrent)
@@ -96,7 +126,7 @@ void RemoteControl::observe()
 	noticeState();
 }
 
-void RemoteControl::observePoll(obs_media_state state, qint64, qint64 durationMs)
+void QueueObserver::observePoll(obs_media_state state, qint64, qint64 durationMs)
 {
 	// What was last seen may be of another queue.
 	if (pluginLoads)
@@ -113,23 +143,26 @@ void RemoteControl::observePoll(obs_media_state state, qint64, qint64 durationMs
 	noticeState();
 }
 
-void RemoteControl::startQueueTimer()
+void QueueObserver::startQueueTimer()
 {
-	if (!queueTimer.isActive())
+	if (!std::exchange(queueWaits, true))
 		burst.start();
 	if (burst.elapsed() < burstLengthMs)
 		queueTimer.start(burstGapMs);
 }
 
-OBSDataAutoRelease RemoteControl::sourceData() const
+OBSDataAutoRelease QueueObserver::sourceData() const
 {
 	OBSSourceAutoRelease source = queue->lockSource();
 	OBSDataAutoRelease data = obs_data_create();
 	setSource(data, source);
+	// Clients that know of one dock only take an event without it for theirs.
+	if (queue->dockNumber() > 1)
+		obs_data_set_int(data, "dock", queue->dockNumber());
 	return data;
 }
 
-OBSDataAutoRelease RemoteControl::currentData() const
+OBSDataAutoRelease QueueObserver::currentData() const
 {
 	OBSDataAutoRelease data = sourceData();
 	const int index = queue->currentIndex();
@@ -137,33 +170,25 @@ OBSDataAutoRelease RemoteControl::currentData() const
 	return data;
 }
 
-void RemoteControl::announce(const char *type, obs_data_t *data)
-{
-	if (queueTimer.isActive())
-		announceQueue();
-	obs_data_set_int(data, "revision", ++revision);
-	emitEvent(type, data);
-}
-
-void RemoteControl::announceSource()
+void QueueObserver::announceSource()
 {
 	OBSDataAutoRelease data = sourceData();
-	announce(sourceChanged, data);
+	remote.announce(sourceChanged, data);
 }
 
-void RemoteControl::announceQueue()
+void QueueObserver::announceChange()
 {
 	queueTimer.stop();
+	queueWaits = false;
 	OBSDataAutoRelease data = sourceData();
 	obs_data_set_int(data, "total", seen.tracks.size());
 	obs_data_set_int(data, "revision", queueRevision);
-	emitEvent(queueChanged, data);
+	remote.emitEvent(queueChanged, data);
 }
 
-void RemoteControl::announceCurrent()
+void QueueObserver::announceCurrent()
 {
-	if (queueTimer.isActive())
-		announceQueue();
+	remote.announceChanges();
 	OBSDataAutoRelease data = currentData();
 	const int index = queue->currentIndex();
 	currentTags = index < 0 ? Tags() : tagReader.cached(seen.tracks.at(index).path).value_or(Tags());
@@ -172,11 +197,11 @@ void RemoteControl::announceCurrent()
 		obs_data_set_int(data, "durationMs", lengthMs);
 	toldState = queue->wantedState();
 	obs_data_set_string(data, "mediaState", mediaStateName(toldState));
-	announce(currentTrackChanged, data);
+	remote.announce(currentTrackChanged, data);
 }
 
 // Sends the event of the current track again when the tags of its file have been read.
-void RemoteControl::announceTags(const QString &path)
+void QueueObserver::announceTags(const QString &path)
 {
 	if (pluginLoads)
 		return;
@@ -186,21 +211,21 @@ void RemoteControl::announceTags(const QString &path)
 	noticeState();
 }
 
-void RemoteControl::announceEndMode()
+void QueueObserver::announceEndMode()
 {
 	OBSDataAutoRelease data = sourceData();
 	obs_data_set_string(data, "endMode", endModeName(seen.endMode));
-	announce(endModeChanged, data);
+	remote.announce(endModeChanged, data);
 }
 
-void RemoteControl::announceOptions()
+void QueueObserver::announceOptions()
 {
 	OBSDataAutoRelease data = sourceData();
 	setOptions(data, seen.options);
-	announce(optionsChanged, data);
+	remote.announce(optionsChanged, data);
 }
 
-void RemoteControl::announceSearch(QueueControl::SearchEnd end, qsizetype found, qsizetype missing)
+void QueueObserver::announceSearch(QueueControl::SearchEnd end, qsizetype found, qsizetype missing)
 {
 	observe();
 	OBSDataAutoRelease data = sourceData();
@@ -211,10 +236,10 @@ void RemoteControl::announceSearch(QueueControl::SearchEnd end, qsizetype found,
 		obs_data_set_string(data, "reason",
 				    end == QueueControl::SearchEnd::NoFolder ? "noFolder" : "cancelled");
 	}
-	announce(missingFilesSearched, data);
+	remote.announce(missingFilesSearched, data);
 }
 
-void RemoteControl::announceFailure(const QString &id, TrackFailure failure, qsizetype count)
+void QueueObserver::announceFailure(const QString &id, TrackFailure failure, qsizetype count)
 {
 	static constexpr std::array reasons = {"error", "neverPlayed", "fileMissing"};
 	const QList<Track> &tracks = queue->tracks();
@@ -227,11 +252,11 @@ void RemoteControl::announceFailure(const QString &id, TrackFailure failure, qsi
 	obs_data_set_string(data, "reason", reasons.at(static_cast<size_t>(failure)));
 	if (count > 1)
 		obs_data_set_int(data, "count", count);
-	announce(trackFailed, data);
+	remote.announce(trackFailed, data);
 	noticeState();
 }
 
-void RemoteControl::announceMedia(obs_media_state state)
+void QueueObserver::announceMedia(obs_media_state state)
 {
 	const obs_media_state next = plainState(state);
 	if (next == toldChange && next == toldState)
@@ -241,7 +266,7 @@ void RemoteControl::announceMedia(obs_media_state state)
 		failedTitle.clear();
 	OBSDataAutoRelease data = currentData();
 	obs_data_set_string(data, "mediaState", mediaStateName(next));
-	announce(mediaStateChanged, data);
+	remote.announce(mediaStateChanged, data);
 }
 
 } // namespace reelhouse

@@ -1,11 +1,12 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
-#include "remote/RemoteControl.hpp"
+#include "remote/QueueObserver.hpp"
 
 #include <algorithm>
 
 #include "media/QueueLength.hpp"
 #include "queue/settings.hpp"
 #include "queue/text.hpp"
+#include "remote/RemoteControl.hpp"
 #include "remote/values.hpp"
 
 namespace reelhouse {
@@ -42,7 +43,7 @@ QString flagWord(bool on)
 } // namespace
 
 // The texts that do not change by themselves as time passes.
-RemoteControl::Texts RemoteControl::stateTexts() const
+QueueObserver::Texts QueueObserver::stateTexts() const
 {
 	const qsizetype index = queue->currentIndex();
 	const qsizetype next = queue->upcoming(1).value(0, -1);
@@ -70,7 +71,7 @@ RemoteControl::Texts RemoteControl::stateTexts() const
 }
 
 // The times as of now; those that are not known are empty.
-RemoteControl::Texts RemoteControl::timeTexts() const
+QueueObserver::Texts QueueObserver::timeTexts() const
 {
 	Texts texts = {{"duration", {}}, {"trackRemaining", {}}, {"showRemaining", {}}};
 	OBSSourceAutoRelease source = queue->lockSource();
@@ -90,20 +91,27 @@ RemoteControl::Texts RemoteControl::timeTexts() const
 	return texts;
 }
 
-// Compares the state with what clients were last told of it.
-void RemoteControl::noticeState()
+bool QueueObserver::tellsState() const
 {
-	if (!restTimer.isActive() && stateTexts() != toldTexts)
+	return queue->dockNumber() == 1;
+}
+
+// Compares the state with what clients were last told of it.
+void QueueObserver::noticeState()
+{
+	if (tellsState() && !restTimer.isActive() && stateTexts() != toldTexts)
 		restTimer.start(restMs);
 }
 
-void RemoteControl::stateOvertaken()
+void QueueObserver::stateOvertaken()
 {
+	if (!tellsState())
+		return;
 	againTimer.stop();
 	restTimer.start(restMs);
 }
 
-void RemoteControl::announceState(bool again)
+void QueueObserver::announceState(bool again)
 {
 	if (!again)
 		againTimer.start(againMs);
@@ -113,7 +121,7 @@ void RemoteControl::announceState(bool again)
 	OBSDataAutoRelease data = obs_data_create();
 	for (auto text = texts.cbegin(); text != texts.cend(); ++text)
 		setText(data, text.key(), text.value());
-	sendEvent(stateChanged, data);
+	remote.sendEvent(stateChanged, data);
 }
 
 } // namespace reelhouse

@@ -1,0 +1,210 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "module/Docks.hpp"
+
+#include <QDockWidget>
+#include <QFile>
+#include <QTimer>
+
+#include <algorithm>
+
+#include <obs-frontend-api.h>
+#include <obs-module.h>
+#include <util/util.hpp>
+
+#include "dock/QueueControl.hpp"
+#include "module/SceneSwitch.hpp"
+
+using namespace Qt::StringLiterals;
+
+namespace reelhouse {
+
+namespace {
+
+constexpr int mostDocks = 4;
+constexpr int longestSwitchMs = 1000;
+
+QByteArray idOf(int number)
+{
+	return number == 1 ? "OBS-Reelhouse" : "OBS-Reelhouse-" + QByteArray::number(number);
+}
+
+QString settingsPath(int number)
+{
+	const QByteArray name = number == 1 ? "settings.json" : "settings-" + QByteArray::number(number) + ".json";
+	const BPtr<char> path = obs_module_get_config_path(obs_current_module(), name.constData());
+	return QString::fromUtf8(path.Get());
+}
+
+// Returns the frontend's widget around the dock; null when it has none.
+QDockWidget *frameOf(const Reelhouse *dock)
+{
+	return qobject_cast<QDockWidget *>(dock->parentWidget());
+}
+
+// Shows a floating frame in the middle of its main window.
+void showAbove(QDockWidget *frame)
+{
+	frame->resize(frame->size().expandedTo(QSize(440, 360)));
+	if (const QWidget *window = frame->parentWidget())
+		frame->move(window->geometry().center() - frame->rect().center());
+	frame->show();
+	frame->activateWindow();
+}
+
+} // namespace
+
+Reelhouse *Docks::open(int number)
+{
+	auto *dock = new Reelhouse(group, number, settingsPath(number));
+	if (!obs_frontend_add_dock_by_id(idOf(number).constData(), dock->name().toUtf8().constData(), dock)) {
+		delete dock;
+		return nullptr;
+	}
+	docks.insert(number, dock);
+	connect(dock, &Reelhouse::sceneSwitchRequested, dock, &switchScene);
+	connect(dock, &Reelhouse::configurationChanged, this, &Docks::save);
+	return dock;
+}
+
+void Docks::openOthers()
+{
+	for (int number = 2; number <= mostDocks; number++) {
+		if (QFile::exists(settingsPath(number)))
+			openFurther(number);
+	}
+}
+
+Reelhouse *Docks::openFurther(int number)
+{
+	Reelhouse *dock = open(number);
+	if (!dock)
+		return nullptr;
+	const QueueControl *queue = &dock->queueControl();
+	connect(queue, &QueueControl::changed, this, [this, dock] { showTitle(dock); });
+	// Only a poll notices a new name of the source.
+	connect(queue, &QueueControl::mediaPolled, this, [this, dock] { showTitle(dock); });
+	connect(dock, &QObject::destroyed, this, &Docks::changed);
+	Q_EMIT opened(dock);
+	Q_EMIT changed();
+	return dock;
+}
+
+QList<Reelhouse *> Docks::all() const
+{
+	QList<Reelhouse *> present;
+	for (const QPointer<Reelhouse> &dock : docks) {
+		if (dock)
+			present.append(dock);
+	}
+	return present;
+}
+
+QString Docks::titleOf(const Reelhouse *dock)
+{
+	OBSSourceAutoRelease source = dock->queueControl().lockSource();
+	return dock->number() == 1 || !source ? dock->name() : dock->name() + u" · "_s + nameOf(source);
+}
+
+void Docks::showTitle(Reelhouse *dock)
+{
+	QDockWidget *frame = frameOf(dock);
+	const QString title = titleOf(dock);
+	if (!frame || frame->windowTitle() == title)
+		return;
+	frame->setWindowTitle(title);
+	Q_EMIT changed();
+}
+
+void Docks::suspend()
+{
+	active = false;
+	for (Reelhouse *dock : all())
+		dock->suspend();
+}
+
+void Docks::resume()
+{
+	active = true;
+	for (Reelhouse *dock : all())
+		dock->resume();
+}
+
+void Docks::shutdown()
+{
+	for (Reelhouse *dock : all())
+		dock->shutdown();
+}
+
+void Docks::close(bool frontendIsThere)
+{
+	disconnect(this);
+	QList<Reelhouse *> present = all();
+	std::ranges::reverse(present);
+	for (const QPointer<Reelhouse> dock : present) {
+		const QByteArray id = idOf(dock->number());
+		dock->shutdown();
+		if (frontendIsThere)
+			obs_frontend_remove_dock(id.constData());
+		// Null when the frontend has destroyed the dock together with its dock widget.
+		delete dock;
+	}
+}
+
+// One save is for the private settings of all sources.
+void Docks::save()
+{
+	for (Reelhouse *dock : all())
+		dock->noteSaved();
+	obs_frontend_save();
+}
+
+int Docks::freeNumber() const
+{
+	for (int number = 2; number <= mostDocks; number++) {
+		if (!docks.value(number))
+			return number;
+	}
+	return 0;
+}
+
+void Docks::add()
+{
+	const int number = freeNumber();
+	Reelhouse *dock = number > 0 ? openFurther(number) : nullptr;
+	if (!dock)
+		return;
+	dock->saveSelection();
+	if (active)
+		dock->resume();
+	if (QDockWidget *frame = frameOf(dock))
+		showAbove(frame);
+}
+
+void Docks::remove(Reelhouse *dock)
+{
+	auto *wait = new QTimer(this);
+	wait->setSingleShot(true);
+	connect(wait, &QTimer::timeout, this, [this, wait, dock = QPointer(dock)] {
+		wait->deleteLater();
+		if (dock)
+			removeNow(dock);
+	});
+	const QueueControl *queue = &dock->queueControl();
+	connect(queue, &QueueControl::switchFinished, wait, [wait] { wait->start(0); });
+	wait->start(queue->isSwitching() ? longestSwitchMs : 0);
+}
+
+void Docks::removeNow(Reelhouse *dock)
+{
+	const int number = dock->number();
+	dock->forgetChoice();
+	dock->shutdown();
+	QFile::remove(settingsPath(number));
+	obs_frontend_remove_dock(idOf(number).constData());
+	// Null when the frontend has destroyed the dock together with its dock widget.
+	delete docks.take(number);
+	save();
+	Q_EMIT changed();
+}
+
+} // namespace reelhouse

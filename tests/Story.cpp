@@ -33,6 +33,7 @@ Story::Story()
 	addQueueSteps();
 	addSourceSteps();
 	addHostSteps();
+	addDockSteps();
 	addQuestions();
 }
 
@@ -64,12 +65,12 @@ void Story::begin(const QString &playlist)
 		show(sources[u"S"_s]);
 		obs_post_load_modules();
 		plugin.onEvent = [this] {
-			if (bound())
+			if (bound() && frontend->dock->objectName() == u"OBS-Reelhouse-content")
 				expectSameEverywhere();
 		};
 		sceneRequests = std::make_unique<QSignalSpy>(frontend->dock, SIGNAL(sceneSwitchRequested(QString)));
 	} else {
-		for (const char *name : {"close", "endMode", "search", "resume", "look"})
+		for (const char *name : {"dropDocks", "close", "endMode", "search", "resume", "look"})
 			run({QLatin1String(name)});
 		choose(sources[u"S"_s]);
 	}

@@ -54,6 +54,9 @@ protected:
 	// What it ended with; IgnoreAction where it was not taken.
 	Qt::DropAction drop(const QList<QUrl> &urls, Qt::DropActions actions = Qt::CopyAction | Qt::MoveAction);
 	QAction *tool() const { return action("bringBackReplacedQueue"); }
+	QAction *toolsEntry() const { return frontend->toolsMenu.findChild<QAction *>(QString(), Qt::FindDirectChildrenOnly); }
+	// Whether a further dock has the source.
+	bool isElsewhere(obs_source_t *source) const;
 
 	WebSocketPlugin plugin;
 	QMap<QString, OBSSource> sources;
@@ -72,6 +75,7 @@ private:
 	void addQueueSteps();
 	void addSourceSteps();
 	void addHostSteps();
+	void addDockSteps();
 	void addQuestions();
 
 	// Story_Promises.cpp
@@ -79,7 +83,8 @@ private:
 	void keepPromises(const Words &words);
 	void expectSameEverywhere();
 	void expectHonestControls();
-	void expectAnswerIsTheState(const QJsonObject &response);
+	QJsonObject ask(const QString &request, const Words &data);
+	bool isForOther(const Words &words) const;
 	void expectUsersQueueKept(const Words &words);
 	void expectEditSeen(const Words &words);
 	void expectToldTheState(bool settled);

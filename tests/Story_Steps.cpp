@@ -142,9 +142,8 @@ void Story::addQueueSteps()
 		}
 	});
 	on("ask", [this](const Words &words) {
-		const QJsonObject response = plugin.request(words[0].toStdString(), json(words.mid(1).join(u' ')));
+		const QJsonObject response = ask(words[0], words.mid(1));
 		answer = response["error"_L1].toString();
-		expectAnswerIsTheState(response);
 		const QString sentence = response["comment"_L1].toString();
 		EXPECT_EQ(answer.isEmpty(), sentence.isEmpty());
 		EXPECT_FALSE(sentence.startsWith(u"Remote") || sentence.contains(u"%1")) << sentence.toStdString();
@@ -292,6 +291,69 @@ void Story::addHostSteps()
 	});
 }
 
+bool Story::isElsewhere(obs_source_t *source) const
+{
+	return std::ranges::any_of(frontend->others, [source](const QDockWidget *frame) {
+		return frame->findChild<QComboBox *>(u"sourceSelector"_s)->currentData() == uuidOf(source);
+	});
+}
+
+// Of a dock: its title, the entries of its selector, the current one in [] and those that cannot be chosen in (), and its
+// rows.
+static QString describe(const QWidget *dock, const QString &title)
+{
+	const auto *selector = dock->findChild<QComboBox *>(u"sourceSelector"_s);
+	QStringList entries, rows;
+	for (int i = 1; i < selector->count(); i++) {
+		const bool free = selector->model()->flags(selector->model()->index(i, 0)).testFlag(Qt::ItemIsEnabled);
+		const QString text = free ? selector->itemText(i) : u'(' + selector->itemText(i) + u')';
+		entries += i == selector->currentIndex() ? u'[' + text + u']' : text;
+	}
+	const auto *list = dock->findChild<QListWidget *>(u"playlist"_s);
+	for (int i = 0; i < list->count(); i++)
+		rows += list->item(i)->text().replace(u"▶\uFE0E "_s, u"▶"_s);
+	return title + u": "_s + entries.join(u' ') + (rows.isEmpty() ? QString() : u" | "_s + rows.join(u' '));
+}
+
+void Story::addDockSteps()
+{
+	on("addDock", [this](const Words &) { frontend->toolsMenu.findChild<QAction *>(u"addAnotherDock"_s)->trigger(); });
+	on("dropDock", [this](const Words &words) {
+		const qsizetype position = frontend->others.keys().indexOf(words.value(0, u"2"_s).toInt());
+		if (position < 0)
+			return;
+		toolsEntry()->menu()->actions()[position + 1]->menu()->actions().constLast()->trigger();
+		HeldClock::pass(1);
+	});
+	on("dropDocks", [this](const Words &) {
+		for (const int number : frontend->others.keys())
+			run({u"dropDock"_s, QString::number(number)});
+	});
+	// The same in a further dock.
+	for (const char *number : {"2:", "3:", "4:"})
+		on(number, [this, number](const Words &words) {
+			if (QDockWidget *frame = frontend->others.value(number[0] - '0')) {
+				const QPointer<QWidget> first = std::exchange(frontend->dock, frame->widget());
+				run(words);
+				frontend->dock = first;
+			}
+		});
+	on("docks?", [this](const Words &) {
+		for (int answers = 0; answers < 3; answers++) // of the docks to each other
+			QCoreApplication::sendPostedEvents();
+		QStringList docks = {describe(frontend->dock, u"1"_s)};
+		for (const QDockWidget *frame : std::as_const(frontend->others))
+			docks += describe(frame, frame->windowTitle().remove(u"Reelhouse "_s));
+		answer = docks.join(u"; "_s);
+	});
+	on("toolsMenu?", [this](const Words &) {
+		QStringList names;
+		for (const QAction *entry : toolsEntry()->menu()->actions())
+			names += entry->isEnabled() ? entry->text() : u'-' + entry->text();
+		answer = names.last(std::min<qsizetype>(names.size(), 6)).join(u", "_s);
+	});
+}
+
 void Story::addQuestions()
 {
 	// What the play button says, and which controls and entries of the menu are not offered.
@@ -396,8 +458,7 @@ void Story::addQuestions()
 	});
 	// One value of the answer, or all.
 	on("ask?", [this](const Words &words) {
-		QJsonObject response = plugin.request(words[1].toStdString(), json(words.mid(2).join(u' ')));
-		expectAnswerIsTheState(response);
+		QJsonObject response = ask(words[1], words.mid(2));
 		response.remove("revision"_L1);
 		if (words[0] != u"all")
 			response = {{words[0], response[words[0]]}};

@@ -7,6 +7,7 @@ import sys
 from pathlib import Path
 
 import control
+import docks
 import faults
 import neighbours
 import obs_config
@@ -197,7 +198,7 @@ def refusal(show):
 
 
 SCENARIOS = {"queue": queue, "stream": stream, "keyboard": keyboard, "refusal": refusal, "neighbours": neighbours.run,
-             "faults": faults.run, "remote": remote.run, "overlay": overlay.run, "control": control.run,
+             "faults": faults.run, "remote": remote.run, "overlay": overlay.run, "control": control.run, "docks": docks.run,
              "package-deb": package.run_deb, "package-archive": package.run_archive}
 
 

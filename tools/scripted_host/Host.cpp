@@ -92,9 +92,20 @@ thread_local bool onGraphicsThread = false;
 
 // The frontend API's functions, which the module finds in this program before it finds them in the library.
 
-bool obs_frontend_add_dock_by_id(const char *, const char *, void *widget)
+static int numberOf(const char *id)
 {
-	active->dock = static_cast<QWidget *>(widget);
+	return std::max(QString::fromLatin1(id).section(u'-', 2).toInt(), 1);
+}
+
+bool obs_frontend_add_dock_by_id(const char *id, const char *title, void *widget)
+{
+	const int number = numberOf(id);
+	if (number == 1) {
+		active->dock = static_cast<QWidget *>(widget);
+	} else if (active->acceptsDock) {
+		active->others[number] = new QDockWidget(QString::fromUtf8(title));
+		active->others[number]->setWidget(static_cast<QWidget *>(widget));
+	}
 	return active->acceptsDock;
 }
 
@@ -103,10 +114,14 @@ void *obs_frontend_add_tools_menu_qaction(const char *name)
 	return new QAction(QString::fromUtf8(name), &active->toolsMenu);
 }
 
-void obs_frontend_remove_dock(const char *)
+void obs_frontend_remove_dock(const char *id)
 {
 	active->removedDocks++;
-	delete active->dock.data();
+	const int number = numberOf(id);
+	if (number == 1)
+		delete active->dock.data();
+	else
+		delete active->others.take(number).data();
 }
 
 void obs_frontend_add_event_callback(obs_frontend_event_cb callback, void *data)

@@ -3,10 +3,12 @@
 
 #include <QAction>
 #include <QComboBox>
+#include <QDockWidget>
 #include <QJsonObject>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMap>
 #include <QMenu>
 #include <QPointer>
 #include <QTemporaryDir>
@@ -31,6 +33,7 @@ struct Frontend {
 	bool studioMode = false;
 	uint32_t obsVersion = LIBOBS_API_VER;
 	QPointer<QWidget> dock;
+	QMap<int, QPointer<QDockWidget>> others; // the frames of further docks, by their numbers
 	QObject toolsMenu;
 	int removedDocks = 0;
 	int saves = 0;

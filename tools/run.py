@@ -12,7 +12,7 @@ from pathlib import Path
 
 import obs_config
 from obs_config import SOURCE
-from obs_host import CONTENT, Desktop, HostError, Obs, free_port, press_key, wait_for, xdotool
+from obs_host import CONTENT, Desktop, HostError, Obs, free_port, id_of, press_key, wait_for, xdotool
 from page import open_page
 
 # A track counts as playing after this many milliseconds.
@@ -166,6 +166,23 @@ def picture_overlay(obs, data, folder, path, options, on_video):
         page.screenshot(path)
 
 
+def add_music(obs, folder):
+    """Plays songs in a second dock."""
+    songs = []
+    folder.mkdir()
+    for name in ("Morning walk.mp3", "Slow train.mp3", "Lanterns.mp3", "Last call.mp3"):
+        songs.append(folder / name)
+        subprocess.run(["ffmpeg", "-nostdin", "-v", "error", "-f", "lavfi", "-i", "sine=frequency=220:duration=180",
+                        songs[-1]], check=True)
+    obs.request("CreateInput", sceneName=obs_config.SCENE, inputName="Music", inputKind="vlc_source",
+                inputSettings={"playlist": [{"value": str(song)} for song in songs]})
+    obs.find(lambda node: id_of(node).endswith(".addAnotherDock"), "Add Another Dock").press()
+    obs.find(lambda node: "OBS-Reelhouse-2-content" in id_of(node), "the second dock")
+    for request, fields in (("SelectSource", {"dock": 2}), ("PlayTrack", {"index": 1})):
+        obs.client.dock(request, sourceName="Music", **fields)
+    wait_for("the music plays", lambda: obs.media("Music")[1] > PLAYED_MS, 20)
+
+
 def take_pictures(arguments, desktop):
     """Makes the pictures of the documentation: the dock at the bottom in a dark theme, at the side in a light one, a
     film, and the now-playing page."""
@@ -180,6 +197,8 @@ def take_pictures(arguments, desktop):
         play_track(obs, labels[2])
         obs.row(labels[3]).click(across=0.3)
         desktop.screenshot(arguments.pictures / "screenshot.png")
+        add_music(obs, arguments.home / "Music")
+        desktop.screenshot(arguments.pictures / "two-docks.png")
 
     def side(obs):
         play_track(obs, labels[6])

@@ -79,10 +79,7 @@ Fixture::Fixture(benchmark::State &state_) : rows(static_cast<int>(state_.range(
 	entries = QList<Entry>(files.begin(), files.end());
 	source = makeSource(u"Queue"_s, files);
 	show(source);
-	const TimerWatch watch;
-	EXPECT_TRUE(waitFor([&watch] { return watch.timer; }));
-	pollTimer = watch.timer;
-	pollTimer->stop();
+	takePollTimer();
 
 	bareList.setUniformItemSizes(true);
 	bareList.setSelectionMode(QAbstractItemView::ExtendedSelection);
@@ -104,10 +101,31 @@ void Fixture::playThrough(int row)
 	QTest::qSleep(100);
 }
 
+void Fixture::takePollTimer()
+{
+	const TimerWatch watch;
+	EXPECT_TRUE(waitFor([&watch] { return watch.timer; }));
+	watch.timer->stop();
+	pollTimers.emplace_back(watch.timer);
+}
+
+void Fixture::addDock()
+{
+	frontend->toolsMenu.findChild<QAction *>(u"addAnotherDock"_s)->trigger();
+	settle();
+	auto *selector = frontend->others.last()->findChild<QComboBox *>(u"sourceSelector"_s);
+	selector->setCurrentIndex(selector->count() - frontend->others.size());
+	EXPECT_EQ(selector->currentIndex(), selector->count() - frontend->others.size()) << "the source is free";
+	settle();
+	takePollTimer();
+}
+
 void Fixture::pollFourTimes() const
 {
-	for (int i = 0; i < 4; i++)
-		QMetaObject::invokeMethod(pollTimer, "timeout");
+	for (const QPointer<QTimer> &timer : pollTimers) {
+		for (int i = 0; i < 4; i++)
+			QMetaObject::invokeMethod(timer, "timeout");
+	}
 }
 
 void Fixture::drop(const QMimeData *data, Qt::DropAction action) const

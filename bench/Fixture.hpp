@@ -29,7 +29,9 @@ public:
 
 	// Plays the row through both phases. Afterwards the dock manages the source, which holds one entry.
 	void playThrough(int row);
-	// Does the polls of one second. The dock's own poll timer is stopped.
+	// Adds a dock and gives it one of the last sources, by name, that no dock has.
+	void addDock();
+	// Does the polls of one second. The docks' own poll timers are stopped.
 	void pollFourTimes() const;
 	// Drops the data at the top of the dock's list.
 	void drop(const QMimeData *data, Qt::DropAction action) const;
@@ -58,8 +60,10 @@ public:
 private:
 	void TestBody() override {}
 
+	void takePollTimer();
+
 	benchmark::State &state;
-	QPointer<QTimer> pollTimer;
+	std::vector<QPointer<QTimer>> pollTimers;
 };
 
 // Makes a list lay out its rows now if that is still pending.

@@ -311,12 +311,12 @@ size_t readPlaylist(obs_source_t *source)
 
 // The work of each second: four polls of the media and the current track, of which one also walks all scenes and reads
 // the source's playlist.
-void comparePoll(Fixture &queue)
+void comparePoll(Fixture &queue, int docks = 1)
 {
 	const QString last = queue.entries.constLast().id;
 	QSlider slider;
 	QLabel label;
-	const auto floor = [&] {
+	const auto floorOfOne = [&] {
 		for (int i = 0; i < 4; i++) {
 			benchmark::DoNotOptimize(obs_source_media_get_state(queue.source));
 			benchmark::DoNotOptimize(obs_source_media_get_duration(queue.source));
@@ -327,6 +327,10 @@ void comparePoll(Fixture &queue)
 		}
 		benchmark::DoNotOptimize(walkScenes());
 		benchmark::DoNotOptimize(readPlaylist(queue.source));
+	};
+	const auto floor = [&] {
+		for (int i = 0; i < docks; i++)
+			floorOfOne();
 	};
 	queue.compare(2, floor, [&] { queue.pollFourTimes(); });
 }
@@ -343,7 +347,7 @@ BENCHMARK_CAPTURE(poll, idle, false)->Apply(anyLength);
 BENCHMARK_CAPTURE(poll, playing, true)->Apply(anyLength);
 
 // 100 scenes of 50 items: 45 of a type that the dock ignores, 4 of 50 VLC sources, and the previous scene.
-void pollManyScenes(benchmark::State &state)
+void pollManyScenes(benchmark::State &state, int docks)
 {
 	Fixture queue(state);
 	queue.playThrough(0);
@@ -363,9 +367,12 @@ void pollManyScenes(benchmark::State &state)
 		scenes.emplace_back(scene.Get());
 	}
 	EXPECT_EQ(walkScenes(), 100 * 50 + 50 * 50);
-	comparePoll(queue);
+	for (int i = 1; i < docks; i++)
+		queue.addDock();
+	comparePoll(queue, docks);
 }
-BENCHMARK(pollManyScenes)->Apply(ownLengths)->Arg(100);
+BENCHMARK_CAPTURE(pollManyScenes, oneDock, 1)->Apply(ownLengths)->Arg(100);
+BENCHMARK_CAPTURE(pollManyScenes, fourDocks, 4)->Apply(ownLengths)->Arg(100);
 
 } // namespace
 

@@ -25,6 +25,14 @@ Reelhouse *DockGroup::dockOf(const QString &uuid) const
 	return nullptr;
 }
 
+void DockGroup::letLowerTake(const Reelhouse *dock, const QString &uuid) const
+{
+	for (Reelhouse *other : docks) {
+		if (other->number() < dock->number() && other->sourceUuid == uuid && !other->lockSource())
+			other->refreshSources();
+	}
+}
+
 void DockGroup::tellOthers(const Reelhouse *dock) const
 {
 	for (Reelhouse *other : docks) {

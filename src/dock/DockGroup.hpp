@@ -17,6 +17,8 @@ public:
 
 	// Returns the dock that has bound the source with this UUID; null when none has.
 	Reelhouse *dockOf(const QString &uuid) const;
+	// Lets the docks with lower numbers that wait for this source take it first.
+	void letLowerTake(const Reelhouse *dock, const QString &uuid) const;
 	// Lets the other docks look at the sources, soon: this one has bound another one, or none, or is called otherwise.
 	void tellOthers(const Reelhouse *dock) const;
 

@@ -96,7 +96,8 @@ public:
 	// Writes the choice of the source and the kind of the time display into the settings file. The message line tells
 	// what goes wrong.
 	void saveSelection();
-	// Forgets what was chosen here, so that no later dock of this number takes the source. Call it before shutdown().
+	// Forgets what was chosen here, so that a later dock of this number does not take the source in this scene
+	// collection. Call it before shutdown().
 	void forgetChoice();
 	// All private settings have been saved: this dock need not ask for it.
 	void noteSaved();

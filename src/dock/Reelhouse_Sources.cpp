@@ -130,8 +130,13 @@ void Reelhouse::refreshSources()
 	const QString boundUuid = uuidOf(bound);
 	const QString chosenUuid = sourceSelector->currentData().toString();
 	// The second condition: the bound source is gone, and its queue must be cleared.
-	if (chosenUuid != boundUuid || (!bound && (weakSource || !tracks.isEmpty())))
+	if (chosenUuid != boundUuid || (!bound && (weakSource || !tracks.isEmpty()))) {
+		if (!chosenUuid.isEmpty())
+			group.letLowerTake(this, chosenUuid);
+		if (otherDockOf(chosenUuid))
+			return refreshSources();
 		bindSource(chosenUuid);
+	}
 	// The text of an empty list depends on the other sources, too.
 	explainEmptyList();
 }

@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "module/Docks.hpp"
 
+#include <QCoreApplication>
 #include <QDockWidget>
 #include <QFile>
 #include <QTimer>
@@ -13,6 +14,7 @@
 
 #include "dock/QueueControl.hpp"
 #include "module/SceneSwitch.hpp"
+#include "remote/RemoteControl.hpp"
 
 using namespace Qt::StringLiterals;
 
@@ -62,7 +64,8 @@ Reelhouse *Docks::open(int number)
 	}
 	docks.insert(number, dock);
 	connect(dock, &Reelhouse::sceneSwitchRequested, dock, &switchScene);
-	connect(dock, &Reelhouse::configurationChanged, this, &Docks::save);
+	connect(dock, &Reelhouse::configurationChanged, this, [this, dock] { save(dock); });
+	connect(dock, &QObject::destroyed, this, &Docks::changed);
 	return dock;
 }
 
@@ -83,7 +86,6 @@ Reelhouse *Docks::openFurther(int number)
 	connect(queue, &QueueControl::changed, this, [this, dock] { showTitle(dock); });
 	// Only a poll notices a new name of the source.
 	connect(queue, &QueueControl::mediaPolled, this, [this, dock] { showTitle(dock); });
-	connect(dock, &QObject::destroyed, this, &Docks::changed);
 	Q_EMIT opened(dock);
 	Q_EMIT changed();
 	return dock;
@@ -108,7 +110,8 @@ QString Docks::titleOf(const Reelhouse *dock)
 void Docks::showTitle(Reelhouse *dock)
 {
 	QDockWidget *frame = frameOf(dock);
-	const QString title = titleOf(dock);
+	// Qt takes an ampersand for the mark of a key.
+	const QString title = titleOf(dock).replace(u'&', "&&"_L1);
 	if (!frame || frame->windowTitle() == title)
 		return;
 	frame->setWindowTitle(title);
@@ -118,6 +121,8 @@ void Docks::showTitle(Reelhouse *dock)
 void Docks::suspend()
 {
 	active = false;
+	for (const QPointer<Reelhouse> &dock : QList(leaving))
+		removeNow(dock);
 	for (Reelhouse *dock : all())
 		dock->suspend();
 }
@@ -137,7 +142,7 @@ void Docks::shutdown()
 
 void Docks::close(bool frontendIsThere)
 {
-	disconnect(this);
+	disconnect();
 	QList<Reelhouse *> present = all();
 	std::ranges::reverse(present);
 	for (const QPointer<Reelhouse> dock : present) {
@@ -151,10 +156,12 @@ void Docks::close(bool frontendIsThere)
 }
 
 // One save is for the private settings of all sources.
-void Docks::save()
+void Docks::save(const Reelhouse *asker)
 {
-	for (Reelhouse *dock : all())
-		dock->noteSaved();
+	for (Reelhouse *dock : all()) {
+		if (dock != asker)
+			dock->noteSaved();
+	}
 	obs_frontend_save();
 }
 
@@ -170,6 +177,7 @@ int Docks::freeNumber() const
 void Docks::add()
 {
 	const int number = freeNumber();
+	QFile::remove(settingsPath(number)); // if it could not be removed earlier
 	Reelhouse *dock = number > 0 ? openFurther(number) : nullptr;
 	if (!dock)
 		return;
@@ -182,12 +190,14 @@ void Docks::add()
 
 void Docks::remove(Reelhouse *dock)
 {
+	if (leaving.contains(dock))
+		return;
+	leaving.append(dock);
 	auto *wait = new QTimer(this);
 	wait->setSingleShot(true);
 	connect(wait, &QTimer::timeout, this, [this, wait, dock = QPointer(dock)] {
 		wait->deleteLater();
-		if (dock)
-			removeNow(dock);
+		removeNow(dock);
 	});
 	const QueueControl *queue = &dock->queueControl();
 	connect(queue, &QueueControl::switchFinished, wait, [wait] { wait->start(0); });
@@ -196,14 +206,21 @@ void Docks::remove(Reelhouse *dock)
 
 void Docks::removeNow(Reelhouse *dock)
 {
+	if (!dock || !leaving.removeOne(dock))
+		return;
 	const int number = dock->number();
 	dock->forgetChoice();
 	dock->shutdown();
-	QFile::remove(settingsPath(number));
+	// What has yet to be told of it.
+	QCoreApplication::sendPostedEvents(dock);
+	RemoteControl::announceNow();
+	if (!QFile::remove(settingsPath(number)))
+		blog(LOG_WARNING, "[OBS-Reelhouse] The settings of %s cannot be removed: it will be back.",
+		     dock->name().toUtf8().constData());
 	obs_frontend_remove_dock(idOf(number).constData());
 	// Null when the frontend has destroyed the dock together with its dock widget.
 	delete docks.take(number);
-	save();
+	save(nullptr);
 	Q_EMIT changed();
 }
 

@@ -55,11 +55,13 @@ private:
 	Reelhouse *openFurther(int number);
 	int freeNumber() const;
 	void removeNow(Reelhouse *dock);
-	void save();
+	// Stops the timers of the docks that would ask for a save, too, but for the one that asks now.
+	void save(const Reelhouse *asker);
 	void showTitle(Reelhouse *dock);
 
 	DockGroup group; // before the docks, which it outlives
 	QMap<int, QPointer<Reelhouse>> docks;
+	QList<QPointer<Reelhouse>> leaving; // docks that will be removed
 	bool active = false; // a scene collection is loaded
 };
 

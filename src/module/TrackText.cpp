@@ -1,7 +1,10 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "module/TrackText.hpp"
 
+#include <QHash>
+
 #include <algorithm>
+#include <utility>
 
 #include <obs-frontend-api.h>
 
@@ -50,6 +53,9 @@ void showText(const QString &uuid, const QString &text)
 	obs_source_update(source, change);
 }
 
+// By the UUID of a text source: whose text it shows. Several docks may have chosen the same one.
+QHash<QString, const TrackText *> writers;
+
 } // namespace
 
 TrackText::TrackText(QueueControl *queue_) : QObject(queue_), queue(queue_)
@@ -58,6 +64,11 @@ TrackText::TrackText(QueueControl *queue_) : QObject(queue_), queue(queue_)
 	connect(queue, &QueueControl::switchFinished, this, &TrackText::update);
 	connect(queue, &QueueControl::mediaPolled, this, &TrackText::update);
 	connect(&queue->tagReader(), &TagReader::tagsRead, this, &TrackText::update);
+}
+
+TrackText::~TrackText()
+{
+	writers.removeIf([this](const auto &writer) { return writer.value() == this; });
 }
 
 QList<NamedSource> TrackText::textSources()
@@ -107,12 +118,24 @@ void TrackText::follow()
 void TrackText::update()
 {
 	const QString target = chosen();
-	if (!shownIn.isEmpty() && shownIn != target)
+	if (!shownIn.isEmpty() && shownIn != target && writers.value(shownIn, this) == this) {
 		showText(shownIn, QString());
+		writers.remove(shownIn);
+	}
 	shownIn = target;
 	// During a switch, the previous track is still to be seen.
-	if (!target.isEmpty() && !queue->isSwitching())
-		showText(target, text());
+	if (target.isEmpty() || queue->isSwitching())
+		return;
+	const QString now = text();
+	const bool isNew = now != std::exchange(shownText, now);
+	// The track that started last is shown.
+	if (writers.value(target, this) != this && (now.isEmpty() || !isNew))
+		return;
+	showText(target, now);
+	if (now.isEmpty())
+		writers.remove(target);
+	else
+		writers.insert(target, this);
 }
 
 QString TrackText::text() const

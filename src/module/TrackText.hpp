@@ -15,6 +15,7 @@ class QueueControl;
 class TrackText : public QObject {
 public:
 	explicit TrackText(QueueControl *queue);
+	~TrackText() override;
 
 	// Returns the text sources of the scene collection, sorted by name, without those that show a file.
 	static QList<NamedSource> textSources();
@@ -32,6 +33,7 @@ private:
 
 	QueueControl *const queue; // the parent
 	QString path;              // of the current track; cached so that a poll need not search the queue
+	QString shownText; // as last compared
 	QString shownIn; // UUID of the text source that shows our text; it is cleared when another one is used
 };
 

@@ -25,9 +25,9 @@ function writeWords() {
 // The page: asks what the dock has, shows it, and sends what the user presses.
 class Control {
 	head = null; // the last answer of GetQueue, without its tracks
-	dock = 1; // whose queue is on show
-	sourceUuid = ""; // of a further dock's source on show
-	wish = options.get("source"); // the name of a source, until it is on show
+	// Names the source on show, by name or UUID; empty for that of the first dock, whichever it is.
+	shown = options.has("source") ? { sourceName: options.get("source") } : {};
+	dock = 1; // which has that source
 	looking = false;
 	wanted = ""; // what to ask for next: "" nothing, "head", or "all" with the tracks
 
@@ -138,7 +138,7 @@ class Control {
 		while (this.wanted && this.client?.isOpen()) {
 			const all = this.wanted === "all";
 			this.wanted = "";
-			this.take(await this.client.ask("GetQueue", this.ofSource(all ? {} : { limit: 0 })), all);
+			this.take(await this.client.ask("GetQueue", { ...this.shown, ...(!all && { limit: 0 }) }), all);
 		}
 		this.looking = false;
 	}
@@ -164,9 +164,7 @@ class Control {
 	takeNothing({ error, comment }) {
 		this.head = null;
 		this.list.set([]);
-		if (this.sourceUuid && ["otherSource", "noSource"].includes(error))
-			return this.see("", 1);
-		if (error === "noSource")
+		if (error === "noSource" || error === "otherSource")
 			return;
 		this.say(comment || word("StatusError"));
 		this.nextLook = setTimeout(() => this.refresh("all"), lookAgainMs);
@@ -210,38 +208,49 @@ class Control {
 			return;
 		this.sources = sources;
 		const entries = sources.map(({ label, sourceUuid }) => new Option(label, sourceUuid));
-		const wished = sources.find(({ sourceName, dock }) => sourceName === this.wish && dock > 1);
-		if (wished)
-			this.see(wished.sourceUuid, wished.dock);
-		const chosen = this.sourceUuid || (sources.find(({ selected }) => selected)?.sourceUuid ?? "");
+		const chosen = this.shownOf(sources)?.sourceUuid ?? "";
 		element("source").replaceChildren(new Option(word("SelectSource"), ""), ...entries);
 		element("source").value = chosen;
 		element("source").hidden = sources.length < 2 && (chosen !== "" || sources.length === 0);
 		this.writeCount();
 	}
 
-	ofSource(data) {
-		return this.sourceUuid ? { sourceUuid: this.sourceUuid, ...data } : data;
+	// Finds the source on show, and which dock has it now.
+	shownOf(sources) {
+		const { sourceName, sourceUuid } = this.shown;
+		if (!sourceName && !sourceUuid)
+			return sources.find(({ selected }) => selected);
+		const found = sources.find((source) => source.sourceUuid === sourceUuid || source.sourceName === sourceName);
+		if (!found?.dock)
+			return undefined;
+		if (found.dock !== this.dock)
+			this.refresh("all");
+		this.dock = found.dock;
+		return found;
 	}
 
-	// Shows the queue of another dock. The first one's is on show whatever source it has.
-	see(sourceUuid, dock) {
-		this.wish = null;
-		this.sourceUuid = dock > 1 ? sourceUuid : "";
+	see(source, dock) {
+		this.shown = dock > 1 ? { sourceUuid: source } : {};
 		this.dock = dock;
 		this.refresh("all");
 		this.askSources();
 	}
 
-	// A source that has a dock is shown; for any other one, the dock on show lets go of its own.
+	// A source that has a dock is shown. Any other one takes the place of the one on show.
 	async chooseSource(part) {
 		const sourceUuid = part.value;
-		const { dock } = this.sources.find((source) => source.sourceUuid === sourceUuid) ?? { dock: 0 };
+		const dock = this.sources.find((source) => source.sourceUuid === sourceUuid)?.dock ?? 0;
 		if (dock > 0 || (sourceUuid === "" && this.dock > 1))
 			return this.see(sourceUuid, dock || 1);
-		const answer = await this.act(part, "SelectSource", { sourceUuid, ...(this.dock > 1 && { dock: this.dock }) });
-		if (answer.success && this.dock > 1)
-			this.see(sourceUuid, this.dock);
+		if (this.dock === 1)
+			return this.act(part, "SelectSource", { sourceUuid });
+		const before = this.shown;
+		this.shown = { sourceUuid };
+		const { success } = await this.act(part, "SelectSource", { sourceUuid, dock: this.dock });
+		if (!success)
+			this.shown = before;
+		this.refresh("all");
+		this.askSources();
 	}
 
 	// Shows that a press was taken until its answer is there. No request acts on another source than the one on show.
@@ -260,7 +269,7 @@ class Control {
 	}
 
 	async send(requestType, data) {
-		const answer = await this.client.ask(requestType, { sourceUuid: this.head?.sourceUuid, ...data });
+		const answer = await this.client.ask(requestType, { ...this.shown, ...(this.head && { sourceUuid: this.head.sourceUuid }), ...data });
 		this.say(answer.success ? "" : answer.comment);
 		this.refresh(answer.success ? "head" : "all");
 		return answer;
@@ -307,7 +316,7 @@ class Control {
 	}
 
 	askTags(offset, limit) {
-		return this.client.ask("GetQueue", this.ofSource({ offset, limit, tags: true }));
+		return this.client.ask("GetQueue", { ...this.shown, offset, limit, tags: true });
 	}
 
 	tooLate() {

@@ -58,6 +58,7 @@ QueueObserver::QueueObserver(RemoteControl &remote_, QueueControl *queue_)
 
 void QueueObserver::stop()
 {
+	stopped = true;
 	disconnect(queue, nullptr, this, nullptr);
 	disconnect(&tagReader, nullptr, this, nullptr);
 	tagReader.endWaits();
@@ -85,6 +86,8 @@ void QueueObserver::waitForPlugin()
 void QueueObserver::announceAll()
 {
 	pluginLoads = false;
+	if (stopped)
+		return;
 	if (!queue->isActive())
 		return observe();
 	seen = stateOf(*queue);

@@ -30,7 +30,7 @@ public:
 	void stop();
 
 	// Whether a change of the queue has yet to be announced, and the revision of the last one.
-	bool hasWaitingChange() const { return queueWaits; }
+	bool hasWaitingChange() const { return queueWaits && !pluginLoads; }
 	qint64 lastChange() const { return queueRevision; }
 	void announceChange();
 	// An event of any dock was sent. The state of the first dock follows when events have rested.
@@ -85,6 +85,7 @@ private:
 	qint64 lengthMs = 0;                                  // of the current track's media; 0: no poll has seen it
 	qint64 queueRevision = 0;                             // the revision of the last change of the queue
 	bool queueWaits = false;                              // that change has yet to be announced
+	bool stopped = false;
 	bool pluginLoads = false; // the plug-in may drop events until it has heard of the new scene collection
 	QTimer queueTimer;        // runs until a waiting change is announced
 	QElapsedTimer burst;      // time since the first of the waiting changes

@@ -97,6 +97,13 @@ void handleRequest(obs_data_t *data, obs_data_t *responseData, void *endpoint)
 	dispatch(task)(responseData);
 }
 
+// Returns the remote control; null when it is closed.
+RemoteControl *openOne()
+{
+	const std::lock_guard lock(dispatcher.mutex);
+	return dispatcher.remote;
+}
+
 // Refuses a request that names another source than the bound one.
 void checkSource(Request &request, obs_source_t *source)
 {
@@ -151,13 +158,14 @@ RemoteControl::RemoteControl(QueueControl *queue, void *vendor_) : QObject(queue
 
 void RemoteControl::include(QueueControl *queue)
 {
-	RemoteControl *remote = nullptr;
-	{
-		const std::lock_guard lock(dispatcher.mutex);
-		remote = dispatcher.remote;
-	}
-	if (remote)
+	if (RemoteControl *remote = openOne())
 		remote->add(queue);
+}
+
+void RemoteControl::announceNow()
+{
+	if (RemoteControl *remote = openOne())
+		remote->announceChanges();
 }
 
 void RemoteControl::add(QueueControl *queue)

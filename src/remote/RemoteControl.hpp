@@ -42,6 +42,8 @@ public:
 	static void start(QueueControl *queue);
 	// Serves the queue of a further dock, too, as long as it lives. Does nothing when there is no remote control.
 	static void include(QueueControl *queue);
+	// Sends the events of the changes that wait.
+	static void announceNow();
 	// Refuses all waiting and later requests at once, and sends no more events. Call it before the user-interface
 	// thread waits for the plug-in's threads at OBS's exit. Does nothing when called again, or before start().
 	static void close();

@@ -25,6 +25,7 @@ TEST_F(Story, Docks)
 		{"come T; look; docks?", "1: [S] (T (Reelhouse 2)) | P Q; 2 · T: (S (Reelhouse)) [T] | X Y"},
 		{"save T; leave T; look; come T; refresh; choose T; look; docks?", "1: S [T] | X Y; 2: S (T (Reelhouse))"},
 		{"2: empty?", "[X] Y | src X Y | own | replaced - | Reelhouse has the source T already."},
+		{"save T; leave T; look; come T; 2: refresh; docks?", "1: S [T] | X Y; 2: S (T (Reelhouse))"},
 		{"choose S; docks?", "1: [S] (T (Reelhouse 2)) | P Q; 2 · T: (S (Reelhouse)) [T] | X Y"},
 		{"restart; docks?", "1: [S] (T (Reelhouse 2)) | P Q; 2 · T: (S (Reelhouse)) [T] | X Y"},
 		{"collection T; docks?", "1: (T (Reelhouse 2)); 2 · T: [T] | X Y"},

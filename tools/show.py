@@ -1,6 +1,7 @@
 """Shared by tests and measurements in the real OBS: media, runs of OBS, waiting and comparing."""
 
 import argparse
+import os
 import shutil
 import subprocess
 import tempfile
@@ -89,6 +90,22 @@ class Show:
             source.wait()
         if not until:
             expect(f"somebody takes the drag onto {onto}", "taken" in source.stdout.read(), False)
+
+
+class SlowDisk:
+    """A folder whose files take long to look at, for every program that starts from now on."""
+
+    def __init__(self, folder):
+        library, self.control = folder / "slow_disk.so", folder / "slow_disk"
+        subprocess.run(["gcc", "-shared", "-fPIC", "-o", library, Path(__file__).with_name("slow_disk.c")], check=True)
+        self.folder = folder / "slow"
+        self.folder.mkdir()
+        self.take(0)
+        os.environ.update(LD_PRELOAD=str(library), SLOW_DISK=str(self.control))
+
+    def take(self, milliseconds):
+        """How long each look takes from now on. With -1, looks and opens wait until this is called again."""
+        self.control.write_text(str(milliseconds))
 
 
 def drag(obs, start, target, meanwhile=lambda: None, before_drop=lambda: None):

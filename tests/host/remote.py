@@ -1,5 +1,6 @@
 """The dock from outside: requests and events through OBS's WebSocket plug-in, while the dock is on screen."""
 
+import os
 from concurrent.futures import ThreadPoolExecutor
 from contextlib import suppress
 from itertools import cycle
@@ -8,7 +9,7 @@ from websockets.exceptions import ConnectionClosed
 
 from obs_config import SOURCE, vlc_source
 from obs_host import VENDOR, VENDOR_EVENTS, Client, wait_for
-from show import done, expect, items, soon
+from show import SlowDisk, done, expect, items, soon
 
 
 def state(name):
@@ -74,6 +75,27 @@ def keep_the_frames(obs):
     expect("the answers", {one["responseData"]["responseData"]["error"] for one in results}, {"graphicsThread"})
 
 
+def disk_that_hangs(obs, listener, disk, clip):
+    """Pages ask for titles on a disk that does not answer. One waits for a while. Everybody else is served."""
+    def ask(client, request, **data):
+        client.ask("CallVendorRequest", vendorName=VENDOR, requestType=request, requestData=data)
+
+    tracks = [disk.folder / f"{number}.mp4" for number in range(16)]
+    for track in tracks:
+        os.link(clip, track)
+    disk.take(-1)
+    done(obs.client, "AddTracks", paths=items("path", tracks), position=0)
+    pages = [Client(obs.port) for _ in tracks]
+    for index, page in enumerate(pages):
+        ask(page, "GetQueue", offset=index, limit=1, tags=True)
+    ask(obs.client, "SetEndMode", endMode="repeat")
+    obs.client.receive(7, timeout=10)
+    listener.expect("a disk hangs", "EndModeChanged", endMode="repeat")
+    for index, page in enumerate(pages):
+        expect("the page is whole", page.receive(7, timeout=10)["responseData"]["responseData"]["complete"], False)
+        ask(page, "GetQueue", offset=index, limit=1, tags=True)  # on its way when OBS ends
+
+
 def flood(port):
     """Keeps requests on their way over one connection until OBS ends it."""
     client = Client(port)
@@ -101,10 +123,13 @@ def run(show):
     clips = [show.clip("one.mp4", 30, title="One & <b>only</b>", artist="أغنية"), show.clip("two.mp4", 4, title="Two"),
              show.folder / "broken.mp4"]
     clips[2].write_text("This is no media.")
+    disk = SlowDisk(show.folder)
     obs = show.start(vlc_source([]))
     listener = Listener(show.port)
     run_by_commands(obs, listener, clips)
     keep_the_frames(obs)
+    disk_that_hangs(obs, listener, disk, clips[0])
     listener.socket.close()
     show.end()
+    disk.take(0)
     exits(show)

@@ -2,7 +2,8 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """Measures the dock in the real OBS with the real VLC source, and OBS and the source without the dock.
 
-"bench" measures how long a user waits, and what the audience gets between two tracks; "boundaries" only the latter.
+"bench" measures how long a user waits, and what the audience gets between two tracks; "boundaries" only the latter, and
+"disk" how long a slow disk stops OBS's window.
 "longrun" switches tracks thousands of times, in an OBS with the dock and one without, and fails when a switch is lost
 or comes unrequested, or when an OBS leaks or ends badly.
 """
@@ -18,7 +19,7 @@ import boundaries
 from gi.repository import Atspi
 from obs_config import SOURCE, vlc_source
 from obs_host import Client, HostError, press_key, wait_for
-from show import Show, done, edit_elsewhere, expect, items, main, media_action, soon
+from show import Show, SlowDisk, done, edit_elsewhere, expect, items, main, media_action, soon
 
 BARE = "Bare"  # a source that the dock does not bind
 ENDED, STARTED = "MediaInputPlaybackEnded", "MediaInputPlaybackStarted"
@@ -154,11 +155,11 @@ def measure_load(show, repeats=6):
         tell(f"  {name}", *[f"{median(values[side::2]):.1f}" for side in (0, 1)])
 
 
-def long_queue(show, rows):
-    """Returns a source with a stored queue of this length. Half of the names contain "live"."""
-    paths = [show.clip(f"{rows}.mp4", 60)]
+def long_queue(folder, first, rows):
+    """Returns a source with a stored queue of this length, and its paths. Half of the names contain "live"."""
+    paths = [first]
     for number in range(1, rows):
-        paths.append(show.folder / f"{rows}/{number // 1000}/{number} {'studio' if number % 2 else 'live'}.mp4")
+        paths.append(folder / f"{rows}/{number // 1000}/{number} {'studio' if number % 2 else 'live'}.mp4")
         paths[number].parent.mkdir(parents=True, exist_ok=True)
         paths[number].touch()
     source = vlc_source(paths[:1])
@@ -166,12 +167,12 @@ def long_queue(show, rows):
         "version": 1, "tracks": [{"value": str(path), "id": str(number)} for number, path in enumerate(paths)],
         "observed": [{"value": str(paths[0])}], "current": "0", "managed": True, "endMode": 0,
         "originalLoop": False, "originalShuffle": False, "originalBehavior": "always_play"}}
-    return source
+    return source, paths
 
 
 def measure_answers(show, rows, repeats=3):
     """The longest answer of the window, in milliseconds, during each thing that is done to a queue this long."""
-    obs = show.start(long_queue(show, rows))
+    obs = show.start(long_queue(show.folder, show.clip(f"{rows}.mp4", 60), rows)[0])
     window, client = main_window(obs), obs.client
     search, count = obs.widget("search"), obs.widget("trackCount")
 
@@ -199,6 +200,49 @@ def measure_answers(show, rows, repeats=3):
     return {name: f"{median(times):.0f}" for name, times in took.items()}
 
 
+def measure_slow_answers(show, disk, rows, delay):
+    """The same, during each thing that looks at files, on a disk that takes so many milliseconds for a look."""
+    disk.take(delay)
+    source, paths = long_queue(disk.folder, show.folder / "first.mp4", rows)
+    start = time.perf_counter()
+    obs = show.start(source)
+    took = {"(OBS's start as a whole)": (time.perf_counter() - start) * 1000}
+    window, client = main_window(obs), obs.client
+
+    def rest():
+        disk.take(0)
+        wait_for("every file has been seen", lambda: not any(
+            track.keys().isdisjoint(("sizeBytes", "missing")) for track in done(client, "GetQueue")["tracks"]), 60)
+
+    added = disk.folder / "added.mp4"
+    added.touch()
+    rest()
+    done(client, "SelectSource", sourceUuid="")
+    for name, act in {"bind": lambda: done(client, "SelectSource", sourceName=SOURCE),
+                      "edit elsewhere": lambda: edit_elsewhere(obs, *paths[:-1]),
+                      "Bring Back": lambda: done(client, "BringBackReplacedQueue"),
+                      "refresh": obs.widget("refresh").press,
+                      "add one": lambda: done(client, "AddTracks", paths=items("path", [added])),
+                      "play": lambda: done(client, "PlayTrack", index=1)}.items():
+        disk.take(delay)
+        # The poll sees an edit elsewhere within a second.
+        took[name] = longest_answers([window], [lambda: (act(), time.sleep(2.5))])[0]
+        rest()
+    show.end()
+    return {name: f"{time:.0f}" for name, time in took.items()}
+
+
+def measure_slow_disk(show):
+    disk = SlowDisk(show.folder)
+    show.clip("first.mp4", 60)
+    delays = {"quick": 0, "20 ms": 20, "200 ms": 200, "no answer": -1}
+    for rows in (300, 10_000):
+        columns = [measure_slow_answers(show, disk, rows, delay) for delay in delays.values()]
+        tell(f"\nlongest answer of OBS's window, ms, {rows:,} rows", *delays)
+        for name in columns[0]:
+            tell(f"  {name}", *[column[name] for column in columns])
+
+
 def measure_boundaries(show):
     boundaries.measure(show, tell)
 
@@ -217,6 +261,7 @@ def bench(show):
     tell("\nlongest answer of OBS's window, ms", *[f"{rows:,} rows" for rows in lengths])
     for name in columns[0]:
         tell(f"  {name}", *[column[name] for column in columns])
+    measure_slow_disk(show)
 
 
 class Side:
@@ -293,4 +338,4 @@ def longrun(show):
 
 
 if __name__ == "__main__":
-    sys.exit(main({"bench": bench, "boundaries": measure_boundaries, "longrun": longrun}, __doc__))
+    sys.exit(main({"bench": bench, "boundaries": measure_boundaries, "disk": measure_slow_disk, "longrun": longrun}, __doc__))

@@ -104,7 +104,7 @@ class SlowDisk:
         os.environ.update(LD_PRELOAD=str(library), SLOW_DISK=str(self.control))
 
     def take(self, milliseconds):
-        """How long each look takes from now on. With -1, looks and opens wait until this is called again."""
+        """How long each look takes from now on. With -1 they wait until this is called again."""
         self.control.write_text(str(milliseconds))
 
 

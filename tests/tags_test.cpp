@@ -50,6 +50,8 @@ TEST_F(MediaTags, AreReadWhateverTheFileIsCalled)
 	for (const QString &ending : u"mp4 mov mkv webm avi flv"_s.split(u' '))
 		check(media(ending, film), ending, u"Ärtist"_s + title);
 	check(media(u"mp4"_s, film, fragments), u"mp4"_s, u"Ärtist"_s + title);
+	const QString named = u"matroska -metadata title= -metadata artist= -metadata:s:a title=Sound"_s;
+	check(media(u"mkv"_s, u"sine=d=1"_s, named), u"mkv"_s, {});
 	check(media(u"aac"_s), u"aac"_s, {});
 	check(media(u"ts"_s, film), u"ts"_s, {});
 	makeFile(u"text.mp3"_s, "no media");

@@ -178,6 +178,16 @@ struct Span {
 	}
 };
 
+// Lets the pictures come beside the sound, which has its parser by now. They get none.
+void addPictures(AVFormatContext *format)
+{
+	format->flags |= AVFMT_FLAG_NOPARSE;
+	for (AVStream *stream : streamsOf(format)) {
+		if (stream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO)
+			stream->discard = AVDISCARD_DEFAULT;
+	}
+}
+
 // Reads packets until the file's position is end or the container tells the length; returns false at the end of the
 // file. Does not decode.
 bool readTimes(AVFormatContext *format, qint64 end, Span &span)
@@ -210,7 +220,8 @@ qint64 probedLength(AVFormatContext *format)
 	const AVStream *sound = soundOf(format);
 	for (AVStream *stream : streamsOf(format))
 		stream->discard = sound && stream != sound ? AVDISCARD_ALL : AVDISCARD_DEFAULT;
-	// Sound is parsed for the lengths of its frames. A parser of pictures would complain in the middle of a file.
+	// Sound is parsed for the lengths of its frames. A parser of pictures would complain in the middle of a file. The
+	// pictures may end last.
 	if (!sound)
 		format->flags |= AVFMT_FLAG_NOPARSE | AVFMT_FLAG_NOFILLIN;
 	Span span;
@@ -225,6 +236,8 @@ qint64 probedLength(AVFormatContext *format)
 		return av_rescale(span.length(), size - start, avio_tell(format->pb) - start);
 	if (av_seek_frame(format, -1, std::max(size - part, start), AVSEEK_FLAG_BYTE) < 0)
 		return 0;
+	if (sound && readTimes(format, avio_tell(format->pb) + 1, span))
+		addPictures(format);
 	readTimes(format, std::numeric_limits<qint64>::max(), span);
 	return span.length();
 }
@@ -242,11 +255,12 @@ QString oneLine(const char *text)
 	return line.first(longestText - (line[longestText - 1].isHighSurrogate() ? 1 : 0));
 }
 
-// Returns the text under the key from the container, or else from its first sound.
+// Returns the text under the key from the container. Ogg files keep theirs with the sound; elsewhere a sound's title is
+// that of the sound alone, such as its language or what OBS calls it.
 QString tagIn(const AVFormatContext *format, const char *key)
 {
 	const AVDictionaryEntry *entry = av_dict_get(format->metadata, key, nullptr, 0);
-	const AVStream *sound = soundOf(format);
+	const AVStream *sound = qstrcmp(format->iformat->name, "ogg") == 0 ? soundOf(format) : nullptr;
 	if (!entry && sound)
 		entry = av_dict_get(sound->metadata, key, nullptr, 0);
 	return entry ? oneLine(entry->value) : QString();

@@ -4,6 +4,7 @@ import argparse
 import os
 import shutil
 import subprocess
+import sys
 import tempfile
 import time
 from pathlib import Path
@@ -100,12 +101,13 @@ class SlowDisk:
         subprocess.run(["gcc", "-shared", "-fPIC", "-o", library, Path(__file__).with_name("slow_disk.c")], check=True)
         self.folder = folder / "slow"
         self.folder.mkdir()
-        self.take(0)
+        self.control.write_bytes(bytes(4))
         os.environ.update(LD_PRELOAD=str(library), SLOW_DISK=str(self.control))
 
     def take(self, milliseconds):
         """How long each look takes from now on. With -1 they wait until this is called again."""
-        self.control.write_text(str(milliseconds))
+        with self.control.open("r+b") as file:  # never empty: OBS has it mapped
+            file.write(milliseconds.to_bytes(4, sys.byteorder, signed=True))
 
 
 def drag(obs, start, target, meanwhile=lambda: None, before_drop=lambda: None):

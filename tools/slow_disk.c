@@ -1,36 +1,28 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 
 // A slow disk for a program that has this library in LD_PRELOAD. A look at a path with "/slow/" in it takes as many
-// milliseconds as the file says that SLOW_DISK names, and does not end while that is -1.
+// milliseconds as the file says that SLOW_DISK names, a native int, and does not end while that is -1.
 
 #define _GNU_SOURCE
 #include <dlfcn.h>
-#include <stdio.h>
+#include <fcntl.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-static int delay(void)
-{
-	int milliseconds = -1; // while the file is being written
-	FILE *file = fopen(getenv("SLOW_DISK"), "r");
-	if (!file)
-		return 0;
-	if (fscanf(file, "%d", &milliseconds) != 1)
-		milliseconds = -1;
-	fclose(file);
-	return milliseconds;
-}
 
 static void answer(const char *path)
 {
 	if (!path || !strstr(path, "/slow/"))
 		return;
-	int milliseconds = delay();
-	for (; milliseconds < 0; milliseconds = delay())
+	static const volatile int *milliseconds;
+	if (!milliseconds)
+		milliseconds = mmap(NULL, sizeof(int), PROT_READ, MAP_SHARED, open(getenv("SLOW_DISK"), O_RDONLY), 0);
+	while (*milliseconds < 0)
 		usleep(20 * 1000);
-	usleep((useconds_t)milliseconds * 1000);
+	if (*milliseconds > 0)
+		usleep((useconds_t)*milliseconds * 1000);
 }
 
 #define SLOW(name, parameters, arguments) \

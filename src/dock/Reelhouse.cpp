@@ -95,6 +95,7 @@ Reelhouse::Reelhouse(DockGroup &group_, int number, const QString &settingsPath_
 	lengthsTimer.setInterval(lengthsDelayMs);
 	connect(control, &QueueControl::changed, &lengthsTimer, qOverload<>(&QTimer::start));
 	connect(&lengthsTimer, &QTimer::timeout, this, &Reelhouse::readLengths);
+	connect(control, &QueueControl::changed, this, [this] { queueLength.reset(); });
 
 	seekDebounce.setSingleShot(true);
 	seekDebounce.setInterval(seekDebounceMs);

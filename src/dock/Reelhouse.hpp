@@ -20,6 +20,7 @@
 #include "dock/MediaFollower.hpp"
 #include "dock/MediaWish.hpp"
 #include "media/FileLooks.hpp"
+#include "media/QueueLength.hpp"
 #include "queue/Track.hpp"
 #include "queue/options.hpp"
 #include "queue/record.hpp"
@@ -337,7 +338,7 @@ private:
 	bool isMissing(const Track &track) const;
 	void noteSize(const QString &path, qint64 size);
 	void readLengths();
-	QString lengthText() const;
+	QString lengthText();
 	void showLengthTip(const QHelpEvent *event);
 	void describeLength();
 	void takeLateAnswers(const reelhouse::FileLooks::SeenByPath &seen);
@@ -467,6 +468,11 @@ private:
 	QTimer bringBackWait;                // runs while Bring Back waits for a switch to end
 	QTimer saveTimer;                    // restarts with each change
 	QTimer saveDeadline;                 // runs from the first unsaved change
+	// The sum of the lengths with the current track at its start, and what it was made from; nothing after a change of
+	// the queue.
+	std::optional<reelhouse::QueueLength> queueLength;
+	QHash<QString, qint64> summedLengths;
+	qint64 summedMediaMs = 0;
 	QTimer lengthsTimer;                 // runs while a change of the queue has yet to be followed by reads
 	QTimer seekDebounce;                 // runs until the wheel or the released keys have rested
 	QWidget *focusAfterSwitch = nullptr; // the control that has the focus again when it works again

@@ -11,7 +11,6 @@
 
 #include "dock/widgets/TrackListWidget.hpp"
 #include "dock/widgets/TrackRow.hpp"
-#include "media/QueueLength.hpp"
 #include "media/tags.hpp"
 #include "queue/paths.hpp"
 #include "queue/text.hpp"
@@ -160,18 +159,24 @@ void Reelhouse::readLengths()
 	tagReader->readLengths(files);
 }
 
-// Returns an empty text while no length is known.
-QString Reelhouse::lengthText() const
+// Returns an empty text while no length is known. The sum of a long queue takes a while, so it is kept.
+QString Reelhouse::lengthText()
 {
 	// During a switch, the source still reports the times of the previous track.
 	OBSSourceAutoRelease source = switchPending ? OBSSourceAutoRelease() : lockSource();
-	const QueueLength length = QueueLength::of({tracks, sizesNow, tagReader->lengths(), currentIndex(),
-						    source ? obs_source_media_get_time(source) : 0,
-						    source ? obs_source_media_get_duration(source) : 0});
-	if (length.unknown == tracks.size())
+	const qint64 mediaMs = source ? obs_source_media_get_duration(source) : 0;
+	const QHash<QString, qint64> lengths = tagReader->lengths();
+	if (!queueLength || changePending || mediaMs != summedMediaMs || !lengths.isSharedWith(summedLengths)) {
+		queueLength = QueueLength::of({tracks, sizesNow, lengths, currentIndex(), 0, mediaMs});
+		summedLengths = lengths;
+		summedMediaMs = mediaMs;
+	}
+	if (queueLength->unknown == tracks.size())
 		return {};
-	const QString text = ui("QueueLength").arg(longClockText(length.wholeMs), longClockText(length.leftMs));
-	return length.unknown == 0 ? text : text + u" · "_s + ui("UnknownLengths").arg(length.unknown);
+	const qint64 positionMs = source ? obs_source_media_get_time(source) : 0;
+	const qint64 leftMs = queueLength->leftMs - std::clamp<qint64>(positionMs, 0, queueLength->currentMs);
+	const QString text = ui("QueueLength").arg(longClockText(queueLength->wholeMs), longClockText(leftMs));
+	return queueLength->unknown == 0 ? text : text + u" · "_s + ui("UnknownLengths").arg(queueLength->unknown);
 }
 
 void Reelhouse::showLengthTip(const QHelpEvent *event)

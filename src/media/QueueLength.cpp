@@ -23,8 +23,10 @@ QueueLength QueueLength::of(const Known &known)
 			continue;
 		}
 		sum.wholeMs += lengthMs;
+		if (isCurrent)
+			sum.currentMs = lengthMs;
 		if (!isPlayed)
-			sum.leftMs += lengthMs - (isCurrent ? std::clamp<qint64>(known.currentMs, 0, lengthMs) : 0);
+			sum.leftMs += lengthMs - (isCurrent ? std::clamp<qint64>(known.positionMs, 0, lengthMs) : 0);
 	}
 	return sum;
 }

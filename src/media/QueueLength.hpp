@@ -13,6 +13,7 @@ namespace reelhouse {
 struct QueueLength {
 	qint64 wholeMs = 0;
 	qint64 leftMs = 0; // after the current position; the whole queue without a current track
+	qint64 currentMs = 0; // the length of the current track
 	qsizetype unknown = 0;
 	qsizetype unknownLeft = 0; // those of them from the current track on
 
@@ -22,7 +23,7 @@ struct QueueLength {
 		const QHash<QString, qint64> &sizesNow; // what looks have seen since the queue was loaded, by path
 		const QHash<QString, qint64> &lengths;  // in milliseconds by path; -1: none
 		qsizetype current = -1;                 // position in the queue
-		qint64 currentMs = 0;                   // where its media is
+		qint64 positionMs = 0;                  // where its media is
 		qint64 currentLengthMs = 0;             // as its source reports it; 0: unknown
 	};
 	static QueueLength of(const Known &known);

@@ -229,13 +229,11 @@ qint64 probedLength(AVFormatContext *format)
 	// An FLV file tells its length with its first packet.
 	if (const qint64 told = toldLength(format); told > 0)
 		return told;
-	if (!hasMore)
-		return span.length();
 	// Bare frames of sound have no times to look for at the end.
 	if (format->iformat->flags & AVFMT_GENERIC_INDEX)
-		return av_rescale(span.length(), size - start, avio_tell(format->pb) - start);
+		return hasMore ? av_rescale(span.length(), size - start, avio_tell(format->pb) - start) : span.length();
 	if (av_seek_frame(format, -1, std::max(size - part, start), AVSEEK_FLAG_BYTE) < 0)
-		return 0;
+		return hasMore ? 0 : span.length();
 	if (sound && readTimes(format, avio_tell(format->pb) + 1, span))
 		addPictures(format);
 	readTimes(format, std::numeric_limits<qint64>::max(), span);

@@ -247,6 +247,11 @@ def step(obs, source, clips):
     return []
 
 
+def holding(source):
+    """Returns the source with the filter that holds its picture."""
+    return {**source, "filters": [{"id": "reelhouse_hold_picture", "name": HOLD}]}
+
+
 def early_source(show):
     """Returns a source whose sound is so early that OBS buffers as much of all sound as it can."""
     silence = show.folder / "silence.wav"
@@ -259,8 +264,8 @@ def measure(show, tell, rounds=2):
     clips = [make_clip(show, number) for number in range(CLIPS)]
     prepare(show)
     for buffered, others in (("as usual", []), ("full", [early_source(show)])):
-        source = {**vlc_source(clips), "filters": [{"id": "reelhouse_hold_picture", "name": HOLD}]}
-        obs = show.start(source, vlc_source([], name=BARE, playback_behavior="always_play"), *others)
+        bare = vlc_source([], name=BARE, playback_behavior="always_play")
+        obs = show.start(holding(vlc_source(clips)), bare, *others)
         soon("the queue", lambda: len(obs.labels() or []), len(clips))
         if others:
             wait_for("OBS buffers sound", lambda: re.search("total audio buffering is now [89]..", obs.log))

@@ -54,7 +54,10 @@ protected:
 	// What it ended with; IgnoreAction where it was not taken.
 	Qt::DropAction drop(const QList<QUrl> &urls, Qt::DropActions actions = Qt::CopyAction | Qt::MoveAction);
 	QAction *tool() const { return action("bringBackReplacedQueue"); }
-	QAction *toolsEntry() const { return frontend->toolsMenu.findChild<QAction *>(QString(), Qt::FindDirectChildrenOnly); }
+	QAction *toolsEntry() const
+	{
+		return frontend->toolsMenu.findChild<QAction *>(QString(), Qt::FindDirectChildrenOnly);
+	}
 	// Whether a further dock has the source.
 	bool isElsewhere(obs_source_t *source) const;
 

@@ -28,7 +28,8 @@ const QStringList edits =
 // Whether a step is for a further dock, or for its source T.
 bool Story::isForOther(const Words &words) const
 {
-	const bool namesT = words[0] == u"ask" && words.contains(u"{'sourceName':"_s) && words.filter(u"'T'"_s).size() > 0;
+	const bool namesT = words[0] == u"ask" && words.contains(u"{'sourceName':"_s) &&
+			    words.filter(u"'T'"_s).size() > 0;
 	return words[0].endsWith(u':') || (namesT && isElsewhere(sources[u"T"_s]));
 }
 
@@ -160,7 +161,8 @@ QJsonObject Story::ask(const QString &request, const Words &data)
 	const QByteArray fields = json(data.join(u' '));
 	QJsonObject response = plugin.request(request.toStdString(), fields);
 	const bool named = isForOther(Words{u"ask"_s} + data);
-	const QJsonObject queue = plugin.request("GetQueue", named ? R"({"limit": 0, "sourceName": "T"})" : R"({"limit": 0})");
+	const QJsonObject queue =
+		plugin.request("GetQueue", named ? R"({"limit": 0, "sourceName": "T"})" : R"({"limit": 0})");
 	if (!response.contains("currentIndex"_L1) || !queue["success"_L1].toBool() || fields.contains("dock"))
 		return response;
 	for (const char *key : {"currentId", "currentIndex", "revision"})

@@ -176,7 +176,10 @@ void Story::addSourceSteps()
 			media(source) = {state, words.value(1).toInt(), words.value(2).toInt(),
 					 words.value(3).toUInt()};
 	});
+	on("lags", [](const Words &) { laggedFrames++; });
 	on("ends", [this](const Words &words) { endMedia(words.isEmpty() ? bound() : sources[words[0]].Get()); });
+	on("endsSlowly", [this](const Words &) { endMediaSlowly(bound()); });
+	on("leaves", [this](const Words &) { leave(); });
 	// Does what is said after the source has got its new track and before the dock hears of that.
 	on("midway", [this](const Words &words) {
 		videoTick(bound());
@@ -317,7 +320,8 @@ static QString describe(const QWidget *dock, const QString &title)
 
 void Story::addDockSteps()
 {
-	on("addDock", [this](const Words &) { frontend->toolsMenu.findChild<QAction *>(u"addAnotherDock"_s)->trigger(); });
+	on("addDock",
+	   [this](const Words &) { frontend->toolsMenu.findChild<QAction *>(u"addAnotherDock"_s)->trigger(); });
 	on("dropDock", [this](const Words &words) {
 		const qsizetype position = frontend->others.keys().indexOf(words.value(0, u"2"_s).toInt());
 		if (position < 0)

@@ -40,7 +40,8 @@ QString Promises::pickStep()
 		"ask BringBackReplacedQueue; ask GivePlaylistBack; ask SelectSource {'sourceName': '%s'}; "
 		"ask SetEndMode {'endMode': 'next'}; ask Play; ask Pause; ask Resume; addDock; addDock; dropDock; 2: choose S; "
 		"2: choose T; 2: choose T; 2: choose; 2: play %r; 2: play 0; 2: next; 2: stop; 2: drop %f; 2: select %r; "
-		"2: remove; 2: undoRemove; 2: moveDown; 2: endMode Next; 2: refresh; video %s; video %s"_s.split(u"; "_s);
+		"2: remove; 2: undoRemove; 2: moveDown; 2: endMode Next; 2: refresh; video %s; video %s"_s.split(
+			u"; "_s);
 	if (!bound() && pick(2))
 		return pick(2) ? u"resume"_s : u"choose S"_s;
 	const int kind = pick(10);

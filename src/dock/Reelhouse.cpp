@@ -27,9 +27,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int pollIntervalMs = 250;
-// VLC's list player handles the end of its media on a thread of its own. A stop that comes first makes it start the same
-// entry again.
-constexpr int endRestMs = 20;
 // How soon after its start a track gets the order that waited for it.
 constexpr int wishIntervalMs = 40;
 constexpr int saveDelayMs = 500;
@@ -69,7 +66,6 @@ Reelhouse::Reelhouse(DockGroup &group_, int number, const QString &settingsPath_
 	connect(&pollTimer, &QTimer::timeout, this, &Reelhouse::tick);
 	pollTimer.start();
 	endTimer.setSingleShot(true);
-	endTimer.setInterval(endRestMs);
 	connect(&endTimer, &QTimer::timeout, this, &Reelhouse::lookAtEnd);
 	wishTimer.setInterval(wishIntervalMs);
 	connect(&wishTimer, &QTimer::timeout, this, [this] { carryOut(mediaWish.takeWaiting(mediaState())); });

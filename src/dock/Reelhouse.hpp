@@ -11,12 +11,14 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 
 // After Qt's headers: libobs's SIMD shim redefines compiler intrinsics that those pull in.
 #include <obs.hpp>
 
+#include "dock/MediaEnds.hpp"
 #include "dock/MediaFollower.hpp"
 #include "dock/MediaWish.hpp"
 #include "media/FileLooks.hpp"
@@ -235,6 +237,9 @@ private:
 	// Reelhouse_Poll.cpp
 	void tick();
 	void followMedia(obs_source_t *source);
+	void followLag();
+	bool isOverloaded() const;
+	void restAfterEnd();
 	void lookAtEnd();
 	void postLook();
 	// The next two are about states of MediaFollower.
@@ -460,14 +465,17 @@ private:
 	qint64 seekTargetMs = -1;          // -1: no seek in flight
 	std::optional<quint64> seekSerial; // while the slider is held: switchSerial at the start of the seek
 	bool steppingSlider = false;       // keys, wheel or assistive technology moved the slider; the seek follows
+	quint32 laggedFrames = 0;          // so many pictures OBS has been too slow for
+	QElapsedTimer lagClock;            // since the last of them
 	QElapsedTimer switchClock;
 	QElapsedTimer seekClock;
 	QTimer pollTimer;
-	QTimer wishTimer;                    // runs while a wish waits for the new track
-	QTimer endTimer;                     // runs from the media's end until the look at it
-	QTimer bringBackWait;                // runs while Bring Back waits for a switch to end
-	QTimer saveTimer;                    // restarts with each change
-	QTimer saveDeadline;                 // runs from the first unsaved change
+	QTimer wishTimer;                                // runs while a wish waits for the new track
+	QTimer endTimer;                                 // runs from the media's end until the look at it
+	std::shared_ptr<reelhouse::MediaEnds> mediaEnds; // of the bound source
+	QTimer bringBackWait;                            // runs while Bring Back waits for a switch to end
+	QTimer saveTimer;                                // restarts with each change
+	QTimer saveDeadline;                             // runs from the first unsaved change
 	// The sum of the lengths with the current track at its start, and what it was made from; nothing after a change of
 	// the queue.
 	std::optional<reelhouse::QueueLength> queueLength;

@@ -64,6 +64,7 @@ void Reelhouse::issueSwitch(obs_source_t *source, Previous previous)
 	obs_data_set_string(settings, behaviorKey, "always_play");
 
 	switchPending = true;
+	endTimer.stop();
 	media.switchIssued();
 	mediaWish.drop();
 	allowHeldPicture(source, true);

@@ -3,9 +3,11 @@
 
 #include <QLabel>
 #include <QSignalBlocker>
+#include <QThread>
 
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 #include "dock/QueueControl.hpp"
 #include "dock/widgets/SeekSlider.hpp"
@@ -22,6 +24,12 @@ constexpr quint32 ticksPerRefresh = 4;
 constexpr qint64 seekPatienceMs = 999;
 // A seek has landed within this distance of its target, or within a thousandth of the duration if that is more.
 constexpr qint64 seekToleranceMs = 100;
+// VLC's list player handles the end of its media on a thread of its own, after the one that has told of it. That thread
+// gets its turn later on a machine that was too slow for OBS's pictures a moment ago.
+constexpr int endRestMs = 20, overloadedEndRestMs = 100;
+constexpr qint64 overloadMs = 10'000;
+// The show goes on after this time if VLC is not through with an end.
+constexpr int longestEndMs = 1000;
 
 const char *statusKey(obs_media_state state)
 {
@@ -76,9 +84,34 @@ void Reelhouse::tick()
 	bringBackAfterSwitch();
 	if (refreshing)
 		followEditElsewhere();
+	followLag();
+	// VLC is not through with this end, or may be late to tell of it. The end of its thread brings the look forward.
+	const bool ended = playbackArmed && obs_source_media_get_state(source) == OBS_MEDIA_STATE_ENDED;
+	if (ended && !endTimer.isActive() && (isOverloaded() || mediaEnds->isUnderWay()))
+		endTimer.start(longestEndMs);
 	// Leave an end that has just been reported to lookAtEnd(), which gives VLC its rest.
 	if (!playbackArmed || !endTimer.isActive())
 		followMedia(source);
+}
+
+void Reelhouse::followLag()
+{
+	const quint32 lagged = obs_get_lagged_frames();
+	if (std::exchange(laggedFrames, lagged) != lagged)
+		lagClock.start();
+}
+
+bool Reelhouse::isOverloaded() const
+{
+	return lagClock.isValid() && lagClock.elapsed() < overloadMs;
+}
+
+void Reelhouse::restAfterEnd()
+{
+	followLag();
+	const int rest = isOverloaded() ? overloadedEndRestMs : endRestMs;
+	if (!endTimer.isActive() || endTimer.interval() > rest)
+		endTimer.start(rest);
 }
 
 // The source has reported an end. Leave to the poll what might be the state of another track, and an edit elsewhere.
@@ -197,10 +230,11 @@ void Reelhouse::mediaStopped(void *data, calldata_t *params)
 void Reelhouse::mediaEnded(void *data, calldata_t *)
 {
 	auto *dock = static_cast<Reelhouse *>(data);
-	dock->postIfStillBound([dock] {
-		if (!dock->endTimer.isActive())
-			dock->endTimer.start();
-	});
+	// Whoever tells of an end on the user-interface thread is through with it.
+	if (dock->thread() == QThread::currentThread())
+		dock->postIfStillBound([dock] { dock->restAfterEnd(); });
+	else
+		MediaEnds::told(dock->mediaEnds);
 }
 
 // libobs emits this for the source's own hotkeys, OBS's media controls and remote controls.

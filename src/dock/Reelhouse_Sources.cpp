@@ -274,6 +274,7 @@ void Reelhouse::bindSource(const QString &uuid)
 	loadQueue(source, false);
 	restoreView(uuid);
 	signal_handler_t *signals = obs_source_get_signal_handler(source);
+	mediaEnds = std::make_shared<MediaEnds>([this] { postIfStillBound([this] { restAfterEnd(); }); });
 	stoppedSignal.Connect(signals, "media_stopped", mediaStopped, this);
 	endedSignal.Connect(signals, "media_ended", mediaEnded, this);
 	nextSignal.Connect(signals, "media_next", mediaNext, this);
@@ -291,6 +292,8 @@ void Reelhouse::disconnectSource()
 	endedSignal.Disconnect();
 	nextSignal.Disconnect();
 	previousSignal.Disconnect();
+	if (mediaEnds)
+		mediaEnds->close();
 	bindSerial++;
 	endTimer.stop();
 	finishPending = false;

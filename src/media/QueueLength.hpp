@@ -12,7 +12,7 @@ namespace reelhouse {
 // How long a queue is. Tracks of unknown length count as nothing in the times, and so do tracks that are missing.
 struct QueueLength {
 	qint64 wholeMs = 0;
-	qint64 leftMs = 0; // after the current position; the whole queue without a current track
+	qint64 leftMs = 0;    // after the current position; the whole queue without a current track
 	qint64 currentMs = 0; // the length of the current track
 	qsizetype unknown = 0;
 	qsizetype unknownLeft = 0; // those of them from the current track on

@@ -62,7 +62,7 @@ private:
 	DockGroup group; // before the docks, which it outlives
 	QMap<int, QPointer<Reelhouse>> docks;
 	QList<QPointer<Reelhouse>> leaving; // docks that will be removed
-	bool active = false; // a scene collection is loaded
+	bool active = false;                // a scene collection is loaded
 };
 
 } // namespace reelhouse

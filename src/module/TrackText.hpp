@@ -33,7 +33,7 @@ private:
 
 	QueueControl *const queue; // the parent
 	QString path;              // of the current track; cached so that a poll need not search the queue
-	QString shownText; // as last compared
+	QString shownText;         // as last compared
 	QString shownIn; // UUID of the text source that shows our text; it is cleared when another one is used
 };
 

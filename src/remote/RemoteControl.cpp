@@ -172,9 +172,8 @@ void RemoteControl::add(QueueControl *queue)
 {
 	observers.removeAll(nullptr);
 	observers.append(new QueueObserver(*this, queue));
-	std::ranges::sort(observers, {}, [](const QPointer<QueueObserver> &observer) {
-		return observer->observed().dockNumber();
-	});
+	std::ranges::sort(observers, {},
+			  [](const QPointer<QueueObserver> &observer) { return observer->observed().dockNumber(); });
 }
 
 QList<QueueObserver *> RemoteControl::present() const

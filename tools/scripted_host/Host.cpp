@@ -90,6 +90,8 @@ void (*passTime)(int ms) = [](int ms) {
 
 thread_local bool onGraphicsThread = false;
 
+quint32 laggedFrames = 0;
+
 // The frontend API's functions, which the module finds in this program before it finds them in the library.
 
 static int numberOf(const char *id)
@@ -217,6 +219,11 @@ void obs_source_set_async_decoupled(obs_source_t *source, bool decouple)
 	media.decoupled = decouple;
 }
 
+uint32_t obs_get_lagged_frames(void)
+{
+	return laggedFrames;
+}
+
 bool obs_source_async_decoupled(const obs_source_t *source)
 {
 	return source && vlc(obs_obj_get_data(const_cast<obs_source_t *>(source))).decoupled;
@@ -235,6 +242,7 @@ bool proc_handler_call(proc_handler_t *handler, const char *name, calldata_t *pa
 
 Host::Host() : frontend(std::make_unique<Frontend>())
 {
+	laggedFrames = 0;
 	active = frontend.get();
 	// Without video, libobs has something to say on every texture that a source frees.
 	base_set_log_handler(
@@ -329,6 +337,25 @@ void Host::endMedia(obs_source_t *source)
 {
 	media(source).state = OBS_MEDIA_STATE_ENDED;
 	std::thread(sendSignal, source, "media_ended").join();
+}
+
+void Host::endMediaSlowly(obs_source_t *source)
+{
+	media(source).state = OBS_MEDIA_STATE_ENDED;
+	std::promise<void> told;
+	slowLeaves = {};
+	slowThread = std::thread([this, source, &told] {
+		sendSignal(source, "media_ended");
+		told.set_value();
+		slowLeaves.get_future().wait();
+	});
+	told.get_future().wait();
+}
+
+void Host::leave()
+{
+	slowLeaves.set_value();
+	slowThread.join();
 }
 
 int Host::takeDrops(obs_source_t *source)

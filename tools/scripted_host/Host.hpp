@@ -15,6 +15,8 @@
 #include <QTest>
 
 #include <functional>
+#include <future>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -62,6 +64,9 @@ struct Media {
 // Waits for some milliseconds while events are processed. A test may replace it.
 extern void (*passTime)(int ms);
 
+// So many pictures was libobs too slow for.
+extern quint32 laggedFrames;
+
 // True on a thread that the module must take for libobs's graphics thread.
 extern thread_local bool onGraphicsThread;
 
@@ -86,6 +91,9 @@ protected:
 	static QStringList takeDone(obs_source_t *source);
 	// Ends a source's media and signals it on another thread, as VLC does.
 	static void endMedia(obs_source_t *source);
+	// The same, on a thread that goes on until leave() is called.
+	void endMediaSlowly(obs_source_t *source);
+	void leave();
 	// Returns how often a source's audio was dropped since the last call.
 	static int takeDrops(obs_source_t *source);
 	static void setPlaylist(obs_source_t *source, const QStringList &paths);
@@ -116,4 +124,6 @@ protected:
 
 private:
 	bool ended = false;
+	std::promise<void> slowLeaves;
+	std::thread slowThread;
 };

@@ -23,6 +23,8 @@ namespace reelhouse {
 namespace {
 
 constexpr int mostDocks = 4;
+// A new frame is so far from that of the dock before it that both titles show. In pixels.
+constexpr int frameStep = 40;
 constexpr int longestSwitchMs = 1000;
 
 QByteArray idOf(int number)
@@ -43,12 +45,13 @@ QDockWidget *frameOf(const Reelhouse *dock)
 	return qobject_cast<QDockWidget *>(dock->parentWidget());
 }
 
-// Shows a floating frame in the middle of its main window.
-void showAbove(QDockWidget *frame)
+// Shows a floating frame in the middle of its main window, beside the places of those with lower numbers.
+void showAbove(QDockWidget *frame, int number)
 {
 	frame->resize(frame->size().expandedTo(QSize(440, 360)));
+	const int aside = (number - 2) * frameStep;
 	if (const QWidget *window = frame->parentWidget())
-		frame->move(window->geometry().center() - frame->rect().center());
+		frame->move(window->geometry().center() - frame->rect().center() + QPoint(aside, aside));
 	frame->show();
 	frame->activateWindow();
 }
@@ -185,7 +188,7 @@ void Docks::add()
 	if (active)
 		dock->resume();
 	if (QDockWidget *frame = frameOf(dock))
-		showAbove(frame);
+		showAbove(frame, number);
 }
 
 void Docks::remove(Reelhouse *dock)

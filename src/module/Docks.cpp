@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "module/Docks.hpp"
 
+#include <QAction>
 #include <QCoreApplication>
 #include <QDockWidget>
 #include <QFile>
@@ -113,11 +114,17 @@ QString Docks::titleOf(const Reelhouse *dock)
 void Docks::showTitle(Reelhouse *dock)
 {
 	QDockWidget *frame = frameOf(dock);
-	// Qt takes an ampersand for the mark of a key.
-	const QString title = titleOf(dock).replace(u'&', "&&"_L1);
-	if (!frame || frame->windowTitle() == title)
+	if (!frame)
+		return;
+	// Qt takes an ampersand for the mark of a key where it draws the title itself: in the menu, and in a frame that
+	// the desktop does not draw.
+	const QString marked = titleOf(dock).replace(u'&', "&&"_L1);
+	const bool isDesktops = frame->isFloating() && !frame->windowFlags().testFlag(Qt::FramelessWindowHint);
+	const QString title = isDesktops ? titleOf(dock) : marked;
+	if (frame->windowTitle() == title)
 		return;
 	frame->setWindowTitle(title);
+	frame->toggleViewAction()->setText(marked);
 	Q_EMIT changed();
 }
 

@@ -269,7 +269,8 @@ class Control {
 	}
 
 	async send(requestType, data) {
-		const answer = await this.client.ask(requestType, { ...this.shown, ...(this.head && { sourceUuid: this.head.sourceUuid }), ...data });
+		const own = this.head ? { sourceUuid: this.head.sourceUuid } : this.shown;
+		const answer = await this.client.ask(requestType, { ...own, ...data });
 		this.say(answer.success ? "" : answer.comment);
 		this.refresh(answer.success ? "head" : "all");
 		return answer;

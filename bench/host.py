@@ -339,4 +339,5 @@ def longrun(show):
 
 
 if __name__ == "__main__":
-    sys.exit(main({"bench": bench, "boundaries": measure_boundaries, "disk": measure_slow_disk, "longrun": longrun}, __doc__))
+    sys.exit(main({"bench": bench, "boundaries": measure_boundaries, "disk": measure_slow_disk, "longrun": longrun},
+                  __doc__))

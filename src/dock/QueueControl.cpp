@@ -3,6 +3,7 @@
 
 #include <QComboBox>
 
+#include "dock/DockGroup.hpp"
 #include "dock/Reelhouse.hpp"
 #include "dock/widgets/TrackListWidget.hpp"
 #include "media/FileFinder.hpp"

@@ -198,8 +198,8 @@ def refusal(show):
 
 
 SCENARIOS = {"queue": queue, "stream": stream, "keyboard": keyboard, "refusal": refusal, "neighbours": neighbours.run,
-             "faults": faults.run, "remote": remote.run, "overlay": overlay.run, "control": control.run, "docks": docks.run,
-             "package-deb": package.run_deb, "package-archive": package.run_archive}
+             "faults": faults.run, "remote": remote.run, "overlay": overlay.run, "control": control.run,
+             "docks": docks.run, "package-deb": package.run_deb, "package-archive": package.run_archive}
 
 
 if __name__ == "__main__":

@@ -69,7 +69,8 @@ Reelhouse *Docks::open(int number)
 	docks.insert(number, dock);
 	connect(dock, &Reelhouse::sceneSwitchRequested, dock, &switchScene);
 	connect(dock, &Reelhouse::configurationChanged, this, [this, dock] { save(dock); });
-	connect(dock, &QObject::destroyed, this, &Docks::changed);
+	// Queued: a widget tells of its end while pointers to it are still set.
+	connect(dock, &QObject::destroyed, this, &Docks::changed, Qt::QueuedConnection);
 	return dock;
 }
 

@@ -4,6 +4,7 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <utility>
 
 // What users are told of the dock, whatever is done to it.
 
@@ -53,6 +54,11 @@ void Story::remember(const Words &words)
 	const bool inOther = isForOther(words);
 	if (inOther)
 		stays.reset();
+	for (obs_source_t *source : std::as_const(sources)) {
+		if (source && isElsewhere(source))
+			usersQueue.remove(
+				QString::fromUtf8(obs_source_get_name(source))); // the other dock's user's now
+	}
 	for (auto source = sources.cbegin(); !all && source != sources.cend(); ++source) {
 		const bool isOthers = inOther ? *source == bound() : *source != bound() && !isElsewhere(*source);
 		if (isOthers && words[0] != u"edit" && !words.contains(u"SelectSource"_s))

@@ -24,7 +24,10 @@ def menu_entry(obs, name):
 def killed(show, clips, names):
     """OBS is killed while a track plays and while a switch waits. The next start has the queue that was saved."""
     def saved_record():
-        saved = json.loads((show.home / ".config/obs-studio/basic/scenes/Reelhouse.json").read_text())
+        try:
+            saved = json.loads((show.home / ".config/obs-studio/basic/scenes/Reelhouse.json").read_text())
+        except FileNotFoundError:
+            return None  # OBS is about to put the new file in place of the old one
         source = next(one for one in saved["sources"] if one["name"] == SOURCE)
         return source.get("private_settings", {}).get("OBS-Reelhouse")
 

@@ -472,7 +472,7 @@ private:
 	QTimer pollTimer;
 	QTimer wishTimer;                                // runs while a wish waits for the new track
 	QTimer endTimer;                                 // runs from the media's end until the look at it
-	std::shared_ptr<reelhouse::MediaEnds> mediaEnds; // of the bound source
+	std::shared_ptr<reelhouse::MediaEnds> mediaEnds; // of the bound source; VLC's threads share it
 	QTimer bringBackWait;                            // runs while Bring Back waits for a switch to end
 	QTimer saveTimer;                                // restarts with each change
 	QTimer saveDeadline;                             // runs from the first unsaved change

@@ -188,8 +188,10 @@ int Docks::freeNumber() const
 void Docks::add()
 {
 	const int number = freeNumber();
+	if (number == 0)
+		return;
 	QFile::remove(settingsPath(number)); // if it could not be removed earlier
-	Reelhouse *dock = number > 0 ? openFurther(number) : nullptr;
+	Reelhouse *dock = openFurther(number);
 	if (!dock)
 		return;
 	dock->saveSelection();

@@ -11,9 +11,9 @@
 
 namespace reelhouse {
 
-// The remote control of all docks: requests and events of a vendor of OBS's WebSocket plug-in. A request comes on a thread of
-// the plug-in, and that thread waits while the user-interface thread serves the request. Everything else runs on the
-// user-interface thread.
+// The remote control of all docks: requests and events of a vendor of OBS's WebSocket plug-in. A request comes on a
+// thread of the plug-in, and that thread waits while the user-interface thread serves the request. Everything else runs
+// on the user-interface thread.
 class RemoteControl : public QObject {
 public:
 	// A kind of request that clients can send.
@@ -37,8 +37,8 @@ public:
 	// Returns all endpoints. RemoteControl_Requests.cpp
 	static std::span<const Endpoint> endpoints();
 
-	// Registers the vendor and its requests for the queue of the first dock, which owns the remote control. Without the WebSocket plug-in it
-	// only writes a log line. Call it when all modules are loaded.
+	// Registers the vendor and its requests for the queue of the first dock, which owns the remote control. Without
+	// the WebSocket plug-in it only writes a log line. Call it when all modules are loaded.
 	static void start(QueueControl *queue);
 	// Serves the queue of a further dock, too, as long as it lives. Does nothing when there is no remote control.
 	static void include(QueueControl *queue);

@@ -239,6 +239,7 @@ private:
 	void followMedia(obs_source_t *source);
 	void followLag();
 	bool isOverloaded() const;
+	void awaitEnd();
 	void restAfterEnd();
 	void lookAtEnd();
 	void postLook();

@@ -29,7 +29,7 @@ constexpr qint64 seekToleranceMs = 100;
 constexpr int endRestMs = 20, overloadedEndRestMs = 100;
 constexpr qint64 overloadMs = 10'000;
 // The show goes on after this time if VLC is not through with an end.
-constexpr int longestEndMs = 1000;
+constexpr int longestEndMs = 100, overloadedLongestEndMs = 1000;
 
 const char *statusKey(obs_media_state state)
 {
@@ -87,8 +87,8 @@ void Reelhouse::tick()
 	followLag();
 	// VLC is not through with this end, or may be late to tell of it. The end of its thread brings the look forward.
 	const bool ended = playbackArmed && obs_source_media_get_state(source) == OBS_MEDIA_STATE_ENDED;
-	if (ended && !endTimer.isActive() && (isOverloaded() || mediaEnds->isUnderWay()))
-		endTimer.start(longestEndMs);
+	if (ended && (isOverloaded() || mediaEnds->isUnderWay()))
+		awaitEnd();
 	// Leave an end that has just been reported to lookAtEnd(), which gives VLC its rest.
 	if (!playbackArmed || !endTimer.isActive())
 		followMedia(source);
@@ -104,6 +104,13 @@ void Reelhouse::followLag()
 bool Reelhouse::isOverloaded() const
 {
 	return lagClock.isValid() && lagClock.elapsed() < overloadMs;
+}
+
+void Reelhouse::awaitEnd()
+{
+	followLag();
+	if (!endTimer.isActive())
+		endTimer.start(isOverloaded() ? overloadedLongestEndMs : longestEndMs);
 }
 
 void Reelhouse::restAfterEnd()
@@ -231,10 +238,12 @@ void Reelhouse::mediaEnded(void *data, calldata_t *)
 {
 	auto *dock = static_cast<Reelhouse *>(data);
 	// Whoever tells of an end on the user-interface thread is through with it.
-	if (dock->thread() == QThread::currentThread())
+	if (dock->thread() == QThread::currentThread()) {
 		dock->postIfStillBound([dock] { dock->restAfterEnd(); });
-	else
+	} else {
 		MediaEnds::told(dock->mediaEnds);
+		dock->postIfStillBound([dock] { dock->awaitEnd(); });
+	}
 }
 
 // libobs emits this for the source's own hotkeys, OBS's media controls and remote controls.

@@ -66,17 +66,18 @@ TEST_F(Story, Playing)
 		{"start P; ends; choose T; start X; choose S; wait 20", "▶[P] Q R | src P | managed | replaced - | next"},
 		{"start P; ends; edit S Q R; wait 20", "▶[P] Q R | src Q R | managed | replaced - | next"},
 	});
-	tell("an end counts once VLC's thread has ended that told of it, or after a second", "P Q R", {
-		{"endMode Next; start P; endsSlowly; poll; poll", "▶[P] Q R | src P | managed | replaced - | next"},
+	tell("an end counts once VLC's thread has ended that told of it, or after a tenth of a second", "P Q R", {
+		{"endMode Next; start P; wait 200; endsSlowly; wait 60", "▶[P] Q R | src P | managed | replaced - | next"},
 		{"leaves; wait 20", "P ▶[Q] R | src P | managed | replaced - | next | waits"},
-		{"start P; endsSlowly; poll; wait 999", "▶[P] Q R | src P | managed | replaced - | next"},
+		{"start P; endsSlowly; wait 99", "▶[P] Q R | src P | managed | replaced - | next"},
 		{"wait 1; leaves", "P ▶[Q] R | src P | managed | replaced - | next | waits"},
 	});
 	tell("VLC has a longer rest after an end on a machine that was too slow for OBS's pictures a moment ago", "P Q R", {
 		{"endMode Next; start P; lags; ends; wait 99", "▶[P] Q R | src P | managed | replaced - | next"},
 		{"wait 1", "P ▶[Q] R | src P | managed | replaced - | next | waits"},
 		{"start P; media ended; poll; wait 999", "▶[P] Q R | src P | managed | replaced - | next"},
-		{"wait 1; wait 10000; start P; ends; wait 20", "P ▶[Q] R | src P | managed | replaced - | next | waits"},
+		{"wait 1; start P; endsSlowly; wait 999", "▶[P] Q R | src P | managed | replaced - | next"},
+		{"wait 1; leaves; wait 10000; start P; ends; wait 20", "P ▶[Q] R | src P | managed | replaced - | next | waits"},
 	});
 	tell("a refresh, Bring Back and a missing file in a track's last moment do not stop the show", "P Q R", {
 		{"endMode Next; start P; refresh; ends; wait 20", "P ▶[Q] R | src P | managed | replaced - | next | waits"},

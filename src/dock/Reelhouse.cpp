@@ -97,7 +97,7 @@ Reelhouse::Reelhouse(DockGroup &group_, int number, const QString &settingsPath_
 	seekDebounce.setInterval(seekDebounceMs);
 
 	connect(looks, &FileLooks::answeredLate, this, &Reelhouse::takeLateAnswers);
-	connect(tagReader, &TagReader::fileChanged, this, &Reelhouse::noteSize);
+	connect(tagReader, &TagReader::filesChanged, this, &Reelhouse::noteSizes);
 	updateButtons();
 }
 

@@ -342,7 +342,7 @@ private:
 	// Looks for the track's file, and returns false when it is missing.
 	bool lookForFile(const Track &track);
 	bool isMissing(const Track &track) const;
-	void noteSize(const QString &path, qint64 size);
+	void noteSizes(const QHash<QString, qint64> &sizes);
 	void readLengths();
 	QString lengthText();
 	void showLengthTip(const QHelpEvent *event);

@@ -122,7 +122,7 @@ bool Reelhouse::lookForFile(const Track &track)
 		return true;
 	const std::optional<qint64> size = looks->sizeOf(track.path);
 	if (size)
-		noteSize(track.path, *size);
+		noteSizes({{track.path, *size}});
 	return size != SizeMissing;
 }
 
@@ -131,18 +131,24 @@ bool Reelhouse::isMissing(const Track &track) const
 	return sizesNow.value(track.path, track.size) == SizeMissing;
 }
 
-// Keeps what a later look has seen, where it differs from the row.
-void Reelhouse::noteSize(const QString &path, qint64 size)
+// Keeps what later looks have seen, where it differs from the rows.
+void Reelhouse::noteSizes(const QHash<QString, qint64> &sizes)
 {
-	const auto track = std::ranges::find(std::as_const(tracks), path, &Track::path);
-	if (track == tracks.cend() || size == sizesNow.value(path, track->size))
-		return;
 	const Operation operation(this);
-	if (size == track->size)
-		sizesNow.remove(path);
-	else
-		sizesNow.insert(path, size);
-	changePending = true;
+	QHash<QString, qint64> left = sizes;
+	for (auto track = tracks.cbegin(); track != tracks.cend() && !left.isEmpty(); ++track) {
+		const auto size = left.constFind(track->path);
+		if (size == left.cend())
+			continue;
+		if (*size != sizesNow.value(track->path, track->size)) {
+			changePending = true;
+			if (*size == track->size)
+				sizesNow.remove(track->path);
+			else
+				sizesNow.insert(track->path, *size);
+		}
+		left.erase(size);
+	}
 }
 
 // Reads the lengths of the whole queue in the background, from the current track on.

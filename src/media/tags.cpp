@@ -15,6 +15,7 @@
 #include <condition_variable>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 #include <util/threading.h>
 
@@ -40,6 +41,7 @@ constexpr int mostReaders = 4;
 constexpr auto stuckAfter = 2s;
 // For lengths that nobody waits for.
 constexpr qint64 bytesPerMinute = 64 << 20;
+constexpr int measuredDelayMs = 100;
 
 } // namespace
 
@@ -97,6 +99,7 @@ struct TagReader::Worker {
 	// A copy of them, with which nothing is shared: others read it while a thread here changes the first.
 	std::optional<QHash<QString, qint64>> published;
 	QHash<QString, qint64> measuredSizes;             // the sizes of the files when their lengths were read
+	QHash<QString, qint64> untold;                    // those of them that are still to be told
 	std::chrono::steady_clock::time_point nextLength; // not to be read before
 	int threads = 0;
 	std::chrono::steady_clock::time_point lastAnswer; // of a disk, or the start of a thread
@@ -211,10 +214,10 @@ void TagReader::Worker::measure(const QString &path, std::unique_lock<std::mutex
 	noteLength(path, read);
 	lastAnswer = std::chrono::steady_clock::now();
 	nextLength = std::chrono::steady_clock::now() + bytes * 1min / bytesPerMinute;
-	if (reader)
+	if (reader && untold.isEmpty())
 		QMetaObject::invokeMethod(
-			reader, [to = reader, path, size = sizeOf(read.stamp)] { Q_EMIT to->fileChanged(path, size); },
-			Qt::QueuedConnection);
+			reader, [to = reader] { to->measuredTimer.start(); }, Qt::QueuedConnection);
+	untold.insert(path, sizeOf(read.stamp));
 }
 
 void TagReader::Worker::noteLength(const QString &path, const Known &read)
@@ -244,6 +247,7 @@ void TagReader::Worker::take(const Request &request, const Known &read)
 	const QString path = request.path;
 	asked.remove(path);
 	owed.remove(path);
+	untold.remove(path); // is older
 	lastAnswer = std::chrono::steady_clock::now();
 	const Known *before = cache.object(path);
 	const bool isNew = !before || before->tags != read.tags;
@@ -254,14 +258,24 @@ void TagReader::Worker::take(const Request &request, const Known &read)
 		return;
 	const auto tell = [to = reader, path, isNew, isChanged, size = sizeOf(read.stamp)] {
 		if (isChanged)
-			Q_EMIT to->fileChanged(path, size);
+			Q_EMIT to->filesChanged({{path, size}});
 		if (isNew)
 			Q_EMIT to->tagsRead(path);
 	};
 	QMetaObject::invokeMethod(reader, tell, Qt::QueuedConnection);
 }
 
-TagReader::TagReader(QObject *parent) : QObject(parent), worker(std::make_shared<Worker>(this)) {}
+TagReader::TagReader(QObject *parent) : QObject(parent), worker(std::make_shared<Worker>(this))
+{
+	measuredTimer.setSingleShot(true);
+	measuredTimer.setInterval(measuredDelayMs);
+	connect(&measuredTimer, &QTimer::timeout, this, [this] {
+		std::unique_lock lock(worker->mutex);
+		const QHash<QString, qint64> sizes = std::exchange(worker->untold, {});
+		lock.unlock();
+		Q_EMIT filesChanged(sizes);
+	});
+}
 
 TagReader::~TagReader()
 {

@@ -5,6 +5,7 @@
 #include <QList>
 #include <QObject>
 #include <QString>
+#include <QTimer>
 
 #include <functional>
 #include <memory>
@@ -64,9 +65,9 @@ public:
 Q_SIGNALS:
 	// cached() now has tags for this path, or other ones than before.
 	void tagsRead(const QString &path);
-	// A check has found that the file is new to the reader or has changed, or its length was read. size is in bytes,
-	// or SizeMissing when it is no file.
-	void fileChanged(const QString &path, qint64 size);
+	// A check has found that these files are new to the reader or have changed, or their lengths were read. The sizes,
+	// by path, are in bytes, or SizeMissing for what is no file.
+	void filesChanged(const QHash<QString, qint64> &sizes);
 
 private:
 	// Identifies a version of a file. The default means "no file" or "never checked".
@@ -85,6 +86,7 @@ private:
 	};
 	struct Worker;
 
+	QTimer measuredTimer; // lengths of small files are read by thousands in a second, so their sizes are told together
 	// Shared with the worker's thread, which may outlive this object.
 	std::shared_ptr<Worker> worker;
 };

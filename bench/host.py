@@ -184,7 +184,7 @@ def measure_answers(show, rows, repeats=3):
              "load": lambda: done(client, "SelectSource", sourceName=SOURCE),
              "search, four keys": type_search,
              "end of the search": lambda: press_key("Escape"),
-             "play, with the save that follows": lambda: (done(client, "PlayTrack", index=0), plays(obs)),
+             "play, with the save that follows": lambda: (done(client, "PlayTrack", id="0"), plays(obs)),
              "add one": lambda: done(client, "AddTracks", paths=items("path", [f"{show.folder}/{rows}.mp4"])),
              "remove half": lambda: done(client, "RemoveTracks", ids=items("id", range(1, rows, 2))),
              "undo": lambda: done(client, "UndoRemove"),

@@ -189,15 +189,7 @@ def keyboard(show):
     show.end()
 
 
-def refusal(show):
-    """A build for another host leaves OBS alone and says why."""
-    log = show.start().log
-    expect("the log's refusal", "[OBS-Reelhouse] This build requires OBS 32.0.4." in log, True)
-    expect("a dock of ours", "dock registered" in log, False)
-    show.end()
-
-
-SCENARIOS = {"queue": queue, "stream": stream, "keyboard": keyboard, "refusal": refusal, "neighbours": neighbours.run,
+SCENARIOS = {"queue": queue, "stream": stream, "keyboard": keyboard, "neighbours": neighbours.run,
              "faults": faults.run, "remote": remote.run, "overlay": overlay.run, "control": control.run,
              "docks": docks.run, "package-deb": package.run_deb, "package-archive": package.run_archive}
 

@@ -179,6 +179,11 @@ uint32_t obs_get_version(void)
 	return active->obsVersion;
 }
 
+const char *qVersion(void) noexcept
+{
+	return active ? active->qtVersion : QT_VERSION_STR;
+}
+
 // These replace functions of libobs: without its video thread, libobs would never run its own queue.
 
 bool obs_in_task_thread(enum obs_task_type type)

@@ -34,6 +34,7 @@ struct Frontend {
 	bool acceptsDock = true;
 	bool studioMode = false;
 	uint32_t obsVersion = LIBOBS_API_VER;
+	const char *qtVersion = QT_VERSION_STR;
 	QPointer<QWidget> dock;
 	QMap<int, QPointer<QDockWidget>> others; // the frames of further docks, by their numbers
 	QObject toolsMenu;

@@ -2,7 +2,7 @@
 # The commands ./dev test, soak, lint and format.
 
 # The tested build trees. Each tree has tests of its own; ctest builds what a test needs.
-test_trees=(package asan tsan release)
+test_trees=(package asan tsan)
 
 test_inside() {
 	local filter=() tree

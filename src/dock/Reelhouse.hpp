@@ -399,7 +399,7 @@ private:
 	OBSSignal previousSignal;
 	std::atomic<quint64> bindSerial = 0; // counts the bindings; the other threads read it
 
-	// Switch handshake. The libobs thread uses the first three members, only with switchMutex held.
+	// Switch handshake. The libobs thread uses the three members below the mutex, only with it held.
 	std::mutex switchMutex;
 	OBSData pendingSettings; // applied when the source reports media_stopped; null: nothing to apply
 	Previous pendingPrevious = Previous::CutOff; // what the pending settings do to the previous track

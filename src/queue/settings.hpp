@@ -40,7 +40,8 @@ inline OBSDataArrayAutoRelease pathArray(const QList<QString> &paths)
 	return textArray(paths, valueKey);
 }
 
-// Returns the items of a playlist array with new paths: movedPath() tells them. Items that stay are shared with the array. Null if all stay. The caller owns the reference.
+// Returns the items of a playlist array with new paths: movedPath() tells them. Items that stay are shared with the
+// array. Null if all stay. The caller owns the reference.
 OBSDataArrayAutoRelease movedItems(obs_data_array_t *items, const QHash<QString, QString> &places);
 
 } // namespace reelhouse

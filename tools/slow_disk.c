@@ -29,7 +29,10 @@ static void answer(const char *path)
 	int name parameters \
 	{ \
 		answer(path); \
-		return ((int(*) parameters)dlsym(RTLD_NEXT, #name)) arguments; \
+		static int(*next) parameters; \
+		if (!next) \
+			next = (int(*) parameters)dlsym(RTLD_NEXT, #name); \
+		return next arguments; \
 	}
 
 SLOW(stat64, (const char *path, struct stat64 *result), (path, result))

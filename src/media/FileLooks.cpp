@@ -25,6 +25,9 @@ namespace reelhouse {
 namespace {
 
 constexpr auto operationWait = 1s;
+// Of that, what a dock needs after the looks to make rows and a record of so many files.
+constexpr auto restForEach = 10us;
+constexpr auto mostRest = 200ms;
 constexpr auto leastWait = 30ms;
 constexpr auto endWait = 200ms;
 constexpr int lateDelayMs = 100;
@@ -271,8 +274,9 @@ void FileLooks::lookAtAll(std::vector<Look> looks)
 		pool->add(std::move(look), round);
 	pool->startThreads(pool);
 	const auto start = std::chrono::steady_clock::now();
-	// When another disk has used up the time, one that is quick answers in this wait.
-	const auto most = std::max<std::chrono::nanoseconds>(timeLeft, leastWait);
+	// What follows takes its time, too. When another disk has used up the wait, one that is quick answers in the least.
+	const auto rest = std::min<std::chrono::nanoseconds>(restForEach * looks.size(), mostRest);
+	const auto most = std::max<std::chrono::nanoseconds>(timeLeft - rest, leastWait);
 	// Once all threads hang, nothing would answer.
 	pool->answered.wait_for(lock, most, [&] { return round->open == 0 || pool->lookers == 0; });
 	timeLeft = std::max<std::chrono::nanoseconds>(timeLeft - (std::chrono::steady_clock::now() - start), 0s);

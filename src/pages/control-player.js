@@ -51,8 +51,9 @@ class Player {
 		const icon = this.runs() ? "pause" : "play";
 		element("play").querySelector("use").setAttribute("href", `#icon-${icon}`);
 		element("play").setAttribute("aria-label", this.runs() ? word("Pause") : word("Play"));
-		if (head && document.activeElement !== element("end-mode"))
-			element("end-mode").value = head.endMode;
+		const endMode = element("end-mode");
+		if (head && endMode.value !== head.endMode && !endMode.matches(".taken"))
+			endMode.value = head.endMode;
 		for (const id of ["previous", "play", "stop", "next", "end-mode"])
 			element(id).disabled = !head;
 		this.tell(track);

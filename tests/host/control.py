@@ -6,7 +6,7 @@ import shutil
 from obs_config import SOURCE, vlc_source
 from obs_host import wait_for
 from page import open_page
-from show import expect, playing, queue_of, soon
+from show import MARK, expect, playing, queue_of, soon
 
 AXE = "js/node_modules/axe-core/axe.min.js"
 # Brings a row to the middle, waits as long as a hand needs for the way, and names the part that the finger goes to.
@@ -46,6 +46,7 @@ class Hand:
         self.page.touch("End")
 
     def choose(self, select, value):
+        self.page.look(f"element('{select}').focus()")  # which stays there
         self.page.look(f"element('{select}').value = '{value}', element('{select}').dispatchEvent(new Event('change'))")
 
     def text(self, selector):
@@ -54,6 +55,8 @@ class Hand:
     def sees(self, what, names):
         soon(f"{what}, in the dock", lambda: queue_of(self.obs), names)
         soon(f"{what}, on the page", self.names, names)
+        wait_for(f"{what}, with the same mark", lambda: self.obs.labels() == self.page.look(
+            f"control.list.tracks.map(({{id, label}}) => (id === control.list.currentId ? '{MARK}' : '') + label)"))
 
     def media(self, what, state):
         soon(what, lambda: self.obs.media(SOURCE)[0], state)

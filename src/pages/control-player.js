@@ -107,7 +107,7 @@ class Player {
 		write("show-left", left && word("PageShowLeft", left));
 		if (this.slider.spoken !== position) {
 			this.slider.spoken = position;
-			this.slider.setAttribute("aria-valuetext", `${position} / ${clock(duration)}`);
+			this.slider.setAttribute("aria-valuetext", position && `${position} / ${clock(duration)}`);
 		}
 		this.owner.list.setPosition(shows ? clock(now) : "", shows ? now / duration : 0);
 	}

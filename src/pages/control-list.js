@@ -200,7 +200,7 @@ class TrackList {
 		set(row.artistPart, track.artist ?? "");
 		const trouble = track.missing ? word("MissingFile") : word("StatusError");
 		const length = clock(track.durationMs);
-		set(row.lengthPart, bad ? trouble : current && this.position ? `${this.position} / ${length}` : length);
+		set(row.lengthPart, bad ? trouble : current && this.position ? `${this.position}\u00A0/ ${length}` : length);
 		row.classList.toggle("current", current);
 		row.classList.toggle("bad", Boolean(bad));
 		row.style.setProperty("--played", current ? this.played : 0);

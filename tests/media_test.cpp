@@ -78,6 +78,8 @@ TEST(Media, StatesOfTheTrackAndWhatIsWantedOfIt)
 		 "playing, paused(playing)!, paused(playing), playing!"},
 		{"poll playing; pause playing; resume playing; poll paused; poll paused; poll paused; poll playing",
 		 "playing, paused(playing)!, playing!, playing(paused), playing(paused)!, playing(paused), playing"},
+		{"poll playing; pause playing; poll playing; poll playing; poll playing; poll playing; poll playing",
+		 "playing, paused(playing)!, paused(playing), paused(playing), paused(playing), paused(playing), playing"},
 		{"poll playing; stop playing; poll playing; take stopped; take ended",
 		 "playing, stopped(playing), stopped(playing), stopped, ended"},
 		// A wish waits for the new track, and is sent once more if VLC loses it.

@@ -67,7 +67,7 @@ class Page:
     def tap(self, selector):
         """Touches an element with a finger, once it can be used."""
         wait_for(f"{selector} can be used", lambda: self.look(
-            f"!!document.querySelector({json.dumps(selector + ':not(:disabled)')})?.checkVisibility()"), 10)
+            f"!!document.querySelector({json.dumps(selector + ':not(:disabled, [inert] *)')})?.checkVisibility()"), 10)
         self.look("window.taps = 0, window.ontap ??= addEventListener('click', () => taps++, true) ?? true")
         for _ in range(3):  # on a busy machine a touch may last so long that it is no tap
             self.touch("Start", self.point(selector))

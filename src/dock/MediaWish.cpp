@@ -11,8 +11,9 @@ namespace {
 
 // By the second poll, the source has carried out an order that came before the first.
 constexpr int pollsToSettle = 2;
-// After this many polls, two seconds, a wanted state will not come. A busy OBS needs some of this time.
-constexpr int pollsToReach = 8;
+// After this many polls, 1.25 seconds, a wanted state will not come: somebody else has changed the state meanwhile. A
+// busy OBS needs some of this time. A client's button must not show it for longer.
+constexpr int pollsToReach = 5;
 
 } // namespace
 

@@ -33,7 +33,7 @@ public:
 	Order look(obs_media_state now);
 
 private:
-	std::optional<obs_media_state> wanted;         // until it has come or two seconds have passed
+	std::optional<obs_media_state> wanted;         // until it has come or five polls have passed
 	obs_media_state before = OBS_MEDIA_STATE_NONE; // the state when the wish came
 	int polls = 0;                                 // since the source was asked
 	bool waiting = false;                          // the source has not been asked yet

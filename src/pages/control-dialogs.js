@@ -35,6 +35,8 @@ class ConnectDialog {
 			store.write(element("remember").checked ? { address, password } : null);
 			owner.connect(address, password);
 		};
+		// The page can do nothing yet, but the way back to this dialog stays.
+		this.dialog.oncancel = () => owner.client || owner.isLost(true, word("PageAddress"));
 		element("open-connect").onclick = () => this.open("");
 		element("reconnect").onclick = () => {
 			element("options").close();

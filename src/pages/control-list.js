@@ -94,6 +94,7 @@ class TrackList {
 			if (number ? Number(number) === place + 1 : !this.isFiltered() || matches(track))
 				this.shown.push(place);
 		});
+		this.box.hidden = this.shown.length === 0;
 		this.box.style.height = `${this.shown.length * rowHeight}px`;
 		this.box.classList.toggle("filtered", this.isFiltered());
 		this.rowByPlace = this.isFiltered() ? new Map(this.shown.map((place, row) => [place, row])) : null;
@@ -144,7 +145,23 @@ class TrackList {
 		for (const id of ids)
 			this.drawRow(id);
 		clearTimeout(this.settling);
-		this.settling = setTimeout(() => this.askTags(), settleMs);
+		this.settling = setTimeout(() => this.settle(), settleMs);
+	}
+
+	settle() {
+		this.askTags();
+		if (!this.isHeld)
+			this.sortElements();
+	}
+
+	// A screen reader goes by the order of the elements. One with the focus stays, because it would lose it.
+	sortElements() {
+		let next = null;
+		for (const row of [...this.rows.values()].sort((a, b) => b.y - a.y)) {
+			if (row.nextElementSibling !== next && !row.contains(document.activeElement))
+				this.box.insertBefore(row, next);
+			next = row;
+		}
 	}
 
 	element(id) {
@@ -183,7 +200,7 @@ class TrackList {
 		set(row.artistPart, track.artist ?? "");
 		const trouble = track.missing ? word("MissingFile") : word("StatusError");
 		const length = clock(track.durationMs);
-		set(row.lengthPart, bad ? trouble : current && this.position ? `${this.position} / ${length}` : length);
+		set(row.lengthPart, bad ? trouble : current && this.position ? `${this.position}\u00A0/ ${length}` : length);
 		row.classList.toggle("current", current);
 		row.classList.toggle("bad", Boolean(bad));
 		row.style.setProperty("--played", current ? this.played : 0);

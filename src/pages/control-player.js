@@ -51,8 +51,9 @@ class Player {
 		const icon = this.runs() ? "pause" : "play";
 		element("play").querySelector("use").setAttribute("href", `#icon-${icon}`);
 		element("play").setAttribute("aria-label", this.runs() ? word("Pause") : word("Play"));
-		if (head && document.activeElement !== element("end-mode"))
-			element("end-mode").value = head.endMode;
+		const endMode = element("end-mode");
+		if (head && endMode.value !== head.endMode && !endMode.matches(".taken"))
+			endMode.value = head.endMode;
 		for (const id of ["previous", "play", "stop", "next", "end-mode"])
 			element(id).disabled = !head;
 		this.tell(track);
@@ -106,7 +107,7 @@ class Player {
 		write("show-left", left && word("PageShowLeft", left));
 		if (this.slider.spoken !== position) {
 			this.slider.spoken = position;
-			this.slider.setAttribute("aria-valuetext", `${position} / ${clock(duration)}`);
+			this.slider.setAttribute("aria-valuetext", position && `${position} / ${clock(duration)}`);
 		}
 		this.owner.list.setPosition(shows ? clock(now) : "", shows ? now / duration : 0);
 	}

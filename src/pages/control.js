@@ -326,6 +326,8 @@ class Control {
 
 	say(text) {
 		clearTimeout(this.silence);
+		// An open dialog covers all that is not in it.
+		(document.querySelector("dialog[open]") ?? element("app")).append(element("message"));
 		element("message").textContent = text;
 		element("message").hidden = !text;
 		if (text)

@@ -262,11 +262,11 @@ void QueueObserver::announceFailure(const QString &id, TrackFailure failure, qsi
 void QueueObserver::announceMedia(obs_media_state state)
 {
 	const obs_media_state next = plainState(state);
+	if (next == OBS_MEDIA_STATE_PLAYING)
+		failedTitle.clear();
 	if (next == toldChange && next == toldState)
 		return;
 	toldChange = toldState = next;
-	if (next == OBS_MEDIA_STATE_PLAYING)
-		failedTitle.clear();
 	OBSDataAutoRelease data = currentData();
 	obs_data_set_string(data, "mediaState", mediaStateName(next));
 	remote.announce(mediaStateChanged, data);

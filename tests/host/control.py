@@ -6,7 +6,7 @@ import shutil
 from obs_config import SOURCE, vlc_source
 from obs_host import wait_for
 from page import open_page
-from show import expect, playing, queue_of, soon
+from show import MARK, expect, playing, queue_of, soon
 
 AXE = "js/node_modules/axe-core/axe.min.js"
 # Brings a row to the middle, waits as long as a hand needs for the way, and names the part that the finger goes to.
@@ -18,6 +18,10 @@ AIM = """(async (place, part) => {
     document.querySelector("#aim")?.removeAttribute("id");
     control.list.rows.get(id).querySelector(part).id = "aim";
 })"""
+
+FAULTS = "axe.run().then(({violations}) => violations.map(({id, nodes}) => id + nodes[0].html))"
+IS_IN_ORDER = """[...document.querySelectorAll(".row:not([hidden])")].map((row) => Number(row.ariaPosInSet))
+    .every((number, at, all) => at === 0 || all[at - 1] < number)"""
 
 
 class Hand:
@@ -46,6 +50,7 @@ class Hand:
         self.page.touch("End")
 
     def choose(self, select, value):
+        self.page.look(f"element('{select}').focus()")  # which stays there
         self.page.look(f"element('{select}').value = '{value}', element('{select}').dispatchEvent(new Event('change'))")
 
     def text(self, selector):
@@ -54,6 +59,8 @@ class Hand:
     def sees(self, what, names):
         soon(f"{what}, in the dock", lambda: queue_of(self.obs), names)
         soon(f"{what}, on the page", self.names, names)
+        wait_for(f"{what}, with the same mark", lambda: self.obs.labels() == self.page.look(
+            f"control.list.tracks.map(({{id, label}}) => (id === control.list.currentId ? '{MARK}' : '') + label)"))
 
     def media(self, what, state):
         soon(what, lambda: self.obs.media(SOURCE)[0], state)
@@ -70,6 +77,7 @@ def edit(hand, names, paths):
         place = names.index(name)
         names.insert(place + rows, names.pop(place))
         hand.sees(f"{name} moved", names)
+    soon("a screen reader hears the rows in their order", lambda: hand.page.look(IS_IN_ORDER), True)
     for name in (names[3], names[10]):
         hand.tap(name, ".remove")
         hand.sees(f"{name} removed", [other for other in names if other != name])
@@ -102,6 +110,9 @@ def play_through(hand, paths):
     hand.obs.choose("endMode", "Play Next")
     soon("the end mode on the page", lambda: page.look("element('end-mode').value"), "next")
     page.tap("#open-options")
+    page.look("control.tooLate()")
+    page.tap("#message")  # is not covered by the dialog
+    soon("the message goes", lambda: hand.text("#message"), "", 5)
     page.tap("#skip-failed")
     soon("the option in the dock", lambda: hand.obs.client.dock("GetQueue", limit=0)["skipFailed"], True)
     hand.obs.client.dock("SetStartAgain", enabled=True)
@@ -120,9 +131,18 @@ def check_accessibility(show, page):
     for shown in ("0", "control.tooLate()", "element('open-add').click()", "element('open-options').click()",
                   "control.dialog.open(word('PageLost'))", "askMove('film', 1, 2) && 0"):
         page.look(shown)
-        faults = page.look("axe.run().then(({violations}) => violations.map(({id, nodes}) => id + nodes[0].html))")
-        expect(f"faults of accessibility after {shown}", faults, [])
+        expect(f"faults of accessibility after {shown}", page.look(FAULTS), [])
         page.look("document.querySelector('dialog[open]')?.close()")
+
+
+def forget_the_address(page):
+    """Whoever closes the question for the address can have it again."""
+    page.call("Page.navigate", url=page.look("location.href").split("?")[0])
+    is_open = "document.querySelector('#connect')?.open ?? false"
+    soon("the page asks where OBS is", lambda: page.look(is_open), True)
+    page.look("element('connect').requestClose()")
+    page.tap("#open-connect")
+    soon("it asks again", lambda: page.look(is_open), True)
 
 
 def run(show):
@@ -141,9 +161,11 @@ def run(show):
         check_accessibility(show, page)
         show.end()
         soon("OBS is gone", lambda: page.look("element('app').inert && element('trouble').innerText !== ''"), True)
+        expect("faults of accessibility without OBS", page.look(FAULTS), [])
         hand.obs = show.start()
         hand.sees("OBS is back", names)
         soon("the page works again", lambda: page.look("element('app').inert"), False)
         hand.tap(names[7])
         soon("a track plays", lambda: playing(hand.obs, show.folder / names[7]), True)
+        forget_the_address(page)
     show.end()

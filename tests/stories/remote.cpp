@@ -130,6 +130,8 @@ TEST_F(Story, Remote)
 		{"wait 50; endMode Repeat; wait 50; deck?", "paused|P|1|2||0:02|"},
 		{"play Q; video; media error; look; wait 50; deck?", "stopped|Q|2|2|||Q"},
 		{"remove; wait 200; deck?", "stopped|||1|||Q"},
+		{"skipFailed; endMode Next; drop A R; start P; gone A; media ended; poll; look; video; wait 50; deck?", "starting|R|3|3|||A"},
+		{"media playing 1000 4000; poll; wait 450; deck?", "playing|R|3|3||0:03|"},
 	});
 	tell("the view stays as it is", "P Q R", {
 		{"select P Q; ask AddTracks {'paths': [{'path': '@A'}], 'position': 0}", "A [P] [Q] R | src P Q R | own | replaced -"},

@@ -246,7 +246,8 @@ TEST_F(Module, SaysWhenItRefusesItsHostAndWhenThereIsNoRemoteControl)
 	frontend->obsVersion++;
 	frontend->qtVersion = "6.8.99";
 	ASSERT_FALSE(loadModule());
-	EXPECT_EQ(log.constLast(), u"This build requires Qt %1; runtime is 6.8.99."_s.arg(QLatin1String(QT_VERSION_STR)));
+	EXPECT_EQ(log.constLast(),
+		  u"This build requires Qt %1; runtime is 6.8.99."_s.arg(QLatin1String(QT_VERSION_STR)));
 	frontend->qtVersion = QT_VERSION_STR;
 	ASSERT_TRUE(loadModule());
 	EXPECT_TRUE(log.constLast().endsWith(u" loaded; Qt %1; dock registered."_s.arg(QLatin1String(qVersion()))));

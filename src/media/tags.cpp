@@ -215,8 +215,7 @@ void TagReader::Worker::measure(const QString &path, std::unique_lock<std::mutex
 	lastAnswer = std::chrono::steady_clock::now();
 	nextLength = std::chrono::steady_clock::now() + bytes * 1min / bytesPerMinute;
 	if (reader && untold.isEmpty())
-		QMetaObject::invokeMethod(
-			reader, [to = reader] { to->measuredTimer.start(); }, Qt::QueuedConnection);
+		QMetaObject::invokeMethod(reader, [to = reader] { to->measuredTimer.start(); }, Qt::QueuedConnection);
 	untold.insert(path, sizeOf(read.stamp));
 }
 

@@ -65,8 +65,12 @@ void Story::begin(const QString &playlist)
 		show(sources[u"S"_s]);
 		obs_post_load_modules();
 		plugin.onEvent = [this] {
-			if (bound() && frontend->dock->objectName() == u"OBS-Reelhouse-content")
-				expectSameEverywhere();
+			if (!bound() || frontend->dock->objectName() != u"OBS-Reelhouse-content")
+				return;
+			expectSameEverywhere();
+			const auto &[name, data] = plugin.events.back();
+			const int index = data["dock"_L1].toInt() ? -1 : data["index"_L1].toInt(-1);
+			EXPECT_TRUE(index < 0 || ids().value(index) == data["id"_L1]) << name.toStdString();
 		};
 		sceneRequests = std::make_unique<QSignalSpy>(frontend->dock, SIGNAL(sceneSwitchRequested(QString)));
 	} else {

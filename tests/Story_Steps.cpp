@@ -329,6 +329,8 @@ void Story::addDockSteps()
 		toolsEntry()->menu()->actions()[position + 1]->menu()->actions().constLast()->trigger();
 		HeldClock::pass(1);
 	});
+	// The frontend ends it with its window.
+	on("loseDock", [this](const Words &) { delete frontend->others.take(2).data(); });
 	on("dropDocks", [this](const Words &) {
 		for (const int number : frontend->others.keys())
 			run({u"dropDock"_s, QString::number(number)});
@@ -346,8 +348,10 @@ void Story::addDockSteps()
 		for (int answers = 0; answers < 3; answers++) // of the docks to each other
 			QCoreApplication::sendPostedEvents();
 		QStringList docks = {describe(frontend->dock, u"1"_s)};
-		for (const QDockWidget *frame : std::as_const(frontend->others))
+		for (const QDockWidget *frame : std::as_const(frontend->others)) {
 			docks += describe(frame, frame->windowTitle().remove(u"Reelhouse "_s));
+			EXPECT_EQ(frame->toggleViewAction()->text(), frame->windowTitle().replace(u"&"_s, u"&&"_s));
+		}
 		answer = docks.join(u"; "_s);
 	});
 	on("toolsMenu?", [this](const Words &) {
@@ -422,7 +426,7 @@ void Story::addQuestions()
 		for (const auto &[name, data] : std::exchange(told, {})) {
 			QString line = QString(name).remove(u"Changed"_s);
 			for (const char *key :
-			     {"total", "label", "endMode", "reason", "skipFailed", "startAgain", "count"})
+			     {"total", "label", "endMode", "reason", "skipFailed", "startAgain", "count", "durationMs"})
 				line += u' ' + data[QLatin1String(key)].toVariant().toString();
 			if (name.startsWith(u"Media"))
 				line += data["mediaState"_L1].toString().section(u'_', -1).toLower();
@@ -450,8 +454,8 @@ void Story::addQuestions()
 			return;
 		}
 		QStringList texts;
-		for (const char *key :
-		     {"mediaState", "title", "position", "total", "nextTitle", "trackRemaining", "failed"})
+		for (const char *key : {"mediaState", "title", "position", "total", "nextTitle", "trackRemaining",
+					"showRemaining", "failed"})
 			texts += lastTold[last][QLatin1String(key)].toString();
 		answer = texts.join(u'|');
 	});

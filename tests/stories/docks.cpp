@@ -16,8 +16,10 @@ TEST_F(Story, Docks)
 		{"2: choose S; docks?", "1: (S (Reelhouse 2)) U; 2 · S: [S] U | P Q"},
 		{"choose U; 2: choose; choose S; docks?", "1: [S] U | P Q; 2: (S (Reelhouse)) U"},
 		{"addDock; addDock; toolsMenu?", "Reelhouse, Reelhouse 2, Reelhouse 3, Reelhouse 4, , -Add Another Dock"},
+		{"tools?", "-findMissingFiles -bringBackReplacedQueue"},
 		{"dropDock 3; 4: choose U; toolsMenu?", "Reelhouse, Reelhouse 2, Reelhouse 4 · U, , Add Another Dock"},
 		{"addDock; dropDock 4; dropDock 2; docks?", "1: [S] U | P Q; 3: (S (Reelhouse)) U"},
+		{"addDock; 2: choose U; wait 200; told?; dropDock; told?", "2: Queue 0"},
 		{"dropDock 3; toolsMenu?", "Skip Tracks That Cannot Play, Start Again After Last Track, , Show Current Track In, , Add Another Dock"},
 	});
 	tell("a dock waits for its source, and for the dock that has it", "P Q", {
@@ -45,5 +47,12 @@ TEST_F(Story, Docks)
 		{"2: choose T; 2: play A; dropDock; docks?", "1: [S] (T (Reelhouse 2)) | P ▶Q R; 2 · T: (S (Reelhouse)) [T] | Z ▶A"},
 		{"video T; wait 1; docks?", "1: [S] T | P ▶Q R"},
 		{"choose T", "[Z] ▶A | src A | managed | replaced X Y | next | does stop, stop, stop, stop"},
+		{"addDock; 2: choose S; wait 600; told?; 2: drop B; drop C; wait 200; told?", "2: Queue 4, Queue 3"},
+		{"saves?; wait 600; saves?", "1"},
+		{"dropDock; saves?", "1"},
+		{"addDock; restart; docks?", "1: S [T] | Z ▶A C; 2: S (T (Reelhouse))"},
+		{"2: choose S; choose; ask Stop {'sourceName': 'W'}", "no source | otherSource"},
+		{"2: play P; dropDock; suspend; resume; docks?", "1: S T"},
+		{"addDock; loseDock; toolsMenu?", "-Skip Tracks That Cannot Play, -Start Again After Last Track, , Show Current Track In, , Add Another Dock"},
 	});
 }

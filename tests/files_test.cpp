@@ -5,6 +5,11 @@
 #include <QMessageBox>
 #include <QProgressDialog>
 
+#include <csignal>
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+
 #include "SlowDisk.hpp"
 #include "Story.hpp"
 
@@ -96,6 +101,35 @@ TEST_F(Files, OnADiskThatHangsAreShownWhenItAnswers)
 	EXPECT_TRUE(waitFor([&] { return rows() == u"a.mp3 1, a.mp3.gone -3, quick.mp3 5, a.mp3 1, b.mp3 2"_s; }));
 }
 
+TEST_F(Files, OnManyDisksThatHangDoNotKeepTheOthersFromAnswering)
+{
+	QStringList hanging;
+	for (int i = 0; i < 20; i++) {
+		const QString name = u"hangs%1"_s.arg(i);
+		ASSERT_TRUE(QDir(folder.path()).mkdir(name));
+		hanging += makeFile(name + u"/a"_s);
+	}
+	const QString quick = makeFile(u"quick"_s, "abcde"), late = makeFile(u"hangs not for long"_s, "ab");
+	const OBSSource source = makeSource(u"S"_s, hanging), mixed = makeSource(u"M"_s, hanging + QStringList(quick)),
+			soon = makeSource(u"L"_s, {late});
+	const auto lastSize = [this] {
+		return list()->item(list()->count() - 1)->data(SizeRole).toString();
+	};
+	SlowDisk::hang();
+	show(source);
+	for (int i = 0; i < 6; i++) {
+		choose(mixed);
+		EXPECT_EQ(lastSize(), u"5"_s) << "the time " << i;
+		choose(source);
+	}
+	const auto disk = std::async(std::launch::async, [] {
+		std::this_thread::sleep_for(std::chrono::milliseconds(200));
+		SlowDisk::answer();
+	});
+	choose(soon);
+	EXPECT_EQ(lastSize(), u"2"_s) << "for which an operation waits a second";
+}
+
 TEST_F(Files, PlaylistsAreRead)
 {
 	for (const QString &name : {u"a b.mp3"_s, u"50%25.mp3"_s, u"50%.mp3"_s, u"é.mp3"_s})
@@ -112,6 +146,7 @@ TEST_F(Files, PlaylistsAreRead)
 		{"marked.m3u", "\xEF\xBB\xBF\xC3\xA9.mp3", "é.mp3"},
 		{"latin1.m3u", "\xE9.mp3", "é.mp3"},
 		{"mixed.m3u8", "\xC3\xA9.mp3\r\x80\xE9.mp3\r\nc", "é.mp3|€é.mp3|c"},
+		{"mac.m3u", "a\rb", "a|b"},
 		{"utf16.pls", bytes("\xFF\xFE" "F\0i\0l\0e\0" "1\0=\0\xE9\0\n\0F\0i\0l\0e\0" "2\0=\0\x00\xD8\n\0\n"), "é"},
 		{"odd.m3u", bytes("\xFF\xFE" "a\0\n\0b"), "a"},
 		{"urls.m3u8", "file:///x%20y.mp3\nFILE://localhost/z\nfile:///a%00b\nhttp://h/?y#z", "/x y.mp3|/z|http://h/?y#z"},
@@ -123,8 +158,8 @@ TEST_F(Files, PlaylistsAreRead)
 		{"long.m3u", QByteArray(70'000, 'a') + "\nb", "b"},
 		{"numbered.pls", "[playlist]\r\nFile10=c\r\nTitle2=t\nfile2= http://h/\nFile1=a=b\nFileX=no", "a=b|http://h/|c"},
 		{"good.xspf", xspf + "<track><title>t</title><location> a%20b%3F&amp; </location><location>2nd</location></track>"
-			      "<track/><track><extension><location>no</location></extension><location>rtsp://h/%20</location>"
-			      "</track><track><location>file:///%C3%A9</location></track>" + end, "sub/a b?&|rtsp://h/%20|/é"},
+			      "<track/><track><extension><location>no</location></extension><location>rtsp://h/ü%20</location>"
+			      "</track><track><location>file:///%C3%A9</location></track>" + end, "sub/a b?&|rtsp://h/ü%20|/é"},
 		{"short.xspf", xspf + "<track><location>a</location></track><track>&</track>", "sub/a"},
 		{"latin1.xspf", xspf + "<track><title>\xE9</title><location>\xE9</location></track>" + end, "sub/é"},
 		{"entity.xspf", "<!DOCTYPE p [<!ENTITY a 'aaaaaaaaaa'><!ENTITY b '&a;&a;&a;&a;&a;&a;&a;&a;&a;&a;'>"
@@ -151,6 +186,7 @@ TEST_F(Files, PlaylistsComeBack)
 	for (const QString &name : {u"plain"_s, u" two  spaces .mp3"_s, u"#1.mp3"_s, u"a?b&<c>\"'.mp3"_s,
 				    u"50%25.mp3"_s, u"back\\slash"_s, u"line\nend"_s, u"C:/x"_s, u"sub/🎵 é ש.mp3"_s})
 		entries.append({folder.filePath(name), name});
+	entries.append({folder.path() + u"2/beside"_s, u"beside"_s});
 	QStringList wanted;
 	for (const PlaylistEntry &entry : entries)
 		wanted += entry.path;
@@ -159,10 +195,23 @@ TEST_F(Files, PlaylistsComeBack)
 		EXPECT_EQ(readPlaylist(at(name)).paths, wanted) << name.toStdString();
 		EXPECT_FALSE(writePlaylist(at(u"absent/"_s + name), entries).isEmpty());
 	}
-	QFile file(at(u"out.m3u8"_s));
-	ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-	EXPECT_TRUE(file.readAll().startsWith("#EXTM3U\n#EXTINF:62,A B\nhttp://h/ü x?y=%20#z\n"
-					      "#EXTINF:-1,</title>\n/m/a\n#EXTINF:-1,plain\nplain\n"));
+	const auto contentOf = [this](const QString &name) {
+		QFile file(at(name));
+		return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+	};
+	EXPECT_TRUE(contentOf(u"out.xspf"_s).contains("<duration>61500</duration>"));
+	const QByteArray written = contentOf(u"out.m3u8"_s);
+	EXPECT_TRUE(written.startsWith("#EXTM3U\n#EXTINF:62,A B\nhttp://h/ü x?y=%20#z\n"
+				       "#EXTINF:-1,</title>\n/m/a\n#EXTINF:-1,plain\nplain\n"));
+	// The disk is full.
+	const rlimit full{1, RLIM_INFINITY};
+	const auto handler = signal(SIGXFSZ, SIG_IGN);
+	ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &full), 0);
+	EXPECT_FALSE(writePlaylist(at(u"out.m3u8"_s), entries).isEmpty());
+	const rlimit free{RLIM_INFINITY, RLIM_INFINITY};
+	ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &free), 0);
+	signal(SIGXFSZ, handler);
+	EXPECT_EQ(contentOf(u"out.m3u8"_s), written);
 }
 
 TEST_F(Files, ThePlaylistFilesOfTheToolsMenu)
@@ -216,6 +265,10 @@ TEST_F(Files, AreReadAsFarAsTheyCanBe)
 		for (const auto &[name, content, says] :
 		     {std::tuple(u"half.m3u"_s, lines, "these lines: 2, 4"),
 		      std::tuple(u"half.xspf"_s, xspf, "up to line 3"),
+		      std::tuple(u"many.m3u"_s, "d\n" + QByteArray("file:///%00\n").repeated(11),
+				 "these lines: 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, "),
+		      std::tuple(u"turned.pls"_s, QByteArray("File3=d\nFile2=file:///%00\nFile1=file:///%00"),
+				 "these lines: 2, 3"),
 		      std::tuple(u"none.m3u"_s, QByteArray(70'000, 'a'), "these lines: 1")}) {
 			pickFile("importPlaylist", makeFile(name, content));
 			EXPECT_EQ(rowPaths().last(), folder.filePath(u"d"_s));
@@ -251,11 +304,12 @@ TEST_F(Files, ThatMovedAreFound)
 		for (const QString &name : {u"new/s/loop"_s, u"new/s/loop2"_s})
 			EXPECT_TRUE(QFile::link(at(u"new"_s), at(name)));
 		EXPECT_TRUE(QFile::link(at(u"nowhere"_s), at(u"new/B"_s)));
+		EXPECT_EQ(mkfifo(at(u"new/C"_s).toUtf8().constData(), 0600), 0);
 	};
 	on("loop", [&loop](const Words &) { loop(); });
 	tell("the nearest file of the name", "old/1/A old/2/A old/B C http://h/B", {
 		{"find .", "[old/1/A] old/2/A old/B C http://h/B | src old/1/A old/2/A old/B C http://h/B | own | replaced - | nothingMissing"},
-		{"place new/2/A new/x/1/A new/s/t/B new/s/B new/.h/C; loop; start old/1/A; media playing; look", "▶[old/1/A] old/2/A old/B C http://h/B | src old/1/A | managed | replaced -"},
+		{"place new/2/A new/x/1/A new/a/t/B new/s/B new/.h/C; loop; start old/1/A; media playing; look", "▶[old/1/A] old/2/A old/B C http://h/B | src old/1/A | managed | replaced -"},
 		{"moved old/1/A old/2/A old/B C; refresh; find nowhere", "▶[old/1/A] old/2/A old/B C http://h/B | src old/1/A | managed | replaced - | ⚠ Could not read the folder nowhere"},
 		{"told?; find new ask SelectSource {'sourceName':'T'}; told?", "Queue 2, CurrentTrack, MissingFilesSearched cancelled"},
 		{"choose S; search old/; find new ask FindMissingFiles {'folder':'/'}", "▶(new/x/1/A) (new/2/A) (new/s/B) (C) (http://h/B) | src new/x/1/A | managed | replaced - | searching | ⚠ Missing files found: 3; still missing: 1"},
@@ -266,9 +320,18 @@ TEST_F(Files, ThatMovedAreFound)
 		{"restart; look", "▶[new/x/1/A] new/2/A new/s/B C http://h/B | src new/x/1/A | managed | replaced -"},
 	});
 	tell("a switch that waits, and the undo", "old/A Q old/B", {
-		{"place new/A new/B; select old/B; remove; moved old/A old/B; play old/A; play Q; find new", "new/A ▶[Q] | src old/A Q old/B | managed (own) | replaced - | waits | Missing files found: 1; still missing: 0"},
+		{"place new/A new/B new/Q; select old/B; remove; moved old/A old/B; play old/A; play Q; find new", "new/A ▶[Q] | src old/A Q old/B | managed (own) | replaced - | waits | Missing files found: 1; still missing: 0"},
 		{"video; look; look", "new/A ▶[Q] | src Q | managed | replaced - | Missing files found: 1; still missing: 0"},
 		{"undoRemove", "new/A ▶Q [new/B] | src Q | managed | replaced -"},
+	});
+	on("hang", [](const Words &) { SlowDisk::hang(); });
+	on("seen", [this](const Words &words) {
+		const auto *shown = child<QProgressDialog>("findMissingFilesProgress")->findChild<QLabel *>();
+		EXPECT_TRUE(waitFor([&] { return shown->text().endsWith(u"Files seen: "_s + words[0]); }));
+		SlowDisk::answer();
+	});
+	tell("names as other systems write them", "hangs/e\u0301", {
+		{"ask AddTracks {'paths': [{'path': 'C:\\\\s\\\\W'}]}; place there/\u00e9 there/s/W; moved hangs/e\u0301; hang; find there seen 2", "[there/\u00e9] there/s/W | src there/\u00e9 | own | replaced - | Missing files found: 2; still missing: 0"},
 	});
 	tell("both queues, after an edit that no poll has seen", "old/A Q", {
 		{"place new/A new/B; moved old/A old/B; elsewhere old/B; edit S old/B old/B; find new wait 0", "[new/B] new/B | src new/B new/B | own | replaced new/A Q | Missing files found: 2; still missing: 0"},
@@ -288,6 +351,11 @@ TEST_F(Files, TheCurrentTrackStandsInATextSource)
 	on("text?", [&, this](const Words &) {
 		answer = settingsOf(text)["text"_L1].toString();
 		EXPECT_TRUE(settingsOf(text)["outline"_L1].toBool());
+	});
+	on("showInOther", [this](const Words &words) {
+		QMenu *menu = toolsEntry()->menu()->actions()[1]->menu();
+		Q_EMIT menu->aboutToShow();
+		menu->findChild<QMenu *>(u"showCurrentTrackIn"_s)->actions()[words[0].toInt()]->trigger();
 	});
 	tell("the title of what plays", "One.song.mp3 http://h/two",
 	     {
@@ -310,6 +378,18 @@ TEST_F(Files, TheCurrentTrackStandsInATextSource)
 		     {"resume; text?", "two"},
 		     {"showIn 0; text?", ""},
 		     {"showIn 1; text?", "two"},
+		     {"select http://h/two; remove; text?", ""},
+	     });
+	tell("of two docks the one whose track started last", "P Q",
+	     {
+		     {"addDock; 2: choose T; showIn 1; showInOther 1; start P; 2: play X; video T; 2: media playing; look; text?",
+		      "X"},
+		     {"play Q; video; look; look; text?", "Q"},
+		     {"2: media ended; poll; text?", "Q"},
+		     {"2: media playing; 2: play Y; video T; look; media ended; look; text?", "Y"},
+		     {"start P; showIn 0; showIn 1; 2: play X; video T; look; showIn 0; text?", "X"},
+		     {"showIn 1; start Q; 2: play Y; video T; look; text?", "Y"},
+		     {"loseDock; look; text?", "Q"},
 	     });
 	// clang-format off: a line is a step
 	if (canReadTags)
@@ -317,11 +397,13 @@ TEST_F(Files, TheCurrentTrackStandsInATextSource)
 		     {
 			     {"endMode Next; showIn 1; look; song P One Ann 1600; song Q Two Ben 61000; play P; read One Two; title?", "Ann – One"},
 			     {"video; media playing 500 1600; poll; text?", "Ann – One"},
-			     {"wait 100; deck?", "playing|One|1|2|Two|0:01|"},
+			     {"wait 100; deck?", "playing|One|1|2|Two|0:01|1:02|"},
 			     {"ask? all GetQueue {'limit': 0}", "{'artist':'Ann','canBringBack':false,'canUndo':false,'currentId':'#P','currentIndex':0,'cursor':500,'duration':1600,'durationMs':1600,'endMode':'next','mediaState':'OBS_MEDIA_STATE_PLAYING','queueDurationMs':62600,'queueRemainingMs':62100,'skipFailed':false,'sourceName':'S','sourceUuid':'S','startAgain':false,'success':true,'title':'One','total':2,'tracks':[],'unknownLengths':0,'unknownRemaining':0,'upcoming':[{'id':'#Q','index':1}]}"},
 			     {"ask? remainingMs GetQueue {'tags': true}", "{'remainingMs':62100}"},
-			     {"song R Three Cy 2000; drop R; lengths; ask? queueDurationMs GetQueue {'limit': 0}", "{'queueDurationMs':64600}"},
-			     {"type {'text':'mine'}; look; text?", "Ann – One"},
+			     {"media playing; endMode; wait 1000; deck?", "playing|One|1|2|||1:02|"},
+			     {"endMode Next; wait 200; told?; play Q; video; song R Three Cy 2000; drop R; read Three; wait 200; told?", "CurrentTrack Q 61000, Queue 3"},
+			     {"lengths; ask? queueDurationMs GetQueue {'limit': 0}", "{'queueDurationMs':64600}"},
+			     {"type {'text':'mine'}; look; text?", "Ben – Two"},
 		     });
 	// clang-format on
 	pickFile("exportPlaylist", at(u"lengths"_s));

@@ -32,7 +32,7 @@ protected:
 		return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 	}
 	static Tags readTags(const QString &path) { return readFile(path, false); }
-	const QString title = u"Größe – 日本 😀"_s;
+	QString title = u"Größe – 日本 😀"_s;
 };
 
 TEST_F(MediaTags, AreReadWhateverTheFileIsCalled)
@@ -54,10 +54,36 @@ TEST_F(MediaTags, AreReadWhateverTheFileIsCalled)
 	check(media(u"mkv"_s, u"sine=d=1"_s, named), u"mkv"_s, {});
 	check(media(u"aac"_s), u"aac"_s, {});
 	check(media(u"ts"_s, film), u"ts"_s, {});
+	const auto lengthOf = [this](const QByteArray &content) {
+		return static_cast<double>(readTags(makeFile(u"long"_s, content)).durationMs);
+	};
+	EXPECT_NEAR(lengthOf(media(u"ts"_s, u"testsrc=s=32x32:d=3[out0];sine=d=1[out1]"_s)), 3000, 100);
+	const QByteArray sound = media(u"aac"_s);
+	EXPECT_NEAR(lengthOf(sound.repeated(1000)) / lengthOf(sound), 1000, 10);
+	EXPECT_EQ(readTags(makeFile(u"album"_s, media(u"flac"_s, u"sine=d=1"_s,
+						      u"flac -metadata artist= -metadata album_artist=Ann"_s)))
+			  .artist,
+		  u"Ann"_s);
 	makeFile(u"text.mp3"_s, "no media");
 	ASSERT_EQ(mkfifo(folder.filePath(u"pipe.mp3"_s).toUtf8().constData(), 0600), 0);
 	for (const QString &name : {u"missing.mp3"_s, u"text.mp3"_s, u"pipe.mp3"_s, u"."_s})
 		EXPECT_EQ(readTags(folder.filePath(name)), Tags()) << name.toStdString();
+}
+
+TEST_F(MediaTags, AreOneLineOfBoundedLength)
+{
+	const QString most(499, u'x');
+	for (const auto &[given, shown] :
+	     {std::pair(u" A\n B\x02 "_s, u"A B"_s), {most + u"yz"_s, most + u'y'}, {most + u"😀"_s, most}}) {
+		title = given;
+		EXPECT_EQ(readTags(makeFile(u"a"_s, media(u"flac"_s))).title, shown);
+	}
+	title = u"ö"_s;
+	EXPECT_EQ(readTags(makeFile(u"a"_s, media(u"flac"_s).replace("=ö", "=\xC3-"))).title, QString());
+	qint64 bytes = 0;
+	ASSERT_TRUE(QFile(makeFile(u"endless.mp3"_s, media(u"mp3"_s))).resize(qint64(1) << 30));
+	readFile(folder.filePath(u"endless.mp3"_s), false, &bytes);
+	EXPECT_TRUE(bytes > 0 && bytes <= 16 << 20) << bytes;
 }
 
 TEST_F(MediaTags, OfCutAndHostileFilesAreTheRightOnesOrNone)
@@ -95,6 +121,7 @@ TEST_F(MediaTags, AreToldWhenTheyBecomeKnownAndWhenTheyChange)
 {
 	TagReader reader(nullptr);
 	QSignalSpy told(&reader, &TagReader::tagsRead), all(&reader, &TagReader::tagsRead);
+	QSignalSpy changed(&reader, &TagReader::filesChanged);
 	// Asks once: a further look at the file would see how the test writes it anew.
 	const auto next = [&](const QString &path) {
 		told.clear();
@@ -103,15 +130,23 @@ TEST_F(MediaTags, AreToldWhenTheyBecomeKnownAndWhenTheyChange)
 			QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
 		return reader.known(path);
 	};
-	const QString path = makeFile(u"a.flac"_s, media(u"flac"_s));
+	QByteArray content = media(u"flac"_s);
+	const QString path = makeFile(u"a.flac"_s, content);
 	EXPECT_EQ(reader.known(path), Tags());
 	EXPECT_EQ(next(path).title, title);
+	QFile file(makeFile(u"a.flac"_s, content.replace("Gr", "gr")));
+	ASSERT_TRUE(file.open(QIODevice::Append) &&
+		    file.setFileTime(QDateTime::currentDateTime().addSecs(9), QFile::FileModificationTime));
+	title[0] = u'g';
+	EXPECT_EQ(next(path).title, title) << "of a file that is as long as before";
 	makeFile(u"a.flac"_s, "no media any more");
 	EXPECT_EQ(reader.cached(path)->title, title) << "until the file was looked at";
 	EXPECT_EQ(next(path), Tags());
+	reader.cached(path);
 	for (int i = 0; i < 20; i++)
 		EXPECT_EQ(next(folder.filePath(QString::number(i))), Tags());
-	EXPECT_EQ(all.size(), 2 + 20) << "a file that has not changed is not told of";
+	EXPECT_EQ(all.size(), 3 + 20) << "a file that has not changed is not told of";
+	EXPECT_EQ(changed.size(), 3);
 	for (int i = 0; i < 300; i++)
 		reader.cached(folder.filePath(u"waits %1"_s.arg(i))); // while the reader ends
 }
@@ -136,9 +171,76 @@ TEST_F(MediaTags, AreGivenToOtherThreadsWithoutADiskThatHangs)
 	while (!asked(u"hangs 2.flac"_s).get().constFirst())
 		QCoreApplication::processEvents();
 	SlowDisk::hang();
+	waits = asked(u"hangs again.flac"_s);
+	SlowDisk::awaitQuestion();
+	std::this_thread::sleep_for(std::chrono::milliseconds(100)); // until it waits
+	SlowDisk::answer();
+	EXPECT_EQ(waits.get().constFirst()->title, title) << "another one may wait";
+	SlowDisk::hang();
 	waits = asked(u"hangs at the close.flac"_s);
 	SlowDisk::awaitQuestion();
 	reader.endWaits();
-	EXPECT_EQ(waits.get(), nothing);
+	waits.wait_until(std::chrono::system_clock::now() +
+			 std::chrono::milliseconds(1500)); // one that still waits gets the answer
 	SlowDisk::answer();
+	EXPECT_EQ(waits.get(), nothing);
+}
+
+TEST_F(MediaTags, OfWhatWasAskedForLastComeFirst)
+{
+	TagReader reader(nullptr);
+	QSignalSpy told(&reader, &TagReader::tagsRead);
+	const auto path = [this](int number) {
+		return folder.filePath(QString::number(number));
+	};
+	SlowDisk::hang();
+	reader.cached(makeFile(u"hangs"_s));
+	SlowDisk::awaitQuestion();
+	for (int i = 0; i <= 300; i++)
+		reader.cached(path(i));
+	SlowDisk::answer();
+	ASSERT_TRUE(waitFor([&] { return told.size() == 301; }));
+	EXPECT_EQ(told[1][0], path(300));
+	reader.cached(path(0));
+	EXPECT_TRUE(waitFor([&] { return told.size() == 302; })) << "one that gave way may be asked for again";
+	SlowDisk::hang();
+	reader.cached(makeFile(u"hangs too"_s));
+	SlowDisk::awaitQuestion();
+	passTime(1'000'000);
+	reader.cached(path(301));
+	EXPECT_TRUE(waitFor([&] { return told.size() == 303; })) << "another thread reads while a disk hangs";
+	SlowDisk::answer();
+}
+
+TEST_F(MediaTags, LengthsAreReadOfTheFilesOfTheLastList)
+{
+	TagReader reader(nullptr);
+	QHash<QString, qint64> sizes;
+	qsizetype changed = 0;
+	QObject::connect(&reader, &TagReader::filesChanged, [&](const QHash<QString, qint64> &now) {
+		sizes.insert(now);
+		changed += now.size();
+	});
+	const auto make = [this](const QString &name, int seconds) {
+		const QByteArray content = media(u"flac"_s, u"sine=d=%1"_s.arg(seconds));
+		return std::pair<QString, qint64>(makeFile(name, content), content.size());
+	};
+	const auto known = [&](qsizetype count) {
+		EXPECT_TRUE(waitFor([&] { return changed == count; }));
+		QStringList all;
+		for (const auto &[path, ms] : reader.lengths().asKeyValueRange())
+			all += u"%1 %2"_s.arg(path.last(1)).arg(ms);
+		all.sort();
+		return all.join(u", "_s);
+	};
+	const auto a = make(u"a"_s, 1), b = make(u"b"_s, 1), c = make(u"c"_s, 1);
+	reader.readLengths({a, b});
+	EXPECT_EQ(known(2), u"a 1000, b 1000"_s);
+	EXPECT_EQ(sizes[a.first], a.second);
+	SlowDisk::hang();
+	reader.readLengths({make(u"a hangs"_s, 1), c});
+	SlowDisk::awaitQuestion();
+	reader.readLengths({a, make(u"b"_s, 2)});
+	SlowDisk::answer();
+	EXPECT_EQ(known(4), u"a 1000, b 2000, s 1000"_s);
 }

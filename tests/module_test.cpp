@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "Host.hpp"
+#include "WebSocketPlugin.hpp"
 
 #include <QDir>
 #include <QFile>
@@ -193,6 +194,44 @@ TEST_F(Module, RemembersTheSourceAndTheTimeDisplay)
 	EXPECT_EQ(child<QLabel>("message")->text(), u"⚠ Could not create the settings folder"_s);
 	QTest::mouseClick(child<QWidget>("playbackTime"), Qt::RightButton);
 	EXPECT_EQ(child<QLabel>("playbackTime")->text(), u"−—:—"_s) << "which only the left button changes";
+}
+
+TEST_F(Module, HasTheDocksThatTheUserAdded)
+{
+	WebSocketPlugin plugin;
+	const OBSSource a = makeSource(u"A"_s, {}), b = makeSource(u"B"_s, {}), c = makeSource(u"C"_s, {});
+	const auto save = [this](int number, obs_source_t *source) {
+		return makeFile(u"config/obs-reelhouse/settings-%1.json"_s.arg(number),
+				"{\"sourceUuid\":\"" + uuidOf(source).toUtf8() + "\"}");
+	};
+	const auto selected = [this](int number) {
+		return frontend->others.value(number)->findChild<QComboBox *>(u"sourceSelector"_s)->currentText();
+	};
+	ASSERT_TRUE(QDir(folder.path()).mkpath(u"config/obs-reelhouse"_s));
+	save(2, a);
+	save(4, b);
+	ASSERT_TRUE(loadModule());
+	obs_post_load_modules();
+	frontend->send(OBS_FRONTEND_EVENT_FINISHED_LOADING);
+	ASSERT_EQ(frontend->others.keys(), (QList{2, 4}));
+	EXPECT_EQ(selected(2) + selected(4), u"AB"_s);
+	EXPECT_TRUE(plugin.request("GetQueue", R"({"sourceName": "B"})")["success"_L1].toBool());
+	// What a dock has left behind is not the choice of the next one, which comes back as well.
+	QFile left(save(3, c));
+	frontend->toolsMenu.findChild<QAction *>(u"addAnotherDock"_s)->trigger();
+	QCoreApplication::processEvents();
+	ASSERT_TRUE(frontend->others.contains(3));
+	EXPECT_EQ(selected(3), u"Select a VLC Video Source"_s);
+	ASSERT_TRUE(left.remove() && QDir().mkdir(left.fileName()));
+	frontend->toolsMenu.findChild<QAction *>(QString(), Qt::FindDirectChildrenOnly)
+		->menu()
+		->actions()[2]
+		->menu()
+		->actions()
+		.constLast()
+		->trigger();
+	passTime(1);
+	EXPECT_EQ(frontend->log.constLast(), u"The settings of Reelhouse 3 cannot be removed: it will be back."_s);
 }
 
 TEST_F(Module, HoldsThePictureOfTheSourceThatCarriesItsFilter)

@@ -1,13 +1,9 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
-#include "SlowDisk.hpp"
 #include "Story.hpp"
 
 #include <atomic>
 #include <future>
 
-#include "media/readFile.hpp"
-
-using namespace reelhouse;
 using namespace Qt::StringLiterals;
 
 // Requests come on threads of the WebSocket plug-in's, which may be many, and may wait for nobody.
@@ -90,32 +86,6 @@ TEST_F(Threads, OnceTheRemoteControlIsClosedNobodyWaitsForItOrHearsOfIt)
 	choose(sources[u"T"_s]);
 	passTime(2000);
 	EXPECT_TRUE(plugin.events.empty());
-}
-
-TEST_F(Threads, ARequestWaitsForTagsButNotAtTheClose)
-{
-	step(u"song hangs1 One Ann 1600; song hangs2 Two Ben 1600"_s);
-	for (const bool closes : {false, true}) {
-		SlowDisk::hang();
-		step(closes ? u"ask AddTracks {'paths': [{'path': '@hangs2'}]}"_s
-			    : u"ask AddTracks {'paths': [{'path': '@hangs1'}]}"_s);
-		auto response = std::async(std::launch::async, [this, closes] {
-			return plugin.request("GetQueue", closes ? R"({"offset": 4, "tags": true})"
-								 : R"({"offset": 3, "tags": true})");
-		});
-		std::this_thread::sleep_for(std::chrono::milliseconds(300)); // until it waits for this thread
-		QCoreApplication::sendPostedEvents();
-		if (closes)
-			frontend->send(OBS_FRONTEND_EVENT_SCRIPTING_SHUTDOWN);
-		if (closes) // one that still waits gets the answer
-			response.wait_until(std::chrono::system_clock::now() + std::chrono::milliseconds(1500));
-		SlowDisk::answer();
-		while (response.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
-			QCoreApplication::sendPostedEvents();
-		const QJsonObject queue = response.get();
-		EXPECT_TRUE(!canReadTags || queue["complete"_L1].toBool() != closes);
-		EXPECT_TRUE(!canReadTags || closes || queue["queueDurationMs"_L1] == 1600) << "with what was read";
-	}
 }
 
 TEST_F(Threads, ARequestThatHasBegunIsAnsweredWithWhatBecameOfIt)

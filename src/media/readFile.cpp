@@ -264,6 +264,21 @@ QString tagIn(const AVFormatContext *format, const char *key)
 	return entry ? oneLine(entry->value) : QString();
 }
 
+Tags tagsOf(AVFormatContext *format)
+{
+	Tags tags;
+	qint64 length = toldLength(format);
+	if (length == 0)
+		length = probedLength(format);
+	if (length >= perMillisecond)
+		tags.durationMs = length / perMillisecond;
+	tags.title = tagIn(format, "title");
+	tags.artist = tagIn(format, "artist");
+	if (tags.artist.isEmpty())
+		tags.artist = tagIn(format, "album_artist");
+	return tags;
+}
+
 } // namespace
 
 Tags readFile(const QString &path, const std::atomic<bool> &stopped, qint64 *bytes)
@@ -278,18 +293,7 @@ Tags readFile(const QString &path, const std::atomic<bool> &stopped, qint64 *byt
 	auto *buffer = static_cast<uint8_t *>(av_malloc(bufferSize));
 	const InputContext io(avio_alloc_context(buffer, bufferSize, 0, &input, Input::read, nullptr, Input::seek));
 	const FormatContext format = io ? openFormat(io.get(), input, info.suffix()) : nullptr;
-	if (!format)
-		return {};
-	Tags tags;
-	qint64 length = toldLength(format.get());
-	if (length == 0)
-		length = probedLength(format.get());
-	if (length >= perMillisecond)
-		tags.durationMs = length / perMillisecond;
-	tags.title = tagIn(format.get(), "title");
-	tags.artist = tagIn(format.get(), "artist");
-	if (tags.artist.isEmpty())
-		tags.artist = tagIn(format.get(), "album_artist");
+	Tags tags = format ? tagsOf(format.get()) : Tags();
 	if (bytes)
 		*bytes += input.bytesRead();
 	return tags;

@@ -117,6 +117,7 @@ TEST_F(Story, Remote)
 		{"start P; media stopped; play Q; midway refresh; ask? mediaState GetQueue", "{'mediaState':'OBS_MEDIA_STATE_OPENING'}"},
 		{"ask? upcoming GetQueue; start P; ask? upcoming GetQueue", "{'upcoming':[{'id':'#Q','index':1},{'id':'#R','index':2}]}"},
 		{"endMode Repeat; ask? upcoming GetQueue", "{'upcoming':[]}"},
+		{"endMode Next; gone Q; refresh; ask? upcoming GetQueue", "{'upcoming':[]}"},
 	});
 	tell("a deck that sees the last event alone shows the truth once it rests", "P Q", {
 		{"wait 200; told?; endMode Next; wait 40; deck?", "dark"},

@@ -21,7 +21,7 @@ QByteArray everythingOf(obs_source_t *source)
 
 // Steps and requests that change the queue by the user's will.
 const QStringList edits =
-	u"drop drag remove moveUp moveDown moveTop moveBottom AddTracks RemoveTracks MoveTrack undoRemove "
+	u"drop drag moveOnto remove moveUp moveDown moveTop moveBottom AddTracks RemoveTracks MoveTrack undoRemove "
 	"UndoRemove burst key"_s.split(u' ');
 
 } // namespace

@@ -34,7 +34,15 @@ QByteArray wave(const QString &title, const QString &artist, int ms)
 			     chunk("LIST", "INFO" + chunk("INAM", title.toUtf8()) + chunk("IART", artist.toUtf8())));
 }
 
+QObject *dragSource = nullptr; // the widget whose rows are dragged
+
 } // namespace
+
+// The module finds this one before Qt's, which knows only drags by hand.
+QObject *QDropEvent::source() const
+{
+	return dragSource;
+}
 
 void Story::on(const char *name, const std::function<void(const Words &)> &run)
 {
@@ -75,7 +83,7 @@ void Story::addPlayerSteps()
 	on("repeat", [this](const Words &words) {
 		for (const QEvent::Type type : {QEvent::KeyRelease, QEvent::KeyPress}) {
 			QKeyEvent event(type, QKeySequence(words[0])[0].key(), {}, {}, true);
-			QApplication::sendEvent(child<QSlider>("seek"), &event);
+			QApplication::sendEvent(frontend->dock->focusWidget(), &event);
 		}
 	});
 	on("slide", [this](const Words &words) {
@@ -133,6 +141,19 @@ void Story::addQueueSteps()
 		const int from = list()->row(row(words[0])), to = words[1].toInt();
 		if (list()->dragEnabled() && from >= 0 && from != to && to < list()->count())
 			list()->model()->moveRow({}, from, {}, to > from ? to + 1 : to);
+	});
+	// Drops the selected rows on the upper or the lower half of another one.
+	on("moveOnto", [this](const Words &words) {
+		const QRect rect = list()->visualItemRect(row(words[0]));
+		const QPoint at(5, words[1] == u"upper" ? rect.top() + 1 : rect.bottom() - 1);
+		const std::unique_ptr<QMimeData> data(
+			list()->model()->mimeData(list()->selectionModel()->selectedIndexes()));
+		QDragEnterEvent enter(at, Qt::MoveAction, data.get(), Qt::LeftButton, {});
+		QDropEvent event(at, Qt::MoveAction, data.get(), Qt::LeftButton, {});
+		dragSource = list();
+		QApplication::sendEvent(list()->viewport(), &enter);
+		QApplication::sendEvent(list()->viewport(), &event);
+		dragSource = nullptr;
 	});
 	// Changes a tenth of a second apart, for so long.
 	on("burst", [this](const Words &words) {
@@ -197,6 +218,7 @@ void Story::addSourceSteps()
 			setPlaylist(source, paths(words));
 		run({u"look"_s});
 	});
+	on("onAir", [this](const Words &) { obs_source_inc_active(bound()); });
 	on("rename", [this](const Words &words) { obs_source_set_name(sources[words[0]], words[1].toUtf8()); });
 	on("delete", [this](const Words &words) { obs_source_remove(sources[words[0]]); });
 	// Another thread removes the source in the middle of the next change of the list.
@@ -250,6 +272,12 @@ void Story::addHostSteps()
 		on(name, [polls = count](const Words &) {
 			for (int i = 0; i < polls; i++)
 				HeldClock::pass(250);
+		});
+	// All of these before anything that they have posted.
+	for (const char *name : {"atOnce", "atOnce?"})
+		on(name, [this](const Words &words) {
+			for (const QString &one : words.join(u' ').split(u" + "_s))
+				run(one.split(u' '));
 		});
 	on("wait", [](const Words &words) { HeldClock::pass(words[0].toInt()); });
 	on("suspend", [this](const Words &) { frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING); });

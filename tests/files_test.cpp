@@ -19,6 +19,7 @@
 #include "media/readFile.hpp"
 #include "media/tags.hpp"
 #include "queue/paths.hpp"
+#include "queue/text.hpp"
 
 using namespace reelhouse;
 using namespace Qt::StringLiterals;
@@ -99,6 +100,38 @@ TEST_F(Files, OnADiskThatHangsAreShownWhenItAnswers)
 	EXPECT_TRUE(waitFor([&] { return rows() == u"a.mp3 -1, a.mp3.gone -1, quick.mp3 5, hangs -1"_s; }));
 	SlowDisk::answer();
 	EXPECT_TRUE(waitFor([&] { return rows() == u"a.mp3 1, a.mp3.gone -3, quick.mp3 5, a.mp3 1, b.mp3 2"_s; }));
+	SlowDisk::hang();
+	setPlaylist(source, {a, playlist[3]});
+	EXPECT_TRUE(waitFor([&] { return rows() == u"a.mp3 -1, hangs -1"_s; }));
+	list()->setCurrentRow(0);
+	action("remove")->trigger();
+	SlowDisk::answer();
+	EXPECT_TRUE(waitFor([&] { return rows() == u"hangs -3"_s; })) << "the user has changed the queue meanwhile";
+	action("undoRemove")->trigger();
+	EXPECT_EQ(rows(), u"a.mp3 1, hangs -3"_s);
+	SlowDisk::hang();
+	setPlaylist(source, {playlist[3]});
+	EXPECT_TRUE(waitFor([&] { return rows() == u"hangs -1"_s; }));
+	play(0);
+	SlowDisk::answer();
+	EXPECT_TRUE(waitFor([&] { return rows() == u"hangs -3"_s; })) << "it plays";
+}
+
+TEST_F(Files, ThatAreLookedForAreCounted)
+{
+	begin(u"hangs/A B"_s);
+	paths({u"new/1"_s, u"new/2"_s, u"new/n/3"_s});
+	step(u"gone B; refresh"_s);
+	SlowDisk::hang();
+	EXPECT_EQ(plugin.request("FindMissingFiles", json(u"{'folder': '@new/'}"_s))["success"_L1], true);
+	EXPECT_TRUE(waitFor([this] {
+		const auto *progress = child<QProgressDialog>("findMissingFilesProgress");
+		return progress->labelText().endsWith(u"new\nFiles seen: 3"_s);
+	}));
+	frontend->dock->hide();
+	SlowDisk::answer();
+	EXPECT_TRUE(waitFor([this] { return !child<QProgressDialog>("findMissingFilesProgress"); }));
+	EXPECT_FALSE(frontend->dock->findChild<QMessageBox *>()) << "it was not the user who asked";
 }
 
 TEST_F(Files, OnManyDisksThatHangDoNotKeepTheOthersFromAnswering)
@@ -325,7 +358,7 @@ TEST_F(Files, ThatMovedAreFound)
 		{"ask AddTracks {'paths': [{'path': 'C:\\\\s\\\\W'}]}; place there/\u00e9 there/s/W; moved hangs/e\u0301; hang; find there seen 2", "[there/\u00e9] there/s/W | src there/\u00e9 | own | replaced - | Missing files found: 2; still missing: 0"},
 	});
 	tell("both queues, after an edit that no poll has seen", "old/A Q", {
-		{"place new/A new/B; moved old/A old/B; elsewhere old/B; edit S old/B old/B; find new wait 0", "[new/B] new/B | src new/B new/B | own | replaced new/A Q | Missing files found: 2; still missing: 0"},
+		{"place new/A new/B; moved old/A old/B; elsewhere old/B; edit S old/B old/B file:Q; find new wait 0", "[new/B] new/B file:Q | src new/B new/B file:Q | own | replaced new/A Q | Missing files found: 2; still missing: 0"},
 	});
 }
 
@@ -439,7 +472,8 @@ TEST_F(Files, HaveLabelsTitlesAndSizes)
 		EXPECT_EQ(labelFor(QString::fromUtf8(path), true).toStdString(), std::string("▶\uFE0E ") + label);
 		EXPECT_EQ(displayTitle(QString::fromUtf8(path), {}).toStdString(), title);
 	}
-	const std::pair<qint64, const char *> sizes[] = {{1023, "1023 B"}, {1023 * 1024, "1023.0 KiB"}, {-1, "—"}};
+	const std::pair<qint64, const char *> sizes[] = {{1023, "1023 B"}, {1024, "1.0 KiB"}, {-1, "—"}};
 	for (const auto &[size, text] : sizes)
 		EXPECT_EQ(sizeText(size).toStdString(), text);
+	EXPECT_EQ(longClockText(3'599'999) + u' ' + longClockText(3'600'000), u"59:59 1:00:00"_s);
 }

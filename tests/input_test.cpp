@@ -1,7 +1,9 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "Story.hpp"
 
+#include <QAbstractItemView>
 #include <QAccessible>
+#include <QDesktopServices>
 #include <QDropEvent>
 #include <QFileDialog>
 #include <QHelpEvent>
@@ -9,6 +11,7 @@
 #include <QPainter>
 #include <QProxyStyle>
 #include <QSlider>
+#include <QTextBrowser>
 #include <QTimer>
 #include <QToolButton>
 #include <QToolTip>
@@ -159,15 +162,16 @@ TEST_F(Input, FilesChosenForOneSourceDoNotEndUpInAnother)
 	EXPECT_EQ(list()->count(), 2);
 }
 
-// Bold texts have a star, and those of a selected row an exclamation mark.
+// Bold texts have a star, those of a selected row an exclamation mark, and cut ones scissors.
 TEST_F(Input, ARowShowsItsNumberItsNameAndItsSize)
 {
 	struct Recorder : QProxyStyle {
-		void drawItemText(QPainter *painter, const QRect &, int, const QPalette &, bool, const QString &text,
-				  QPalette::ColorRole role) const override
+		void drawItemText(QPainter *painter, const QRect &rect, int, const QPalette &, bool,
+				  const QString &text, QPalette::ColorRole role) const override
 		{
+			const bool cut = painter->fontMetrics().horizontalAdvance(text) > rect.width();
 			texts += text + (painter->font().bold() ? u"*"_s : QString()) +
-				 (role == QPalette::HighlightedText ? u"!"_s : QString());
+				 (role == QPalette::HighlightedText ? u"!"_s : QString()) + (cut ? u"✂"_s : QString());
 		}
 		mutable QStringList texts;
 	} recorder;
@@ -180,6 +184,44 @@ TEST_F(Input, ARowShowsItsNumberItsNameAndItsSize)
 	list()->viewport()->grab();
 	EXPECT_EQ(recorder.texts.last(3).join(u' '), u"2*! Missing*! Q!"_s) << "a row keeps its number under a search";
 	list()->setStyle(nullptr);
+	step(u"drop A B C D E F G; rename S "_s + QString(60, u'W') + u"; look; play Q"_s);
+	auto *selector = child<QComboBox>("sourceSelector");
+	for (QWidget *widget : std::initializer_list<QWidget *>{list(), child<QWidget>("message"), selector}) {
+		recorder.texts.clear();
+		widget->setStyle(&recorder);
+		widget->grab();
+		widget->setStyle(nullptr);
+		EXPECT_FALSE(recorder.texts.isEmpty());
+		EXPECT_EQ(recorder.texts.filter(u"✂"_s), QStringList()) << widget->objectName().toStdString();
+	}
+	selector->setFixedWidth(100);
+	selector->setStyleSheet(u"QComboBox { combobox-popup: 0 }"_s); // as OBS's themes have it
+	selector->showPopup();
+	EXPECT_GE(selector->view()->viewport()->width(), selector->view()->sizeHintForColumn(0));
+	selector->hidePopup();
+}
+
+TEST_F(Input, TheTimeShowsTheFocusAndThePlayButtonThePause)
+{
+	begin(u"A"_s);
+	auto *time = child<QWidget>("playbackTime"), *play = child<QWidget>("playPause");
+	list()->setFocus();
+	const QImage without = time->grab().toImage();
+	time->setFocus();
+	EXPECT_NE(time->grab().toImage(), without);
+	play->setStyleSheet(u"[class=icon-media-pause] { color: red }"_s); // as a theme gives the icon
+	step(u"start A"_s);
+	EXPECT_EQ(play->palette().color(QPalette::ButtonText), Qt::red);
+}
+
+TEST_F(Input, TheFolderOfAFileThatIsGoneOpens)
+{
+	QTextBrowser opened;
+	QDesktopServices::setUrlHandler(u"file"_s, &opened, "setSource");
+	begin(u"M/a"_s);
+	step(u"gone M/a; select M/a; openFolder"_s);
+	EXPECT_EQ(opened.source(), QUrl::fromLocalFile(folder.filePath(u"M"_s)));
+	QDesktopServices::unsetUrlHandler(u"file"_s);
 }
 
 TEST_F(Input, TheSizeColumnTellsTheFolder)
@@ -226,18 +268,32 @@ TEST_F(Input, AClickSeeksToWhereItIs)
 	slider->setStyleSheet(u"QSlider::groove { height: 4px; } QSlider::handle { width: 8px; margin: -2px 0; }"_s);
 	slider->setFixedHeight(20);
 	QTest::mouseClick(slider, Qt::LeftButton, {}, {slider->width() * 3 / 4, 0});
-	EXPECT_NEAR(slider->value(), 750, 15);
+	EXPECT_NEAR(slider->value(), (slider->width() * 3 / 4 - 4) * 1000 / (slider->width() - 8), 4) << "its middle";
 	EXPECT_EQ(step(u"video"_s).section(u"does "_s, 1), u"seek %1"_s.arg(slider->value() * 100));
+	step(u"wait 1250; poll"_s);
+	QTest::mouseClick(slider, Qt::RightButton, {}, {slider->width() / 2, 0});
+	EXPECT_EQ(slider->value(), 0);
+	QTest::mousePress(slider, Qt::LeftButton, {}, {slider->width() / 2, 0});
+	step(u"play A; video; media playing 0 100000; poll"_s);
+	QTest::mouseMove(slider, {slider->width() / 4, 0});
+	EXPECT_EQ(slider->value(), 0) << "the press was for the track before";
 }
 
 TEST_F(Input, AMessageIsAnnouncedAndShowsWhole)
 {
 	static QString announced;
+	static int changes = 0;
 	QAccessible::installUpdateHandler([](QAccessibleEvent *event) {
 		if (event->type() == QAccessible::Announcement)
 			announced = static_cast<QAccessibleAnnouncementEvent *>(event)->message();
+		changes += event->type() == QAccessible::NameChanged ||
+			   event->type() == QAccessible::DescriptionChanged;
 	});
 	begin(u"A B&"_s);
+	step(u"start A"_s);
+	changes = 0;
+	step(u"look"_s);
+	EXPECT_EQ(changes, 0) << "while nothing changes, nothing is read out";
 	step(u"gone B&; play B&"_s);
 	QAccessible::installUpdateHandler(nullptr);
 	auto *message = child<QLabel>("message");
@@ -270,6 +326,9 @@ TEST_F(Input, TheCountTellsHowLongTheShowIs)
 	EXPECT_TRUE(becomes(u"1:04:40 in all, 1:04:40 to go · Unknown length: 1"_s));
 	step(u"start B; media playing 30000 90000; poll"_s);
 	EXPECT_TRUE(becomes(u"1:04:40 in all, 2:30 to go · Unknown length: 1"_s));
+	step(u"play 1"_s);
+	EXPECT_EQ(tipAt(count, {5, 5}), u"1:04:40 in all, 3:00 to go · Unknown length: 1"_s) << "from its start";
+	step(u"video"_s);
 	EXPECT_EQ(step(u"ask? queueRemainingMs GetQueue"_s), u"{'queueRemainingMs':150000}"_s);
 	makeFile(u"B"_s, wave(100));
 	step(u"refresh"_s);

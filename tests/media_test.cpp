@@ -71,6 +71,7 @@ TEST(Media, StatesOfTheTrackAndWhatIsWantedOfIt)
 		 "playing(opening), playing, playing, stopped(error)"},
 		{"give; poll error; poll error; poll error", "playing(opening), stopped(error), stopped(error)"},
 		{"poll ended; poll error", "ended, stopped(error)"},
+		{"give; take error", "stopped(error)"},
 		// A wish is the answer until it has come, or until it will not come any more.
 		{"poll playing; pause playing; take playing; poll playing; poll paused",
 		 "playing, paused(playing)!, paused(playing), paused(playing), paused"},

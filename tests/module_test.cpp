@@ -114,9 +114,11 @@ TEST_F(Module, SwitchesOnlyToTheOneSceneThatHoldsTheSource)
 		frontend->studioMode = studioMode;
 		if (removesC)
 			obs_source_remove(scenes[2]);
+		obs_source_set_async_decoupled(source, removesC);
 		play(0);
 		EXPECT_EQ(frontend->program, scenes[0]) << "before the source has switched";
 		videoTick(source);
+		EXPECT_EQ(obs_source_async_decoupled(source), removesC) << "which the user has chosen";
 		QCoreApplication::processEvents();
 		EXPECT_EQ(frontend->program, scenes[program]);
 		EXPECT_EQ(frontend->preview, scenes[preview]);
@@ -128,7 +130,8 @@ TEST_F(Module, SwitchesOnlyToTheOneSceneThatHoldsTheSource)
 
 TEST_F(Module, ListsSourcesByNameWithTheScenesThatShowThem)
 {
-	const OBSSource music = makeSource(u"Music"_s, {makeFile(u"a"_s)}), clips = makeSource(u"Clips"_s, {});
+	const OBSSource music = makeSource(u"Music"_s, {makeFile(u"a"_s), QString()}),
+			clips = makeSource(u"Clips"_s, {});
 	const OBSSource main = makeScene("Main", {music, music}), intro = makeScene("intro", {});
 	const OBSSource outer = makeScene("Outer", {intro});
 	addGroup(intro, music);
@@ -264,6 +267,8 @@ TEST_F(Module, HoldsThePictureOfTheSourceThatCarriesItsFilter)
 	source = OBSSourceAutoRelease(obs_load_source(saved)).Get();
 	choose(source);
 	EXPECT_EQ(state(), u"1 1: Hold Picture Between Tracks Other"_s) << "the filter is saved with the source";
+	obs_source_filter_add(
+		source, OBSSourceAutoRelease(obs_source_create_private("reelhouse_hold_picture", "Copy", nullptr)));
 	action("holdPicture")->trigger();
 	EXPECT_EQ(state(), u"1 0: Other"_s);
 	action("holdPicture")->trigger();

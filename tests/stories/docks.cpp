@@ -9,6 +9,7 @@ TEST_F(Story, Docks)
 		{"docks?", "1: [S] T | P Q"},
 		{"addDock; docks?", "1: [S] T | P Q; 2: (S (Reelhouse)) T"},
 		{"2: choose T; docks?", "1: [S] (T (Reelhouse 2)) | P Q; 2 · T: (S (Reelhouse)) [T] | X Y"},
+		{"ask? sources GetSources", "{'sources':[{'dock':1,'label':'S','selected':true,'sourceName':'S','sourceUuid':'S'},{'dock':2,'label':'T','selected':false,'sourceName':'T','sourceUuid':'T'}]}"},
 		{"choose 2); docks?", "1: [S] (T (Reelhouse 2)) | P Q; 2 · T: (S (Reelhouse)) [T] | X Y"},
 		{"ask SelectSource {'sourceName': 'T'}", "[P] Q | src P Q | own | replaced - | sourceTaken"},
 		{"rename T U; poll; look; docks?", "1: [S] (U (Reelhouse 2)) | P Q; 2 · U: (S (Reelhouse)) [U] | X Y"},

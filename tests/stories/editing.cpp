@@ -42,9 +42,17 @@ TEST_F(Story, Editing)
 		{"start R; moveTop", "▶[R] P Q S | src R | managed | replaced -"},
 		{"select P Q; moveUp", "▶R [P] [Q] S | src R | managed | replaced -"},
 	});
+	tell("dragged rows stay in their order, between the rows that they are dropped on", "P Q R S T", {
+		{"select P R; moveOnto S lower", "Q S [P] [R] T | src P Q R S T | own | replaced -"},
+		{"select P T; moveOnto Q upper", "[P] [T] Q S R | src P Q R S T | own | replaced -"},
+		{"elsewhere A B; select A; moveOnto A lower; elsewhere C", "[C] | src C | own | replaced P T Q S R"},
+	});
 	tell("the menu acts on the rows that it was opened on", "P Q R S", {
 		{"select P Q; menu Q; close; offers?", "Play Selected, not seek moveUp moveDown moveTop moveBottom undoRemove locateCurrent openFolder"},
 		{"menu R; select S; moveTop; close", "[R] P Q S | src P Q R S | own | replaced -"},
+		{"menu P; select S; atOnce close + moveTop", "[P] R Q S | src P Q R S | own | replaced -"},
+		{"menu P; menu S; offers?", "Play Selected, not seek moveDown moveBottom undoRemove locateCurrent"},
+		{"close; select R; moveOnto P upper", "[R] P Q S | src P Q R S | own | replaced -"},
 		{"menu Q; search /P; moveBottom; close; search", "R [P] Q S | src P Q R S | own | replaced -"},
 		{"menu R; search /R; moveBottom; close; search", "[R] P Q S | src P Q R S | own | replaced -"},
 		{"menu P; elsewhere X Y; select X; offers?", "Play Selected, not seek moveUp moveDown moveTop moveBottom remove undoRemove locateCurrent openFolder"},
@@ -54,8 +62,9 @@ TEST_F(Story, Editing)
 	tell("each source has its view, which fits only the same search", "P Q R", {
 		{"select R; choose T; select Y; choose S", "P Q [R] | src P Q R | own | replaced -"},
 		{"choose T", "X [Y] | src X Y | own | replaced -"},
-		{"search /P; choose S", "[P] (Q) (R) | src P Q R | own | replaced -"},
+		{"search /; choose S", "[P] Q R | src P Q R | own | replaced -"},
 		{"search; choose; choose S", "[P] Q R | src P Q R | own | replaced -"},
+		{"select R; suspend; resume", "P Q [R] | src P Q R | own | replaced -"},
 	});
 	tell("a message goes with the next success", "P Q R", {
 		{"gone Q; play Q; moveDown", "Q [P] R | src P Q R | own | replaced -"},
@@ -94,10 +103,10 @@ TEST_F(Story, Editing)
 		{"video; select R; key Enter", "P Q ▶[R] | src Q | managed | replaced - | waits"},
 		{"video", "P Q ▶[R] | src R | managed | replaced - | does stop | scene"},
 		{"key Ctrl+F; key Del; focus?", "search"},
-		{"search /R; key Return", "(P) (Q) ▶[R] | src R | managed | replaced - | waits"},
+		{"search /R; key Shift+Esc; key Return", "(P) (Q) ▶[R] | src R | managed | replaced - | waits"},
 		{"key Esc", "P Q ▶[R] | src R | managed | replaced - | waits"},
 		{"focus?", "playlist"},
-		{"search /P; key Ctrl+F; key /", "[P] Q ▶R | src R | managed | replaced - | waits"},
+		{"search /P; key Ctrl+F; key Right; key Ctrl+F; key /", "[P] Q ▶R | src R | managed | replaced - | waits"},
 	});
 	tell("changes are saved half a second after the last", "P", {
 		{"wait 600; saves?; endMode Next; wait 400; endMode Repeat; wait 400; saves?", "0"},

@@ -43,6 +43,7 @@ TEST_F(Story, Elsewhere)
 		{"video; edit S A C; play 2", "[A] C | src A C | own (managed) | replaced A A B A B"},
 		{"edit S C D A; select 1 A; remove", "[D] | src C D A | own (managed) | replaced A A B A B"},
 		{"edit S D E; stop; restorePlaylist; video", "[D] E | src D E | own (managed) | replaced D | does stop"},
+		{"edit S E; restorePlaylist", "[E] | src E | own (managed) | replaced D"},
 		{"edit S E F; drop G", "E F [G] | src E F | own (managed) | replaced D"},
 		{"start E; edit S X Y; select E; remove; drop Z", "X Y [Z] | src X Y | own (managed) | replaced E F G"},
 		{"endMode Next; start X; edit S A B; media ended; poll", "[A] B | src A B | own (managed) | replaced X Y Z | next"},
@@ -50,17 +51,20 @@ TEST_F(Story, Elsewhere)
 		{"edit S E F; ask PlayTrack {'id': '#C'}", "[E] F | src E F | own (managed) | replaced A B | next | unknownTrack"},
 		{"edit S G H; ask PlayNext", "▶[G] H | src G H | managed | replaced A B | next | waits"},
 		{"video; edit S X Y; ask? ids AddTracks {'paths': [{'path': '@Z'}]}", "{'ids':[{'id':'#Z'}]}"},
-		{"elsewhere A B A B; edit S A B A B C; play 3", "A B A ▶[B] C | src A B A B C | managed | replaced X Y Z | next | waits"},
+		{"elsewhere A B; edit S B A B; play B", "▶[B] A B | src B A B | managed | replaced X Y Z | next | waits"},
+		{"video; elsewhere A B A B; edit S A B A B C; play 3", "A B A ▶[B] C | src A B A B C | managed | replaced B A B | next | waits"},
 	});
 	tell("folders, and a queue that was empty", "", {
 		{"edit S M/D.ogg M/B.flac M/c.txt M/a.mp3 M/.h.mp3 M/n/c.mp3 M/C.MP4; elsewhere M/ file:///m/ http://h/U M/a.mp3", "[M/a.mp3] M/B.flac M/C.MP4 M/D.ogg file:///m/ http://h/U M/a.mp3 | src M file:///m/ http://h/U M/a.mp3 | own | replaced -"},
 		{"edit S M/ file:///m/ http://h/U M/a.mp3; refresh", "[M/a.mp3] M/B.flac M/C.MP4 M/D.ogg file:///m/ http://h/U M/a.mp3 | src M file:///m/ http://h/U M/a.mp3 | own | replaced -"},
 		{"elsewhere", "∅ | src | own | replaced M/a.mp3 M/B.flac M/C.MP4 M/D.ogg file:///m/ http://h/U M/a.mp3"},
+		{"elsewhere M/ N/ P", "[M/a.mp3] M/B.flac M/C.MP4 M/D.ogg P | src M N P | own | replaced M/a.mp3 M/B.flac M/C.MP4 M/D.ogg file:///m/ http://h/U M/a.mp3"},
 		{"elsewhere file:M/", "[file:M] | src file:M | own | replaced M/a.mp3 M/B.flac M/C.MP4 M/D.ogg file:///m/ http://h/U M/a.mp3"},
 	});
 	tell("the queue that the user last made or played is there, or is the replaced one", "P Q R S", {
 		{"start P; elsewhere P E", "[P] E | src P E | own (managed) | replaced P Q R S"},
-		{"elsewhere P E F", "[P] E F | src P E F | own (managed) | replaced P Q R S"},
+		{"log?; elsewhere P E F; log?", ""},
+		{"look", "[P] E F | src P E F | own (managed) | replaced P Q R S"},
 		{"elsewhere P", "[P] | src P | own (managed) | replaced P Q R S"},
 		{"bringBack", "▶[P] Q R S | src P | managed | replaced P"},
 		{"elsewhere X", "[X] | src X | own (managed) | replaced P Q R S"},
@@ -80,13 +84,15 @@ TEST_F(Story, Elsewhere)
 		{"elsewhere X Y Z; edit S A B; bringBack", "[P] Q | src A B | own | replaced A B"},
 		{"bringBack", "[A] B | src A B | own | replaced P Q"},
 		{"drop C; edit S D; bringBack", "[P] Q | src D | own | replaced A B C"},
-		{"drop E; edit S X; restart", "[X] | src X | own | replaced P Q E"},
+		{"elsewhere X Y; bringBack; elsewhere A; bringBack; elsewhere B", "[B] | src B | own | replaced P Q"},
+		{"bringBack; drop E; edit S X; restart", "[X] | src X | own | replaced P Q E"},
 	});
 	tell("the current track of a queue that was brought back", "P Q P", {
 		{"start 2; elsewhere A B; edit S P; bringBack", "P Q ▶[P] | src P | managed | replaced P"},
 		{"elsewhere Q P; bringBack", "[P] Q P | src Q P | own (managed) | replaced Q P"},
 		{"start 0; select 1; remove; elsewhere A; bringBack; offers?", "Play Selected, not moveUp moveTop undoRemove locateCurrent"},
-		{"endMode Next; media ended; poll", "[P] P | src A | own (managed) | replaced A | next"},
+		{"elsewhere A B; select A; remove; bringBack; undoRemove", "[P] P | src A B | own (managed) | replaced B"},
+		{"elsewhere A; bringBack; endMode Next; media ended; poll", "[P] P | src A | own (managed) | replaced A | next"},
 	});
 	tell("the same entries again, and the one that is left of an edit", "P Q", {
 		{"start P; elsewhere P Q", "[P] Q | src P Q | own (managed) | replaced -"},
@@ -95,12 +101,14 @@ TEST_F(Story, Elsewhere)
 	tell("the playlist is given back", "P Q R", {
 		{"start Q; restorePlaylist", "P [Q] R | src P Q R | own | replaced -"},
 		{"own next; video; media ended; poll", "P [Q] R | src P Q R | own | replaced -"},
+		{"start P; onAir; ask? mediaState GivePlaylistBack", "{'mediaState':'OBS_MEDIA_STATE_PLAYING'}"},
 		{"start P; choose T; start Y; choose S; restorePlaylist", "[P] Q R | src P Q R | own | replaced -"},
 		{"choose T; restorePlaylist", "X [Y] | src X Y | own | replaced -"},
 		{"start X; gone Y; moveDown; restorePlaylist", "Y [X] | src Y X | own | replaced -"},
 	});
 	tell("a source that goes", "P Q", {
-		{"drop A; remove; start Q; delete S; look", "no source"},
+		{"drop A; remove; start Q; delete S; drag 1 0", "P ▶[Q]"},
+		{"look", "no source"},
 		{"offers?", "Play, not playPause stop previous next seek addFiles endMode moveUp moveDown moveTop moveBottom remove undoRemove locateCurrent openFolder restorePlaylist"},
 		{"choose T; edit T X; look", "[X] | src X | own | replaced X Y"},
 	});

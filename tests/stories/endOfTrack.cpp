@@ -91,6 +91,12 @@ TEST_F(EndOfTrack, PassesOverWhatCannotPlay)
 	});
 	tell("a track that fails after it has played counts as ended", "P Q R", {
 		{"skipFailed; endMode Next; start P; told?; media error 700 4000; poll; told?", "TrackFailed P error, CurrentTrack Q"},
+		{"video", "P ▶[Q] R | src Q | managed | replaced - | next | does stop"},
+	});
+	tell("a stop ends the search for a track, and a removal leaves no gap in it", "P A B Q", {
+		{"skipFailed; start P; gone A; atOnce next + stop; video", "▶[P] A B Q | src | managed | replaced - | does stop"},
+		{"start P; atOnce? next + ask? cursor GetQueue", "{'cursor':0}"},
+		{"video; start P; atOnce next + ask RemoveTracks {'ids': [{'id': '#A'}]}", "P ▶[B] Q | src P | managed | replaced - | waits | ⚠ Tracks passed over: 1"},
 	});
 	tell("without the option a screen reader hears of it in the row, until it plays", "P Q", {
 		{"play P; video; poll; media error; poll", "▶[P] Q | src P | managed | replaced - | ⚠ Could not play: P"},

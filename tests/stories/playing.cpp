@@ -34,8 +34,9 @@ TEST_F(Story, Playing)
 		{"gone Q; start P; next", "▶[P] Q http://h/U | src P | managed | replaced - | ⚠ File not found: Q"},
 		{"ask? tracks GetQueue {'offset': 1, 'limit': 1}", "{'tracks':[{'id':'#Q','index':1,'label':'Q','missing':true,'path':'Q'}]}"},
 		{"log?; play Q; log?", "File not found: Q · Tools › Reelhouse › Find Missing Files…"},
-		{"refresh; play Q", "▶[P] Q http://h/U | src P | managed | replaced - | ⚠ File not found: Q"},
-		{"start http://h/U", "P Q ▶[http://h/U] | src http://h/U | managed | replaced - | does stop | scene"},
+		{"select Q; remove; back Q; drop Q; tools?", "-findMissingFiles -bringBackReplacedQueue"},
+		{"gone Q; refresh; play Q", "▶P http://h/U [Q] | src P | managed | replaced - | ⚠ File not found: Q"},
+		{"start http://h/U", "P ▶[http://h/U] Q | src http://h/U | managed | replaced - | does stop | scene"},
 	});
 	tell("a track that ends: stop, next, repeat; just after a switch the end may be that of the track before", "P Q R", {
 		{"start Q; media ended; poll; video", "P ▶[Q] R | src | managed | replaced - | does stop"},
@@ -129,13 +130,16 @@ TEST_F(Story, Transport)
 		{"media stopped; poll; transport?", "0 −—:— (Stopped · 0:00 / —:—)"},
 		{"media opening; poll; transport?", "0 −—:— (Loading · 0:00 / —:—)"},
 		{"media ended 1 1; poll; focus endMode; key Shift+Tab; focus?", "playbackTime"},
-		{"key Space; transport?", "1000 0:00 (Ended · 0:00 / 0:00)"},
+		{"key Space; repeat Space; transport?", "1000 0:00 (Ended · 0:00 / 0:00)"},
 		{"choose; transport?", "0 0:00 ()"},
 		{"time; transport?", "0 −—:— ()"},
 		{"time; transport?", "0 0:00 ()"},
 	});
 	tell("a seek is over when it has landed, and with what it was meant for", "P Q", {
 		{"start P; media playing 0 400000; poll; slide 500; release; video; media playing 200400 400000; poll; media playing 4000 400000; poll; transport?", "10 0:04 (Playing · 0:04 / 6:40)"},
+		{"slide 750; wait 750; video", "▶[P] Q | src P | managed | replaced -"},
+		{"release; video", "▶[P] Q | src P | managed | replaced - | does seek 300000"},
+		{"wait 1250; focus previous; key Tab; focus?", "playPause"},
 		{"slide 750; release; refresh; poll; transport?", "10 0:04 (Playing · 0:04 / 6:40)"},
 		{"slide 750; release; play Q; video; media playing 4000 400000; poll; transport?", "10 0:04 (Playing · 0:04 / 6:40)"},
 		{"slide 750; stop; release; video; poll; transport?", "10 0:04 (Playing · 0:04 / 6:40)"},

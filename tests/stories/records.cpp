@@ -36,14 +36,17 @@ TEST_F(Story, Options)
 		{"choose; collection T; choose T; collection S", "no source"},
 		{"choose S; collection T", "[X] Y | src X Y | own | replaced -"},
 		{"collection S T", "[P] ▶Q | src Q | managed | replaced -"},
-		{"collection T", "no source"},
+		{"wait 600; saves?; choose; wait 600; saves?", "1"},
+		{"choose S; collection T", "no source"},
 	});
 
 	tell("the options stay with their source, and leave what others have put beside them", "P Q", {
 		{"options?", "{}"},
 		{"options {'later': 7, 'skipFailed': true}; refresh; startAgain; options?", "{'later':7,'skipFailed':true,'startAgain':true}"},
 		{"tools?", "-findMissingFiles -bringBackReplacedQueue +skipFailed +startAgain"},
-		{"gone P; play P; skipFailed; tools?", "-bringBackReplacedQueue +startAgain"},
+		{"wait 600; saves?; skipFailed; skipFailed; wait 600; saves?", "1"},
+		{"gone P; play P; tools?", "-bringBackReplacedQueue +skipFailed +startAgain"},
+		{"skipFailed; tools?", "-bringBackReplacedQueue +startAgain"},
 		{"skipFailed; select P; remove; tools?", "-findMissingFiles -shuffleQueue -bringBackReplacedQueue +skipFailed +startAgain"},
 		{"undoRemove; choose; tools?", "-importPlaylist -exportPlaylist -findMissingFiles -shuffleQueue -bringBackReplacedQueue -holdPicture -skipFailed -startAgain"},
 		{"choose T; ask? startAgain GetQueue", "{'startAgain':false}"},
@@ -54,6 +57,7 @@ TEST_F(Story, Options)
 		{"startAgain; start Q; shuffleQueue; ask ShuffleQueue {'sourceName': 'T'}", "▶[Q] P | src Q | managed | replaced P Q | next | otherSource"},
 		{"bringBack", "P ▶[Q] | src Q | managed | replaced Q P | next"},
 		{"media ended; poll; video", "P ▶[Q] | src | managed | replaced Q P | next | does stop"},
+		{"drop A B C D E F G H; start H; shuffleQueue; ask? currentIndex GetQueue", "{'currentIndex':0}"},
 		{"edit S A A; shuffleQueue; elsewhere C", "[C] | src C | own (managed) | replaced A A | next"},
 	});
 }

@@ -125,6 +125,7 @@ TEST_F(Story, Remote)
 		{"ask? upcoming GetQueue; start P; ask? upcoming GetQueue", "{'upcoming':[{'id':'#Q','index':1},{'id':'#R','index':2}]}"},
 		{"endMode Repeat; ask? upcoming GetQueue", "{'upcoming':[]}"},
 		{"told?; play P; video; media playing 0 9000; poll; told?", "CurrentTrack P 9000"},
+		{"endMode Next; gone Q; refresh; ask? upcoming GetQueue", "{'upcoming':[]}"},
 	});
 	tell("a deck that sees the last event alone shows the truth once it rests", "P Q", {
 		{"wait 200; told?; endMode Next; wait 40; deck?", "dark"},

@@ -59,6 +59,7 @@ obs_source_info vlcSourceInfo()
 	info.get_width = [](void *data) {
 		return vlc(data).now.width;
 	};
+	info.get_height = info.get_width;
 	info.media_get_state = [](void *data) {
 		return vlc(data).now.state;
 	};

@@ -187,8 +187,10 @@ void Reelhouse::showUnbound()
 
 Reelhouse::Operation::Operation(Reelhouse *dock_) : dock(dock_)
 {
-	if (dock->operations++ == 0)
-		dock->looks->beginOperation();
+	if (dock->operations++ > 0)
+		return;
+	dock->tagReader->tellMeasured();
+	dock->looks->beginOperation();
 }
 
 Reelhouse::Operation::~Operation()

@@ -268,12 +268,7 @@ TagReader::TagReader(QObject *parent) : QObject(parent), worker(std::make_shared
 {
 	measuredTimer.setSingleShot(true);
 	measuredTimer.setInterval(measuredDelayMs);
-	connect(&measuredTimer, &QTimer::timeout, this, [this] {
-		std::unique_lock lock(worker->mutex);
-		const QHash<QString, qint64> sizes = std::exchange(worker->untold, {});
-		lock.unlock();
-		Q_EMIT filesChanged(sizes);
-	});
+	connect(&measuredTimer, &QTimer::timeout, this, &TagReader::tellMeasured);
 }
 
 TagReader::~TagReader()
@@ -320,6 +315,15 @@ void TagReader::readLengths(const QList<std::pair<QString, qint64>> &files)
 	}
 	if (!worker->unmeasured.isEmpty())
 		worker->start(worker);
+}
+
+void TagReader::tellMeasured()
+{
+	std::unique_lock lock(worker->mutex);
+	const QHash<QString, qint64> sizes = std::exchange(worker->untold, {});
+	lock.unlock();
+	if (!sizes.isEmpty())
+		Q_EMIT filesChanged(sizes);
 }
 
 QHash<QString, qint64> TagReader::lengths() const

@@ -59,6 +59,9 @@ public:
 	// Returns the lengths of the files that have been read, by path, in milliseconds; -1 for a file that has none.
 	QHash<QString, qint64> lengths() const;
 
+	// Tells the sizes that were seen with the lengths so far. Call this before a look at the files, which is newer.
+	void tellMeasured();
+
 	// Ends the wait for answers and all later ones.
 	void endWaits();
 

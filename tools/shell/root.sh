@@ -94,9 +94,7 @@ make_root() {
 	# An interrupted run leaves only a partial root under another name.
 	as_root rm -rf --one-file-system "$partial"
 	say "making a Debian $suite root in $root (once; it takes a minute or two)"
-	# A root that is lost can be made again, so dpkg need not wait for the disk. Nobody reads manuals in it.
 	as_root mmdebstrap --variant=apt --skip=check/qemu --aptopt='APT::Install-Recommends "false"' \
-		--dpkgopt=force-unsafe-io --dpkgopt='path-exclude=/usr/share/man/*' \
 		--aptopt='Acquire::Check-Valid-Until "false"' --include="$packages" "$suite" "$partial" >&2 ||
 		die "the Debian root could not be made: check the network and the disk, then run ./dev again."
 	as_root mv "$partial" "$root"

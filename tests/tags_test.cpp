@@ -218,7 +218,10 @@ TEST_F(MediaTags, LengthsAreReadOfTheFilesOfTheLastList)
 		return std::pair<QString, qint64>(makeFile(name, content), content.size());
 	};
 	const auto known = [&](qsizetype count) {
-		EXPECT_TRUE(waitFor([&] { return changed == count; }));
+		EXPECT_TRUE(waitFor([&] {
+			reader.tellMeasured();
+			return changed == count;
+		}));
 		QStringList all;
 		for (const auto &[path, ms] : reader.lengths().asKeyValueRange())
 			all += u"%1 %2"_s.arg(path.last(1)).arg(ms);

@@ -189,6 +189,7 @@ Reelhouse::Operation::Operation(Reelhouse *dock_) : dock(dock_)
 {
 	if (dock->operations++ > 0)
 		return;
+	// The poll's operation comes four times a second.
 	dock->tagReader->tellMeasured();
 	dock->looks->beginOperation();
 }

@@ -41,7 +41,6 @@ constexpr int mostReaders = 4;
 constexpr auto stuckAfter = 2s;
 // For lengths that nobody waits for.
 constexpr qint64 bytesPerMinute = 64 << 20;
-constexpr int measuredDelayMs = 100;
 
 } // namespace
 
@@ -214,8 +213,6 @@ void TagReader::Worker::measure(const QString &path, std::unique_lock<std::mutex
 	noteLength(path, read);
 	lastAnswer = std::chrono::steady_clock::now();
 	nextLength = std::chrono::steady_clock::now() + bytes * 1min / bytesPerMinute;
-	if (reader && untold.isEmpty())
-		QMetaObject::invokeMethod(reader, [to = reader] { to->measuredTimer.start(); }, Qt::QueuedConnection);
 	untold.insert(path, sizeOf(read.stamp));
 }
 
@@ -264,12 +261,7 @@ void TagReader::Worker::take(const Request &request, const Known &read)
 	QMetaObject::invokeMethod(reader, tell, Qt::QueuedConnection);
 }
 
-TagReader::TagReader(QObject *parent) : QObject(parent), worker(std::make_shared<Worker>(this))
-{
-	measuredTimer.setSingleShot(true);
-	measuredTimer.setInterval(measuredDelayMs);
-	connect(&measuredTimer, &QTimer::timeout, this, &TagReader::tellMeasured);
-}
+TagReader::TagReader(QObject *parent) : QObject(parent), worker(std::make_shared<Worker>(this)) {}
 
 TagReader::~TagReader()
 {

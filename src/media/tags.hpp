@@ -5,7 +5,6 @@
 #include <QList>
 #include <QObject>
 #include <QString>
-#include <QTimer>
 
 #include <functional>
 #include <memory>
@@ -59,7 +58,8 @@ public:
 	// Returns the lengths of the files that have been read, by path, in milliseconds; -1 for a file that has none.
 	QHash<QString, qint64> lengths() const;
 
-	// Tells the sizes that were seen with the lengths so far. Call this before a look at the files, which is newer.
+	// Tells the sizes that were seen with the lengths so far, together: thousands of small files are read in a second.
+	// Call this now and then, and before a look at the files, which is newer.
 	void tellMeasured();
 
 	// Ends the wait for answers and all later ones.
@@ -68,8 +68,8 @@ public:
 Q_SIGNALS:
 	// cached() now has tags for this path, or other ones than before.
 	void tagsRead(const QString &path);
-	// A check has found that these files are new to the reader or have changed, or their lengths were read. The sizes,
-	// by path, are in bytes, or SizeMissing for what is no file.
+	// A check has found that these files are new to the reader or have changed, or tellMeasured() tells. The sizes, by
+	// path, are in bytes, or SizeMissing for what is no file.
 	void filesChanged(const QHash<QString, qint64> &sizes);
 
 private:
@@ -89,7 +89,6 @@ private:
 	};
 	struct Worker;
 
-	QTimer measuredTimer; // lengths of small files are read by thousands in a second, so their sizes are told together
 	// Shared with the worker's thread, which may outlive this object.
 	std::shared_ptr<Worker> worker;
 };

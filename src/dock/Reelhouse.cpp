@@ -223,7 +223,7 @@ void Reelhouse::cancelSwitch()
 		switchSerial++;
 		pendingSettings = nullptr;
 	}
-	switchPending = false;
+	switchPending = stopDelayed = false;
 	sceneSwitchWanted = false;
 	if (!wasPending)
 		return;

@@ -227,6 +227,7 @@ private:
 	void stop();
 	void stopPlayback();
 	void issueSwitch(obs_source_t *source, Previous previous);
+	void requestDelayedStop(obs_source_t *source);
 	void markCurrentRow(const QString &previousId);
 	void playSelected();
 	// The id of the list's current row; empty when there is no current row or the search hides it.
@@ -405,6 +406,7 @@ private:
 	Previous pendingPrevious = Previous::CutOff; // what the pending settings do to the previous track
 	quint64 switchSerial = 0;   // one per issued or cancelled switch: a late continuation compares and does nothing
 	bool switchPending = false; // from playTrack() until finishSwitch() or a cancel
+	bool stopDelayed = false;   // the pending switch has yet to stop the media, which is just ending by itself
 	bool sceneSwitchWanted = false;
 
 	// The bound source's media. The follower hears of each switch and each look.
@@ -472,7 +474,7 @@ private:
 	QElapsedTimer seekClock;
 	QTimer pollTimer;
 	QTimer wishTimer;                                // runs while a wish waits for the new track
-	QTimer endTimer;                                 // runs from the media's end until the look at it
+	QTimer endTimer;                                 // runs from the media's end until VLC is through with it
 	std::shared_ptr<reelhouse::MediaEnds> mediaEnds; // of the bound source; VLC's threads share it
 	QTimer bringBackWait;                            // runs while Bring Back waits for a switch to end
 	QTimer saveTimer;                                // restarts with each change

@@ -64,17 +64,32 @@ void Reelhouse::issueSwitch(obs_source_t *source, Previous previous)
 	obs_data_set_string(settings, behaviorKey, "always_play");
 
 	switchPending = true;
-	endTimer.stop();
 	media.switchIssued();
 	mediaWish.drop();
 	allowHeldPicture(source, true);
+	// A stop would make VLC start again what has just ended. The switch after a track's own end has waited already.
+	stopDelayed = previous == Previous::CutOff && (endTimer.isActive() || mediaEnds->isUnderWay());
+	if (stopDelayed)
+		awaitEnd();
+	else
+		endTimer.stop();
 	// Request the stop under the lock: libobs's thread then sees either the old serial and settings or the new
 	// ones. libobs only queues the stop, so this cannot deadlock.
 	const std::lock_guard lock(switchMutex);
 	switchSerial++;
 	pendingSettings = settings.Get();
 	pendingPrevious = previous;
-	obs_source_media_stop(source);
+	if (!stopDelayed)
+		obs_source_media_stop(source);
+}
+
+void Reelhouse::requestDelayedStop(obs_source_t *source)
+{
+	stopDelayed = false;
+	// Somebody else's stop may have been enough.
+	const std::lock_guard lock(switchMutex);
+	if (pendingSettings)
+		obs_source_media_stop(source);
 }
 
 void Reelhouse::markCurrentRow(const QString &previousId)

@@ -126,6 +126,8 @@ void Reelhouse::lookAtEnd()
 {
 	const Operation operation(this);
 	OBSSourceAutoRelease source = lockActive();
+	if (source && stopDelayed)
+		requestDelayedStop(source);
 	if (!source || switchPending || obs_source_media_get_state(source) != OBS_MEDIA_STATE_ENDED)
 		return;
 	OBSDataAutoRelease settings = obs_source_get_settings(source);
@@ -283,7 +285,7 @@ void Reelhouse::finishSwitch(quint64 serial)
 {
 	if (serial != switchSerial)
 		return;
-	switchPending = false;
+	switchPending = stopDelayed = false;
 	media.trackGiven();
 	switchClock.start();
 	running = true;

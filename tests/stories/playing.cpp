@@ -60,8 +60,8 @@ TEST_F(Story, Playing)
 		{"ends; wait 20; media playing 0 4000; ends; wait 20; poll", "P ▶[Q] R | src Q | managed | replaced - | next"},
 		{"media playing; poll; media ended; poll; video; ends; wait 20", "P Q ▶[R] | src R | managed | replaced - | next"},
 		{"start P; ends; wait 20; play R; video; drops?", "2"},
-		{"start P; ends; play R; wait 20", "P Q ▶[R] | src P | managed | replaced - | next | waits"},
-		{"video; media playing; wait 299; ends; wait 20; video", "P Q ▶[R] | src | managed | replaced - | next | does stop"},
+		{"start P; ends; play R; wait 19; video", "P Q ▶[R] | src P | managed | replaced - | next | waits"},
+		{"wait 1; video; media playing; wait 299; ends; wait 20; video", "P Q ▶[R] | src | managed | replaced - | next | does stop"},
 		{"wait 100; play P; wait 100; video; media playing; wait 299; ends; wait 20", "P ▶[Q] R | src P | managed | replaced - | next | waits"},
 		{"start P; ends T; wait 20; stop; ends; wait 20", "▶[P] Q R | src | managed | replaced - | next"},
 		{"start P; ends; choose T; start X; choose S; wait 20", "▶[P] Q R | src P | managed | replaced - | next"},
@@ -72,6 +72,12 @@ TEST_F(Story, Playing)
 		{"leaves; wait 20", "P ▶[Q] R | src P | managed | replaced - | next | waits"},
 		{"start P; endsSlowly; wait 99", "▶[P] Q R | src P | managed | replaced - | next"},
 		{"wait 1; leaves", "P ▶[Q] R | src P | managed | replaced - | next | waits"},
+		{"start P; endsSlowly; play R; video", "P Q ▶[R] | src P | managed | replaced - | next | waits"},
+		{"leaves; wait 20; video", "P Q ▶[R] | src R | managed | replaced - | next | does stop | scene"},
+		{"start P; endsSlowly; play Q; play R; wait 100; leaves; video; wait 20", "P Q ▶[R] | src R | managed | replaced - | next"},
+		{"start P; endsSlowly; play Q; own stop; video", "P ▶[Q] R | src Q | managed | replaced - | next | does stop | scene"},
+		{"leaves; wait 100; video", "P ▶[Q] R | src Q | managed | replaced - | next"},
+		{"start P; endsSlowly; play Q; refresh; leaves; wait 100; video", "P [Q] R | src P | managed | replaced - | next"},
 	});
 	tell("VLC has a longer rest after an end on a machine that was too slow for OBS's pictures a moment ago", "P Q R", {
 		{"endMode Next; start P; lags; ends; wait 99", "▶[P] Q R | src P | managed | replaced - | next"},

@@ -74,7 +74,7 @@ void Promises::soak(bool atOnce)
 	QStringList trace;
 	const auto start = Clock::now();
 	int count = 0;
-	for (; !HasFailure() && (limit.count() ? Clock::now() - start < limit : count < 4000); count++) {
+	for (; !HasFailure() && (limit.count() ? Clock::now() - start < limit : count < 2000); count++) {
 		QString next = pickStep();
 		if (waits() && !pick(4))
 			next = pick(2) ? u"bringBack"_s : u"refresh"_s;

@@ -57,7 +57,11 @@ TEST_F(MediaTags, AreReadWhateverTheFileIsCalled)
 	const auto lengthOf = [this](const QByteArray &content) {
 		return static_cast<double>(readTags(makeFile(u"long"_s, content)).durationMs);
 	};
-	EXPECT_NEAR(lengthOf(media(u"ts"_s, u"testsrc=s=32x32:d=3[out0];sine=d=1[out1]"_s)), 3000, 100);
+	for (const QString &form : u"mpegts;mpegts -c:v libx264 -c:a aac;mpeg"_s.split(u';'))
+		for (const QString &one :
+		     u"testsrc=s=320x180:d=3[out0];sine=d=1[out1]|testsrc=s=320x180:d=1[out0];sine=d=3[out1]|"
+		     "testsrc=s=320x180:d=3"_s.split(u'|'))
+			EXPECT_NEAR(lengthOf(media(u"ts"_s, one, form)), 3000, 50) << (form + one).toStdString();
 	const QByteArray sound = media(u"aac"_s);
 	EXPECT_NEAR(lengthOf(sound.repeated(1000)) / lengthOf(sound), 1000, 10);
 	EXPECT_EQ(readTags(makeFile(u"album"_s, media(u"flac"_s, u"sine=d=1"_s,

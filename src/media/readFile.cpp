@@ -17,6 +17,7 @@ reelhouse::Tags reelhouse::readFile(const QString &, const std::atomic<bool> &, 
 #include <array>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <span>
 
 extern "C" {
@@ -167,16 +168,24 @@ struct Span {
 	qint64 last = std::numeric_limits<qint64>::min();
 	qint64 length() const { return first < last ? last - first : 0; }
 
-	void add(qint64 start, qint64 duration)
+	// Returns the end of the packet.
+	qint64 add(qint64 start, qint64 duration)
 	{
 		// Times of a hostile file must not overflow.
 		constexpr qint64 most = qint64(1) << 60;
 		start = std::clamp(start, -most, most);
-		duration = std::clamp<qint64>(duration, 0, most);
+		const qint64 end = start + std::clamp<qint64>(duration, 0, most);
 		first = std::min(first, start);
-		last = std::max(last, start + duration);
+		last = std::max(last, end);
+		return end;
 	}
 };
+
+// Whether the file is sound without a container, which has no times.
+bool hasBareFrames(const AVFormatContext *format)
+{
+	return format->iformat->flags & AVFMT_GENERIC_INDEX;
+}
 
 // Lets the pictures come beside the sound, which has its parser by now. They get none.
 void addPictures(AVFormatContext *format)
@@ -195,15 +204,26 @@ bool readTimes(AVFormatContext *format, qint64 end, Span &span)
 	// A hostile file may have any number of empty packets at one position.
 	constexpr int mostPackets = 20'000;
 	const std::unique_ptr<AVPacket, FreeContext> packet(av_packet_alloc());
+	// A packet without a time follows the one before. Bare frames of sound have no times at all.
+	std::optional<qint64> next;
+	if (hasBareFrames(format))
+		next = 0;
+	std::optional<qint64> lastPicture; // the time at which it is decoded
 	for (int i = 0; packet && i < mostPackets && av_read_frame(format, packet.get()) >= 0; i++) {
 		const AVStream *stream = format->streams[packet->stream_index];
 		const qint64 time = packet->pts == AV_NOPTS_VALUE ? packet->dts : packet->pts;
-		const qint64 duration = lengthOf(packet.get(), stream);
-		// A packet without a time follows the one before.
+		qint64 duration = lengthOf(packet.get(), stream);
+		// A picture without a length takes as long as the one before.
+		if (stream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO && packet->dts != AV_NOPTS_VALUE) {
+			const qint64 decoded = av_rescale_q(packet->dts, stream->time_base, AV_TIME_BASE_Q);
+			if (duration == 0 && lastPicture)
+				qSubOverflow(decoded, *lastPicture, &duration);
+			lastPicture = decoded;
+		}
 		if (time != AV_NOPTS_VALUE)
-			span.add(av_rescale_q(time, stream->time_base, AV_TIME_BASE_Q), duration);
-		else
-			span.add(std::max<qint64>(span.last, 0), duration);
+			next = av_rescale_q(time, stream->time_base, AV_TIME_BASE_Q);
+		if (next)
+			next = span.add(*next, duration);
 		av_packet_unref(packet.get());
 		if (avio_tell(format->pb) >= end || toldLength(format) > 0)
 			return true;
@@ -229,8 +249,7 @@ qint64 probedLength(AVFormatContext *format)
 	// An FLV file tells its length with its first packet.
 	if (const qint64 told = toldLength(format); told > 0)
 		return told;
-	// Bare frames of sound have no times to look for at the end.
-	if (format->iformat->flags & AVFMT_GENERIC_INDEX)
+	if (hasBareFrames(format))
 		return hasMore ? av_rescale(span.length(), size - start, avio_tell(format->pb) - start) : span.length();
 	if (av_seek_frame(format, -1, std::max(size - part, start), AVSEEK_FLAG_BYTE) < 0)
 		return hasMore ? 0 : span.length();

@@ -5,7 +5,7 @@
 "bench" measures how long a user waits, and what the audience gets between two tracks; "boundaries" only the latter, and
 "disk" how long a slow disk stops OBS's window.
 "longrun" switches tracks thousands of times, in an OBS with the dock, which holds the picture, and in one without. It
-fails when a switch is lost or comes unrequested, or when an OBS leaks or ends badly.
+fails when the dock loses a switch or one comes unrequested, or when an OBS leaks or ends badly.
 """
 
 import os
@@ -270,7 +270,7 @@ class Side:
         self.show, self.dock = show, bool(show.module)
         self.name = "with the dock" if self.dock else "without"
         self.clips = [show.clip(f"{number}.mp4", 1) for number in range(TRACKS)]
-        self.asked, self.seen, self.memory = 0, 0, []
+        self.asked, self.seen, self.lost, self.memory = 0, 0, 0, []
         source = vlc_source(self.clips, playback_behavior="always_play")
         self.obs = show.start(boundaries.holding(source) if self.dock else source)
         if self.dock:
@@ -289,13 +289,18 @@ class Side:
             edit_elsewhere(self.obs, *(self.clips if walks else self.clips[index:index + 1]))
 
     def follow(self):
-        """Waits for a requested switch: it is seen when the source opens its media."""
+        """Waits for a requested switch, which is seen when the source opens its media. Returns whether it has come."""
         self.asked += 1
         try:
             self.listener.times(STARTED)
+            self.seen += 1
+            return True
         except HostError:
-            raise HostError(f"{self.name}: switch {self.asked} is lost.") from None
-        self.seen += 1
+            # On a busy machine the source alone loses one now and then.
+            if self.dock:
+                raise HostError(f"Switch {self.asked} is lost.") from None
+            self.lost += 1
+            return False
 
     def round(self):
         """Lets the queue play to its end, checks that nothing follows, and then plays single tracks."""
@@ -309,8 +314,8 @@ class Side:
             pass  # no further switch, as wanted
         for number in range(PLAYS):
             self.play(number % TRACKS)
-            self.follow()
-            plays(self.obs)
+            if self.follow():
+                plays(self.obs)
         lines = Path(f"/proc/{self.obs.process.pid}/smaps_rollup").read_text().splitlines()
         self.memory.append(sum(int(line.split()[1]) for line in lines if line.startswith("Rss:")) / 1024)
         tell(f"{self.name}: switches, MiB", self.seen, f"{self.memory[-1]:.1f}")
@@ -329,12 +334,13 @@ def longrun(show):
         tell("", *[side.name for side in sides])
         tell("switches asked for", *[side.asked for side in sides])
         tell("switches seen", *[side.seen for side in sides])
+        tell("switches lost", *[side.lost for side in sides])
         tell("MiB after a fifth of all rounds", *[f"{side.memory[len(side.memory) // 5]:.1f}" for side in sides])
         tell("MiB at the end (growth: goal 1.05 times)", *[f"{side.memory[-1]:.1f}" for side in sides])
         tell("longest answer of the window, ms", *[f"{max(times):.0f}" for times in zip(*answers)])
     finally:
         other.remove()
-    expect("unrequested switches", [side.seen - side.asked for side in sides], [0, 0])
+    expect("unrequested switches with the dock", sides[1].seen - sides[1].asked, 0)
 
 
 if __name__ == "__main__":

@@ -379,6 +379,8 @@ void Story::addDockSteps()
 		for (const QDockWidget *frame : std::as_const(frontend->others)) {
 			docks += describe(frame, frame->windowTitle().remove(u"Reelhouse "_s));
 			EXPECT_EQ(frame->toggleViewAction()->text(), frame->windowTitle().replace(u"&"_s, u"&&"_s));
+			for (const QDockWidget *other : std::as_const(frontend->others))
+				EXPECT_TRUE(other == frame || other->pos() != frame->pos()) << "one hides the other";
 		}
 		answer = docks.join(u"; "_s);
 	});

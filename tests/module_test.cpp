@@ -218,7 +218,9 @@ TEST_F(Module, HasTheDocksThatTheUserAdded)
 	frontend->send(OBS_FRONTEND_EVENT_FINISHED_LOADING);
 	ASSERT_EQ(frontend->others.keys(), (QList{2, 4}));
 	EXPECT_EQ(selected(2) + selected(4), u"AB"_s);
-	EXPECT_TRUE(plugin.request("GetQueue", R"({"sourceName": "B"})")["success"_L1].toBool());
+	for (const QByteArray &named :
+	     {R"({"sourceName": "B"})"_ba, "{\"sourceUuid\": \"" + uuidOf(b).toUtf8() + "\"}"})
+		EXPECT_TRUE(plugin.request("GetQueue", named)["success"_L1].toBool()) << named.toStdString();
 	// What a dock has left behind is not the choice of the next one, which comes back as well.
 	QFile left(save(3, c));
 	frontend->toolsMenu.findChild<QAction *>(u"addAnotherDock"_s)->trigger();

@@ -17,6 +17,7 @@ TEST_F(Story, Docks)
 		{"2: choose S; docks?", "1: (S (Reelhouse 2)) U; 2 · S: [S] U | P Q"},
 		{"choose U; 2: choose; choose S; docks?", "1: [S] U | P Q; 2: (S (Reelhouse)) U"},
 		{"addDock; addDock; toolsMenu?", "Reelhouse, Reelhouse 2, Reelhouse 3, Reelhouse 4, , -Add Another Dock"},
+		{"docks?", "1: [S] U | P Q; 2: (S (Reelhouse)) U; 3: (S (Reelhouse)) U; 4: (S (Reelhouse)) U"},
 		{"tools?", "-findMissingFiles -bringBackReplacedQueue"},
 		{"dropDock 3; 4: choose U; toolsMenu?", "Reelhouse, Reelhouse 2, Reelhouse 4 · U, , Add Another Dock"},
 		{"addDock; dropDock 4; dropDock 2; docks?", "1: [S] U | P Q; 3: (S (Reelhouse)) U"},
@@ -54,6 +55,8 @@ TEST_F(Story, Docks)
 		{"addDock; restart; docks?", "1: S [T] | Z ▶A C; 2: S (T (Reelhouse))"},
 		{"2: choose S; choose; ask Stop {'sourceName': 'W'}", "no source | otherSource"},
 		{"2: play P; dropDock; suspend; resume; docks?", "1: S T"},
-		{"addDock; loseDock; toolsMenu?", "-Skip Tracks That Cannot Play, -Start Again After Last Track, , Show Current Track In, , Add Another Dock"},
+		{"suspend; addDock; docks?", "1: ; 2: "},
+		{"resume; docks?", "1: S T; 2: S T"},
+		{"loseDock; toolsMenu?", "-Skip Tracks That Cannot Play, -Start Again After Last Track, , Show Current Track In, , Add Another Dock"},
 	});
 }

@@ -106,7 +106,8 @@ bool obs_frontend_add_dock_by_id(const char *id, const char *title, void *widget
 	if (number == 1) {
 		active->dock = static_cast<QWidget *>(widget);
 	} else if (active->acceptsDock) {
-		active->others[number] = new QDockWidget(QString::fromUtf8(title));
+		active->others[number] = new QDockWidget(QString::fromUtf8(title), &active->window);
+		active->others[number]->setFloating(true);
 		active->others[number]->setWidget(static_cast<QWidget *>(widget));
 	}
 	return active->acceptsDock;

@@ -36,6 +36,7 @@ struct Frontend {
 	uint32_t obsVersion = LIBOBS_API_VER;
 	const char *qtVersion = QT_VERSION_STR;
 	QPointer<QWidget> dock;
+	QWidget window;                          // the main one
 	QMap<int, QPointer<QDockWidget>> others; // the frames of further docks, by their numbers
 	QObject toolsMenu;
 	int removedDocks = 0;

@@ -59,6 +59,7 @@ TEST_F(Story, Elsewhere)
 		{"edit S M/ file:///m/ http://h/U M/a.mp3; refresh", "[M/a.mp3] M/B.flac M/C.MP4 M/D.ogg file:///m/ http://h/U M/a.mp3 | src M file:///m/ http://h/U M/a.mp3 | own | replaced -"},
 		{"elsewhere", "∅ | src | own | replaced M/a.mp3 M/B.flac M/C.MP4 M/D.ogg file:///m/ http://h/U M/a.mp3"},
 		{"elsewhere M/ N/ P", "[M/a.mp3] M/B.flac M/C.MP4 M/D.ogg P | src M N P | own | replaced M/a.mp3 M/B.flac M/C.MP4 M/D.ogg file:///m/ http://h/U M/a.mp3"},
+		{"edit S K/x.mp3 K/x.wav K/x.flac K/x.aac K/x.ogg K/x.m4a K/x.opus K/x.wma K/x.mp4 K/x.mkv K/x.mov K/x.avi K/x.webm K/x.m4v K/x.ts K/x.flv K/x.wmv K/x.mpg K/x.mpeg K/x.m3u; elsewhere K/", "[K/x.aac] K/x.avi K/x.flac K/x.flv K/x.m4a K/x.m4v K/x.mkv K/x.mov K/x.mp3 K/x.mp4 K/x.mpeg K/x.mpg K/x.ogg K/x.opus K/x.ts K/x.wav K/x.webm K/x.wma K/x.wmv | src K | own | replaced M/a.mp3 M/B.flac M/C.MP4 M/D.ogg file:///m/ http://h/U M/a.mp3"},
 		{"elsewhere file:M/", "[file:M] | src file:M | own | replaced M/a.mp3 M/B.flac M/C.MP4 M/D.ogg file:///m/ http://h/U M/a.mp3"},
 	});
 	tell("the queue that the user last made or played is there, or is the replaced one", "P Q R S", {

@@ -5,8 +5,10 @@
 #include <QMessageBox>
 #include <QProgressDialog>
 
+#include <atomic>
 #include <csignal>
 
+#include <dlfcn.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -36,8 +38,23 @@ template <size_t size> static QByteArray bytes(const char (&text)[size])
 	return {text, size - 1};
 }
 
+static std::atomic<int> textsWritten = 0;
+
+// The module finds this one before libobs's.
+void obs_source_update(obs_source_t *source, obs_data_t *settings)
+{
+	static const auto next = reinterpret_cast<decltype(&obs_source_update)>(dlsym(RTLD_NEXT, "obs_source_update"));
+	textsWritten += obs_data_has_user_value(settings, "text");
+	next(source, settings);
+}
+
 class Files : public Story {
 protected:
+	Files()
+	{
+		on("hang", [](const Words &) { SlowDisk::hang(); });
+		on("answer", [](const Words &) { SlowDisk::answer(); });
+	}
 	// Names in the folder, whole paths and addresses.
 	QString at(const QString &name) const
 	{
@@ -350,7 +367,6 @@ TEST_F(Files, ThatMovedAreFound)
 		{"video; look; look", "new/A ▶[Q] | src Q | managed | replaced - | Missing files found: 1; still missing: 0"},
 		{"undoRemove", "new/A ▶Q [new/B] | src Q | managed | replaced -"},
 	});
-	on("hang", [](const Words &) { SlowDisk::hang(); });
 	on("seen", [this](const Words &words) {
 		const auto *shown = child<QProgressDialog>("findMissingFilesProgress")->findChild<QLabel *>();
 		EXPECT_TRUE(waitFor([&] { return shown->text().endsWith(u"Files seen: "_s + words[0]); }));
@@ -378,6 +394,7 @@ TEST_F(Files, TheCurrentTrackStandsInATextSource)
 		answer = settingsOf(text)["text"_L1].toString();
 		EXPECT_TRUE(settingsOf(text)["outline"_L1].toBool());
 	});
+	on("written?", [this](const Words &) { answer = QString::number(textsWritten.exchange(0)); });
 	on("showInOther", [this](const Words &words) {
 		QMenu *menu = toolsEntry()->menu()->actions()[1]->menu();
 		Q_EMIT menu->aboutToShow();
@@ -393,6 +410,7 @@ TEST_F(Files, TheCurrentTrackStandsInATextSource)
 		     {"media stopped; video; poll; text?", "two"},
 		     {"media playing; look; text?", "two"},
 		     {"type {'text':'old'}; look; text?", "two"},
+		     {"written?; look; look; written?", "0"},
 		     {"media ended; look; text?", ""},
 		     {"endMode Next; start One.song.mp3; media ended; select 0; text?", "One.song"},
 		     {"ends; wait 20; video; select 0; text?", "two"},

@@ -12,6 +12,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include "HeldClock.hpp"
 #include "SlowDisk.hpp"
 #include "Story.hpp"
 
@@ -132,6 +133,15 @@ TEST_F(Files, OnADiskThatHangsAreShownWhenItAnswers)
 	play(0);
 	SlowDisk::answer();
 	EXPECT_TRUE(waitFor([&] { return rows() == u"hangs -3"_s; })) << "it plays";
+	choose(other);
+	SlowDisk::hang();
+	for (const QString &disk : {u"hangs 1"_s, u"hangs 2"_s})
+		ASSERT_TRUE(QDir(folder.path()).mkdir(disk));
+	setPlaylist(other, {makeFile(u"hangs 1/c"_s), quick});
+	const qint64 start = HeldClock::nowMs();
+	drop({QUrl::fromLocalFile(makeFile(u"hangs 2/d"_s))});
+	EXPECT_LE(HeldClock::nowMs() - start, 1100) << "an operation waits a second, however many disks hang";
+	SlowDisk::answer();
 }
 
 TEST_F(Files, ThatAreLookedForAreCounted)

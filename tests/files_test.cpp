@@ -343,6 +343,17 @@ TEST_F(Files, ThatMovedAreFound)
 		for (const QString &file : paths(words))
 			QFile::remove(file);
 	});
+	// Until the search is over, whose result then waits for this thread.
+	on("searched", [](const Words &) {
+		SlowDisk::awaitQuestion();
+		SlowDisk::answer();
+		const auto isFinder = [](const QFileInfo &thread) {
+			QFile name(thread.filePath() + u"/comm"_s);
+			return name.open(QIODevice::ReadOnly) && name.readAll().startsWith("reelhouse: find");
+		};
+		while (std::ranges::any_of(QDir(u"/proc/self/task"_s).entryInfoList(QDir::Dirs), isFinder))
+			std::this_thread::yield();
+	});
 	// Looks in a folder and does the rest before the result comes.
 	on("find", [this](const Words &words) {
 		const QStringList queued = ids();
@@ -381,6 +392,9 @@ TEST_F(Files, ThatMovedAreFound)
 		const auto *shown = child<QProgressDialog>("findMissingFilesProgress")->findChild<QLabel *>();
 		EXPECT_TRUE(waitFor([&] { return shown->text().endsWith(u"Files seen: "_s + words[0]); }));
 		SlowDisk::answer();
+	});
+	tell("a search whose result is on its way when it is given up", "hangs/A Q", {
+		{"place new/A; moved hangs/A; refresh; hang; find new atOnce searched + ask SelectSource {'sourceName':'T'}; choose S", "[hangs/A] Q | src hangs/A Q | own | replaced -"},
 	});
 	tell("names as other systems write them", "hangs/e\u0301", {
 		{"ask AddTracks {'paths': [{'path': 'C:\\\\s\\\\W'}]}; place there/\u00e9 there/s/W; moved hangs/e\u0301; hang; find there seen 2", "[there/\u00e9] there/s/W | src there/\u00e9 | own | replaced - | Missing files found: 2; still missing: 0"},

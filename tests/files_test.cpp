@@ -377,6 +377,7 @@ TEST_F(Files, ThatMovedAreFound)
 		{"moved old/1/A old/2/A old/B C; refresh; find nowhere", "▶[old/1/A] old/2/A old/B C http://h/B | src old/1/A | managed | replaced - | ⚠ Could not read the folder nowhere"},
 		{"told?; find new ask SelectSource {'sourceName':'T'}; told?", "Queue 2, CurrentTrack, MissingFilesSearched cancelled"},
 		{"choose S; search old/; find new ask FindMissingFiles {'folder':'/'}", "▶(new/x/1/A) (new/2/A) (new/s/B) (C) (http://h/B) | src new/x/1/A | managed | replaced - | searching | ⚠ Missing files found: 3; still missing: 1"},
+		{"told?", "Queue 5, CurrentTrack A, Queue 5, MissingFilesSearched"},
 		{"look; look; ask? mediaState GetQueue", "{'mediaState':'OBS_MEDIA_STATE_PLAYING'}"},
 		{"tools?", "-bringBackReplacedQueue"},
 		{"find new tools?", "▶(new/x/1/A) (new/2/A) (new/s/B) (C) (http://h/B) | src new/x/1/A | managed | replaced - | -findMissingFiles -bringBackReplacedQueue | ⚠ Missing files found: 0; still missing: 1"},
@@ -468,10 +469,13 @@ TEST_F(Files, TheCurrentTrackStandsInATextSource)
 			     {"wait 100; deck?", "playing|One|1|2|Two|0:01|1:02|"},
 			     {"ask? all GetQueue {'limit': 0}", "{'artist':'Ann','canBringBack':false,'canUndo':false,'currentId':'#P','currentIndex':0,'cursor':500,'duration':1600,'durationMs':1600,'endMode':'next','mediaState':'OBS_MEDIA_STATE_PLAYING','queueDurationMs':62600,'queueRemainingMs':62100,'skipFailed':false,'sourceName':'S','sourceUuid':'S','startAgain':false,'success':true,'title':'One','total':2,'tracks':[],'unknownLengths':0,'unknownRemaining':0,'upcoming':[{'id':'#Q','index':1}]}"},
 			     {"ask? remainingMs GetQueue {'tags': true}", "{'remainingMs':62100}"},
+			     {"ask? remainingMs GetQueue {'offset': 1, 'tags': true}", "{'remainingMs':null}"},
 			     {"media playing; endMode; wait 1000; deck?", "playing|One|1|2|||1:02|"},
 			     {"endMode Next; wait 200; told?; play Q; video; song R Three Cy 2000; drop R; read Three; wait 200; told?", "CurrentTrack Q 61000, Queue 3"},
 			     {"lengths; ask? queueDurationMs GetQueue {'limit': 0}", "{'queueDurationMs':64600}"},
 			     {"type {'text':'mine'}; look; text?", "Ben – Two"},
+			     {"hang; ask AddTracks {'paths': [{'path': '@hangs/N'}], 'position': 0}; ask? complete GetQueue {'tags': true}", "{'complete':false}"},
+			     {"answer; ask RemoveTracks {'ids': [{'id': '#hangs/N'}]}; text?", "Ben – Two"},
 		     });
 	// clang-format on
 	pickFile("exportPlaylist", at(u"lengths"_s));

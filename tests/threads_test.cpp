@@ -32,6 +32,8 @@ TEST_F(Threads, RequestsFromManyAreDoneOnceOrRefused)
 		child<QComboBox>("endMode")->setCurrentIndex(done % 3);
 		return done > 100;
 	}));
+	EXPECT_EQ(plugin.request("GetQueue", R"({"limit": 101, "tags": true})")["error"_L1], u"tooManyTags"_s);
+	EXPECT_EQ(plugin.request("GetQueue", R"({"limit": 100, "tags": true})")["success"_L1], true);
 	// From here on this thread serves nobody, as when it waits for the others to end.
 	frontend->send(OBS_FRONTEND_EVENT_SCRIPTING_SHUTDOWN);
 	for (std::thread &thread : threads)

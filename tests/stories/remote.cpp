@@ -78,7 +78,6 @@ TEST_F(Story, Remote)
 	tell("times are those of the track that plays", "P Q", {
 		{"start P; media playing 1500 4000; poll; ask? remainingMs GetQueue {'limit': 1, 'tags': true}", "{'remainingMs':2500}"},
 		{"ask? remainingMs GetQueue {'limit': 0, 'tags': true}", "{'remainingMs':null}"},
-		{"ask? remainingMs GetQueue {'offset': 1, 'tags': true}", "{'remainingMs':null}"},
 		{"ask? remainingMs GetQueue {'limit': 2, 'tags': true}", "{'remainingMs':null}"},
 		{"ask? remainingMs GetQueue {'limit': 1}", "{'remainingMs':null}"},
 		{"media playing 5000 4000; poll; ask? remainingMs GetQueue {'limit': 1, 'tags': true}", "{'remainingMs':0}"},

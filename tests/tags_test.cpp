@@ -1,4 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "HeldClock.hpp"
 #include "Host.hpp"
 #include "SlowDisk.hpp"
 
@@ -70,7 +71,8 @@ TEST_F(MediaTags, AreReadWhateverTheFileIsCalled)
 		  u"Ann"_s);
 	makeFile(u"text.mp3"_s, "no media");
 	ASSERT_EQ(mkfifo(folder.filePath(u"pipe.mp3"_s).toUtf8().constData(), 0600), 0);
-	for (const QString &name : {u"missing.mp3"_s, u"text.mp3"_s, u"pipe.mp3"_s, u"."_s})
+	makeFile(u"list.mp3"_s, ";FFMETADATA1\ntitle=no media either\n");
+	for (const QString &name : {u"missing.mp3"_s, u"text.mp3"_s, u"list.mp3"_s, u"pipe.mp3"_s, u"."_s})
 		EXPECT_EQ(readTags(folder.filePath(name)), Tags()) << name.toStdString();
 }
 
@@ -151,6 +153,8 @@ TEST_F(MediaTags, AreToldWhenTheyBecomeKnownAndWhenTheyChange)
 		EXPECT_EQ(next(folder.filePath(QString::number(i))), Tags());
 	EXPECT_EQ(all.size(), 3 + 20) << "a file that has not changed is not told of";
 	EXPECT_EQ(changed.size(), 3);
+	reader.cached(makeFile(u"0"_s, "no media either"));
+	EXPECT_TRUE(waitFor([&] { return changed.size() == 4; })) << "of another size, with the same tags";
 	for (int i = 0; i < 300; i++)
 		reader.cached(folder.filePath(u"waits %1"_s.arg(i))); // while the reader ends
 }
@@ -163,11 +167,14 @@ TEST_F(MediaTags, AreGivenToOtherThreadsWithoutADiskThatHangs)
 		return std::async(std::launch::async, reader.answersFor({makeFile(name, content)}));
 	};
 	const TagReader::Answers nothing{std::nullopt};
-	SlowDisk::hang();
-	auto waits = asked(u"hangs 1.flac"_s);
-	SlowDisk::awaitQuestion();
-	SlowDisk::answer();
-	EXPECT_EQ(waits.get().constFirst()->title, title);
+	std::future<TagReader::Answers> waits;
+	for (const QString &name : {u"hangs 0.flac"_s, u"hangs 1.flac"_s}) {
+		SlowDisk::hang();
+		waits = asked(name);
+		SlowDisk::awaitQuestion();
+		SlowDisk::answer();
+		EXPECT_EQ(waits.get().value(0, std::nullopt).value_or(Tags()).title, title);
+	}
 	SlowDisk::hang();
 	for (int i = 0; i < 100; i++)
 		EXPECT_EQ(asked(u"hangs %1.flac"_s.arg(i + 2)).get(), nothing) << "only the first one waits";
@@ -175,10 +182,16 @@ TEST_F(MediaTags, AreGivenToOtherThreadsWithoutADiskThatHangs)
 	while (!asked(u"hangs 2.flac"_s).get().constFirst())
 		QCoreApplication::processEvents();
 	SlowDisk::hang();
-	waits = asked(u"hangs at the close.flac"_s);
+	const auto answers = reader.answersFor({makeFile(u"hangs at the close.flac"_s, content)});
+	auto waited = std::async(std::launch::async, [&] {
+		HeldClock::hold();
+		const qint64 start = HeldClock::nowMs();
+		EXPECT_EQ(answers(), nothing);
+		return HeldClock::nowMs() - start;
+	});
 	SlowDisk::awaitQuestion();
 	reader.endWaits();
-	EXPECT_EQ(waits.get(), nothing);
+	EXPECT_EQ(waited.get(), 0) << "no wait was in vain";
 	SlowDisk::answer();
 }
 
@@ -242,4 +255,10 @@ TEST_F(MediaTags, LengthsAreReadOfTheFilesOfTheLastList)
 	reader.readLengths({a, make(u"b"_s, 2)});
 	SlowDisk::answer();
 	EXPECT_EQ(known(4), u"a 1000, b 2000, s 1000"_s);
+	reader.readLengths({c});
+	ASSERT_TRUE(waitFor([&] { return reader.lengths().contains(c.first); }));
+	reader.cached(makeFile(u"c"_s, "shorter"));
+	ASSERT_TRUE(waitFor([&] { return sizes.value(c.first) == 7; }));
+	reader.tellMeasured();
+	EXPECT_EQ(sizes[c.first], 7) << "what was seen first is not told last";
 }

@@ -257,6 +257,8 @@ TEST_F(Module, HoldsThePictureOfTheSourceThatCarriesItsFilter)
 	};
 	show(source);
 	EXPECT_EQ(state(), u"1 0: Other"_s);
+	EXPECT_TRUE(obs_get_source_output_flags("reelhouse_hold_picture") & OBS_SOURCE_CAP_DISABLED)
+		<< "the Filters dialog does not offer it";
 	action("holdPicture")->trigger();
 	EXPECT_EQ(state(), u"1 1: Hold Picture Between Tracks Other"_s);
 	EXPECT_GT(frontend->saves, 0);

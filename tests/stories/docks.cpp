@@ -35,6 +35,7 @@ TEST_F(Story, Docks)
 		{"collection T; docks?", "1: (T (Reelhouse 2)); 2 · T: [T] | X Y"},
 		{"collection S T; docks?", "1: [S] (T (Reelhouse 2)) | P Q; 2 · T: (S (Reelhouse)) [T] | X Y"},
 		{"rename T R&B; poll; look; docks?", "1: (R&B (Reelhouse 2)) [S] | P Q; 2 · R&B: [R&B] (S (Reelhouse)) | X Y"},
+		{"dropDock; choose; collection S; addDock; 2: choose S; collection T; docks?", "1: R&B; 2: R&B"},
 	});
 	tell("each queue goes on as if it were alone", "P Q R", {
 		{"addDock; 2: choose T; endMode Next; 2: endMode Next; start P; 2: play X; video T; docks?", "1: [S] (T (Reelhouse 2)) | ▶P Q R; 2 · T: (S (Reelhouse)) [T] | ▶X Y"},

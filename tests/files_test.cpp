@@ -169,8 +169,8 @@ TEST_F(Files, OnManyDisksThatHangDoNotKeepTheOthersFromAnswering)
 		ASSERT_TRUE(QDir(folder.path()).mkdir(name));
 		hanging += makeFile(name + u"/a"_s);
 	}
-	const OBSSource source = makeSource(u"S"_s, hanging),
-			mixed = makeSource(u"M"_s, hanging + QStringList(makeFile(u"quick"_s, "abcde")));
+	OBSSource source = makeSource(u"S"_s, hanging),
+		  mixed = makeSource(u"M"_s, hanging + QStringList(makeFile(u"quick"_s, "abcde")));
 	SlowDisk::hang();
 	show(source);
 	for (int i = 0; i < 6; i++) {
@@ -178,6 +178,9 @@ TEST_F(Files, OnManyDisksThatHangDoNotKeepTheOthersFromAnswering)
 		EXPECT_EQ(list()->item(20)->data(SizeRole).toString(), u"5"_s) << "the time " << i;
 		choose(source);
 	}
+	plugin.end();
+	source = mixed = nullptr;
+	endObs(); // under the looks
 	SlowDisk::answer();
 }
 

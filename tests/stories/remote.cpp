@@ -33,6 +33,7 @@ TEST_F(Story, Remote)
 	});
 	tell("what is wrong is refused and changes nothing", "P Q R", {
 		{"ask GetQueue {'offset': -1}", "[P] Q R | src P Q R | own | replaced - | indexOutOfRange"},
+		{"ask? comment GetQueue {'offset': -1}", "{'comment':'offset is out of range'}"},
 		{"ask GetQueue {'offset': 4}", "[P] Q R | src P Q R | own | replaced - | indexOutOfRange"},
 		{"ask GetQueue {'limit': 1.0}", "[P] Q R | src P Q R | own | replaced - | wrongType"},
 		{"ask SelectSource", "[P] Q R | src P Q R | own | replaced - | missingField"},

@@ -1,4 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
+#include "HeldClock.hpp"
+#include "SlowDisk.hpp"
 #include "Story.hpp"
 
 #include <atomic>
@@ -88,6 +90,23 @@ TEST_F(Threads, OnceTheRemoteControlIsClosedNobodyWaitsForItOrHearsOfIt)
 	choose(sources[u"T"_s]);
 	passTime(2000);
 	EXPECT_TRUE(plugin.events.empty());
+}
+
+TEST_F(Threads, ARequestDoesNotWaitForTagsBeyondTheClose)
+{
+	step(u"drop hangs/D"_s);
+	SlowDisk::hang();
+	auto wait = std::async(std::launch::async, [this] {
+		HeldClock::hold();
+		const qint64 start = HeldClock::nowMs();
+		plugin.request("GetQueue", R"({"tags": true})");
+		return HeldClock::nowMs() - start;
+	});
+	const auto asked = std::async(std::launch::async, SlowDisk::awaitQuestion);
+	EXPECT_TRUE(waitFor([&] { return asked.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }));
+	frontend->send(OBS_FRONTEND_EVENT_SCRIPTING_SHUTDOWN);
+	EXPECT_EQ(wait.get(), 0) << "no wait was in vain";
+	SlowDisk::answer();
 }
 
 TEST_F(Threads, ARequestThatHasBegunIsAnsweredWithWhatBecameOfIt)

@@ -233,11 +233,14 @@ void selectSource(Request &request)
 		OBSSourceAutoRelease source = obs_get_source_by_name(wanted.toUtf8().constData());
 		uuid = uuidOf(source);
 	}
-	const auto [other, otherName] = request.queue.dockOf(uuid);
-	if (other > 0 && other != dock)
-		return request.refuse(Refusal::SourceTaken, otherName);
 	// An empty UUID means "no source". An unknown name must not mean it.
-	if ((byName && uuid.isEmpty()) || !request.queue.selectSource(uuid))
+	if ((!byName || !uuid.isEmpty()) && request.queue.selectSource(uuid))
+		return;
+	// Only now: a dock that waits for the source may just have taken it.
+	const auto [other, otherName] = request.queue.dockOf(uuid);
+	if (other > 0)
+		request.refuse(Refusal::SourceTaken, otherName);
+	else
 		request.refuse(Refusal::UnknownSource, wanted);
 }
 

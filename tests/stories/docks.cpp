@@ -30,6 +30,7 @@ TEST_F(Story, Docks)
 		{"save T; leave T; look; come T; refresh; choose T; look; docks?", "1: S [T] | X Y; 2: S (T (Reelhouse))"},
 		{"2: empty?", "[X] Y | src X Y | own | replaced - | Reelhouse has the source T already."},
 		{"save T; leave T; look; come T; 2: refresh; docks?", "1: S [T] | X Y; 2: S (T (Reelhouse))"},
+		{"save T; leave T; look; come T; ask SelectSource {'dock': 2, 'sourceName': 'T'}", "[X] Y | src X Y | own | replaced - | sourceTaken"},
 		{"choose S; docks?", "1: [S] (T (Reelhouse 2)) | P Q; 2 · T: (S (Reelhouse)) [T] | X Y"},
 		{"restart; docks?", "1: [S] (T (Reelhouse 2)) | P Q; 2 · T: (S (Reelhouse)) [T] | X Y"},
 		{"collection T; docks?", "1: (T (Reelhouse 2)); 2 · T: [T] | X Y"},

@@ -79,11 +79,15 @@ void Story::addPlayerSteps()
 		on(name, [key = action, this](const Words &words) {
 			QTest::keyEvent(key, child<QSlider>("seek"), QKeySequence(words[0])[0].key());
 		});
-	// As X11 tells of a key that is held down.
+	// As X11 tells of a key that is held down; Qt does not always know the release for what it is.
 	on("repeat", [this](const Words &words) {
-		for (const QEvent::Type type : {QEvent::KeyRelease, QEvent::KeyPress}) {
-			QKeyEvent event(type, QKeySequence(words[0])[0].key(), {}, {}, true);
-			QApplication::sendEvent(frontend->dock->focusWidget(), &event);
+		for (const bool isKnown : {true, false, true}) {
+			for (const QEvent::Type type : {QEvent::KeyRelease, QEvent::KeyPress}) {
+				const bool repeats = isKnown || type == QEvent::KeyPress;
+				QKeyEvent event(type, QKeySequence(words[0])[0].key(), {}, {}, repeats);
+				event.setTimestamp(9);
+				QApplication::sendEvent(frontend->dock->focusWidget(), &event);
+			}
 		}
 	});
 	on("slide", [this](const Words &words) {

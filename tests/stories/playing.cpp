@@ -165,13 +165,13 @@ TEST_F(Story, Transport)
 		{"video; focus?", "playPause"},
 		{"media playing 500 4000; poll; focus seek; media playing 0 0; poll; focus?", "nobody"},
 		{"media playing 250 4000; poll; focus?", "seek"},
-		{"select P; key Space; focus search; video; focus?", "search"},
+		{"select P; focus playPause; key Space; focus search; video; focus?", "search"},
 	});
 	tell("a key that is held down seeks when it is let go", "P Q", {
 		{"start P; media playing 10000 100000; poll; focus seek; hold Right; wait 900; repeat Right; wait 900; video", "▶[P] Q | src P | managed | replaced -"},
 		{"lift Right; hold Right; wait 900; video", "▶[P] Q | src P | managed | replaced -"},
-		{"lift Right; wait 400; video", "▶[P] Q | src P | managed | replaced - | does seek 13000"},
-		{"hold Right; focus playlist; wait 400; video", "▶[P] Q | src P | managed | replaced - | does seek 14000"},
+		{"lift Right; wait 400; video", "▶[P] Q | src P | managed | replaced - | does seek 15000"},
+		{"hold Right; focus playlist; wait 400; video", "▶[P] Q | src P | managed | replaced - | does seek 16000"},
 		{"wait 1500; poll; release; video", "▶[P] Q | src P | managed | replaced - | does seek 10000"},
 	});
 }

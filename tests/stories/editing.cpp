@@ -43,9 +43,9 @@ TEST_F(Story, Editing)
 		{"select P Q; moveUp", "▶R [P] [Q] S | src R | managed | replaced -"},
 	});
 	tell("dragged rows stay in their order, between the rows that they are dropped on", "P Q R S T", {
-		{"select P R; moveOnto S lower", "Q S [P] [R] T | src P Q R S T | own | replaced -"},
-		{"select P T; moveOnto Q upper", "[P] [T] Q S R | src P Q R S T | own | replaced -"},
-		{"elsewhere A B; select A; moveOnto A lower; elsewhere C", "[C] | src C | own | replaced P T Q S R"},
+		{"select P R S; moveOnto T lower", "Q T [P] [R] [S] | src P Q R S T | own | replaced -"},
+		{"select T P S; moveOnto Q upper", "[T] [P] [S] Q R | src P Q R S T | own | replaced -"},
+		{"elsewhere A B; select A; moveOnto A lower; elsewhere C", "[C] | src C | own | replaced T P S Q R"},
 	});
 	tell("the menu acts on the rows that it was opened on", "P Q R S", {
 		{"select P Q; menu Q; close; offers?", "Play Selected, not seek moveUp moveDown moveTop moveBottom undoRemove locateCurrent openFolder"},

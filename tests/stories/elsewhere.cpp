@@ -53,6 +53,7 @@ TEST_F(Story, Elsewhere)
 		{"video; edit S X Y; ask? ids AddTracks {'paths': [{'path': '@Z'}]}", "{'ids':[{'id':'#Z'}]}"},
 		{"elsewhere A B; edit S B A B; play B", "▶[B] A B | src B A B | managed | replaced X Y Z | next | waits"},
 		{"video; elsewhere A B A B; edit S A B A B C; play 3", "A B A ▶[B] C | src A B A B C | managed | replaced B A B | next | waits"},
+		{"video; edit S C; shuffleQueue", "[C] | src C | own (managed) | replaced A B A B C | next"},
 	});
 	tell("folders, and a queue that was empty", "", {
 		{"edit S M/D.ogg M/B.flac M/c.txt M/a.mp3 M/.h.mp3 M/n/c.mp3 M/C.MP4; elsewhere M/ file:///m/ http://h/U M/a.mp3", "[M/a.mp3] M/B.flac M/C.MP4 M/D.ogg file:///m/ http://h/U M/a.mp3 | src M file:///m/ http://h/U M/a.mp3 | own | replaced -"},

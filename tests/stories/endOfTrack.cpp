@@ -88,6 +88,7 @@ TEST_F(EndOfTrack, PassesOverWhatCannotPlay)
 		 "▶[P] A B Q | src | managed | replaced - | next | does stop | ⚠ None of the tracks that follow can be played"},
 		{"failures?", "A fileMissing, B fileMissing, Q fileMissing, P fileMissing"},
 		{"back A; start A; ask? tracks GetQueue {'offset': 1, 'limit': 1}", "{'tracks':[{'id':'#A','index':1,'label':'A','path':'A','sizeBytes':5}]}"},
+		{"gone A; next; wait 1; wait 1; wait 1; wait 1; video", "P ▶[A] B Q | src A | managed | replaced - | next | ⚠ None of the tracks that follow can be played"},
 	});
 	tell("a track that fails after it has played counts as ended", "P Q R", {
 		{"skipFailed; endMode Next; start P; told?; media error 700 4000; poll; told?", "TrackFailed P error, CurrentTrack Q"},
@@ -97,6 +98,7 @@ TEST_F(EndOfTrack, PassesOverWhatCannotPlay)
 		{"skipFailed; start P; gone A; atOnce next + stop; video", "▶[P] A B Q | src | managed | replaced - | does stop"},
 		{"start P; atOnce? next + ask? cursor GetQueue", "{'cursor':0}"},
 		{"video; start P; atOnce next + ask RemoveTracks {'ids': [{'id': '#A'}]}", "P ▶[B] Q | src P | managed | replaced - | waits | ⚠ Tracks passed over: 1"},
+		{"start Q; gone B; atOnce previous + ask RemoveTracks {'ids': [{'id': '#B'}]}; video", "▶[P] Q | src P | managed | replaced - | does stop | ⚠ Tracks passed over: 1"},
 	});
 	tell("without the option a screen reader hears of it in the row, until it plays", "P Q", {
 		{"play P; video; poll; media error; poll", "▶[P] Q | src P | managed | replaced - | ⚠ Could not play: P"},

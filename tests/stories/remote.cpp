@@ -153,6 +153,7 @@ TEST_F(Story, Remote)
 		{"search; ask RemoveTracks {'ids': [{'id': '#Q'}]}", "A P [R] | src P Q R | own | replaced -"},
 		{"ask RemoveTracks {'ids': [{'id': '#R'}, {'id': '#A'}]}", "[P] | src P Q R | own | replaced -"},
 		{"drop Q R; search #2; ask RemoveTracks {'ids': [{'id': '#P'}]}", "(Q) [R] | src P Q R | own | replaced -"},
+		{"drop Qa; search /Q; select Q; ask RemoveTracks {'ids': [{'id': '#Q'}]}", "(R) [Qa] | src P Q R | own | replaced -"},
 	});
 	tell("rows do not move under the pointer", "A B C D E F G H I J K L M N O P Q R S T U V W X Y Z", {
 		{"scroll 6; ask AddTracks {'paths': [{'path': '@a'}, {'path': '@b'}], 'position': 0}; top?", "G"},
@@ -162,6 +163,7 @@ TEST_F(Story, Remote)
 		{"ask MoveTrack {'id': '#H', 'index': 20}; top?", "I"},
 		{"select J; choose T; choose S; top?", "I"},
 		{"search /; scroll 9; ask RemoveTracks {'ids': [{'id': '#Z'}]}; top?", "I"},
+		{"search /none; drop z; top?", "S"},
 	});
 	tell("no source is a choice like any other", "P", {
 		{"save T; choose T; leave T; look; come T; look", "[X] Y | src X Y | own | replaced -"},

@@ -2,9 +2,11 @@
 #include "SlowDisk.hpp"
 
 #include <condition_variable>
+#include <csignal>
 #include <cstring>
 #include <mutex>
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -49,4 +51,14 @@ void SlowDisk::awaitQuestion()
 {
 	std::unique_lock lock(mutex);
 	changed.wait(lock, [] { return asking > 0; });
+}
+
+void SlowDisk::whileFull(const std::function<void()> &run)
+{
+	const rlimit full{1, RLIM_INFINITY}, free{RLIM_INFINITY, RLIM_INFINITY};
+	const auto handler = signal(SIGXFSZ, SIG_IGN);
+	setrlimit(RLIMIT_FSIZE, &full);
+	run();
+	setrlimit(RLIMIT_FSIZE, &free);
+	signal(SIGXFSZ, handler);
 }

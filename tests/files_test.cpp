@@ -6,10 +6,8 @@
 #include <QProgressDialog>
 
 #include <atomic>
-#include <csignal>
 
 #include <dlfcn.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include "HeldClock.hpp"
@@ -258,14 +256,7 @@ TEST_F(Files, PlaylistsComeBack)
 	const QByteArray written = contentOf(u"out.m3u8"_s);
 	EXPECT_TRUE(written.startsWith("#EXTM3U\n#EXTINF:62,A B\nhttp://h/ü x?y=%20#z\n"
 				       "#EXTINF:-1,</title>\n/m/a\n#EXTINF:-1,plain\nplain\n"));
-	// The disk is full.
-	const rlimit full{1, RLIM_INFINITY};
-	const auto handler = signal(SIGXFSZ, SIG_IGN);
-	ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &full), 0);
-	EXPECT_FALSE(writePlaylist(at(u"out.m3u8"_s), entries).isEmpty());
-	const rlimit free{RLIM_INFINITY, RLIM_INFINITY};
-	ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &free), 0);
-	signal(SIGXFSZ, handler);
+	SlowDisk::whileFull([&] { EXPECT_FALSE(writePlaylist(at(u"out.m3u8"_s), entries).isEmpty()); });
 	EXPECT_EQ(contentOf(u"out.m3u8"_s), written);
 }
 
@@ -386,6 +377,7 @@ TEST_F(Files, ThatMovedAreFound)
 		{"find new tools?", "▶(new/x/1/A) (new/2/A) (new/s/B) (C) (http://h/B) | src new/x/1/A | managed | replaced - | -findMissingFiles -bringBackReplacedQueue | ⚠ Missing files found: 0; still missing: 1"},
 		{"search; back C; find .", "▶[new/x/1/A] new/2/A new/s/B C http://h/B | src new/x/1/A | managed | replaced - | Missing files found: 1; still missing: 0"},
 		{"restart; look", "▶[new/x/1/A] new/2/A new/s/B C http://h/B | src new/x/1/A | managed | replaced -"},
+		{"moved new/2/A; refresh; moved C; find old; ask? tracks GetQueue {'offset': 3, 'limit': 1}", "{'tracks':[{'id':'#C','index':3,'label':'C','missing':true,'path':'C'}]}"},
 	});
 	tell("a switch that waits, and the undo", "old/A Q old/B", {
 		{"place new/A new/B new/Q; select old/B; remove; moved old/A old/B; play old/A; play Q; find new", "new/A ▶[Q] | src old/A Q old/B | managed (own) | replaced - | waits | Missing files found: 1; still missing: 0"},
@@ -403,8 +395,9 @@ TEST_F(Files, ThatMovedAreFound)
 	tell("names as other systems write them", "hangs/e\u0301", {
 		{"ask AddTracks {'paths': [{'path': 'C:\\\\s\\\\W'}]}; place there/\u00e9 there/s/W; moved hangs/e\u0301; hang; find there seen 2", "[there/\u00e9] there/s/W | src there/\u00e9 | own | replaced - | Missing files found: 2; still missing: 0"},
 	});
-	tell("both queues, after an edit that no poll has seen", "old/A Q", {
-		{"place new/A new/B; moved old/A old/B; elsewhere old/B; edit S old/B old/B file:Q; find new wait 0", "[new/B] new/B file:Q | src new/B new/B file:Q | own | replaced new/A Q | Missing files found: 2; still missing: 0"},
+	tell("both queues, after an edit that no poll has seen", "old/A Q old/A", {
+		{"place new/A new/B; start 2; moved old/A old/B; elsewhere old/B; edit S old/B old/B file:Q; find new wait 0", "[new/B] new/B file:Q | src new/B new/B file:Q | own (managed) | replaced new/A Q new/A | Missing files found: 2; still missing: 0"},
+		{"elsewhere new/A; bringBack", "new/A Q ▶[new/A] | src new/A | managed | replaced new/A"},
 	});
 }
 

@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 #include "Host.hpp"
+#include "SlowDisk.hpp"
 #include "WebSocketPlugin.hpp"
 
 #include <QDir>
@@ -187,7 +188,10 @@ TEST_F(Module, RemembersTheSourceAndTheTimeDisplay)
 	QFile saved(file.fileName());
 	ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
 	EXPECT_EQ(saved.readAll(), "{\"remainingTime\":false,\"sourceUuid\":\"\"}");
-	// Nothing can be saved where a folder stands.
+	// Nothing can be saved on a full disk, nor where a folder stands.
+	SlowDisk::whileFull([&] { choose(source); });
+	EXPECT_TRUE(child<QLabel>("message")->text().startsWith(u"⚠ Could not save the settings: "_s));
+	child<QComboBox>("sourceSelector")->setCurrentIndex(0);
 	ASSERT_TRUE(file.remove() && QDir().mkdir(file.fileName()));
 	choose(source);
 	EXPECT_TRUE(child<QLabel>("message")->text().startsWith(u"⚠ Could not save the settings: "_s));

@@ -276,6 +276,9 @@ TEST_F(Files, ThePlaylistFilesOfTheToolsMenu)
 	EXPECT_EQ(file.readAll(), "#EXTM3U\n#EXTINF:-1,A\nA\n#EXTINF:-1,b\nb\n#EXTINF:-1,c\nc\n");
 	pickFile("importPlaylist", at(u"in.m3u"_s), [this](QFileDialog *) { step(u"choose T"_s); });
 	EXPECT_EQ(rowPaths(), paths({u"X"_s, u"Y"_s})) << "which it was not picked for";
+	step(u"choose S; gone A; refresh"_s);
+	pickFile("findMissingFiles", folder.path(), [this](QFileDialog *) { step(u"choose T"_s); });
+	EXPECT_FALSE(child<QProgressDialog>("findMissingFilesProgress") || child<QLabel>("message")->isVisible());
 	pickFile("exportPlaylist", at(u"other"_s), [this](QFileDialog *) { step(u"choose S"_s); });
 	EXPECT_FALSE(QFile::exists(at(u"other.m3u8"_s)));
 	pickFile("exportPlaylist", at(u"out"_s),
@@ -369,7 +372,7 @@ TEST_F(Files, ThatMovedAreFound)
 		{"find .", "[old/1/A] old/2/A old/B C http://h/B | src old/1/A old/2/A old/B C http://h/B | own | replaced - | nothingMissing"},
 		{"place new/2/A new/x/1/A new/a/t/B new/s/B new/.h/C; loop; start old/1/A; media playing; look", "▶[old/1/A] old/2/A old/B C http://h/B | src old/1/A | managed | replaced -"},
 		{"moved old/1/A old/2/A old/B C; refresh; find nowhere", "▶[old/1/A] old/2/A old/B C http://h/B | src old/1/A | managed | replaced - | ⚠ Could not read the folder nowhere"},
-		{"told?; find new ask SelectSource {'sourceName':'T'}; told?", "Queue 2, CurrentTrack, MissingFilesSearched cancelled"},
+		{"told?; find nowhere; find new ask SelectSource {'sourceName':'T'}; told?", "MissingFilesSearched noFolder, Queue 2, CurrentTrack, MissingFilesSearched cancelled"},
 		{"choose S; search old/; find new ask FindMissingFiles {'folder':'/'}", "▶(new/x/1/A) (new/2/A) (new/s/B) (C) (http://h/B) | src new/x/1/A | managed | replaced - | searching | ⚠ Missing files found: 3; still missing: 1"},
 		{"told?", "Queue 5, CurrentTrack A, Queue 5, MissingFilesSearched"},
 		{"look; look; ask? mediaState GetQueue", "{'mediaState':'OBS_MEDIA_STATE_PLAYING'}"},
@@ -520,5 +523,6 @@ TEST_F(Files, HaveLabelsTitlesAndSizes)
 	const std::pair<qint64, const char *> sizes[] = {{1023, "1023 B"}, {1024, "1.0 KiB"}, {-1, "—"}};
 	for (const auto &[size, text] : sizes)
 		EXPECT_EQ(sizeText(size).toStdString(), text);
-	EXPECT_EQ(longClockText(3'599'999) + u' ' + longClockText(3'600'000), u"59:59 1:00:00"_s);
+	EXPECT_EQ(longClockText(-5'000) + u' ' + longClockText(3'599'999) + u' ' + longClockText(3'600'000),
+		  u"0:00 59:59 1:00:00"_s);
 }

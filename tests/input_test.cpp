@@ -181,9 +181,9 @@ TEST_F(Input, ARowShowsItsNumberItsNameAndItsSize)
 	list()->viewport()->grab();
 	EXPECT_EQ(recorder.texts.last(3).join(u' '), u"2*! Missing*! Q!"_s) << "a row keeps its number under a search";
 	list()->setStyle(nullptr);
-	step(u"drop A B C D E F G; rename S "_s + QString(60, u'W') + u"; look; play Q"_s);
+	step(u"drop A B C D E F %1; rename S %2; look; play Q"_s.arg(QString(200, u'W'), QString(60, u'W')));
 	auto *selector = child<QComboBox>("sourceSelector");
-	for (QWidget *widget : std::initializer_list<QWidget *>{list(), child<QWidget>("message"), selector}) {
+	for (QWidget *widget : std::initializer_list<QWidget *>{list(), selector, child<QWidget>("message")}) {
 		recorder.texts.clear();
 		widget->setStyle(&recorder);
 		widget->grab();
@@ -191,6 +191,8 @@ TEST_F(Input, ARowShowsItsNumberItsNameAndItsSize)
 		EXPECT_FALSE(recorder.texts.isEmpty());
 		EXPECT_EQ(recorder.texts.filter(u"✂"_s), QStringList()) << widget->objectName().toStdString();
 	}
+	EXPECT_TRUE(recorder.texts[0].startsWith(u"⚠ File not found"_s)) << "the end of a message is cut";
+	EXPECT_EQ(list()->visualItemRect(list()->item(9)).width(), list()->viewport()->width()) << "beside a long name";
 	selector->setFixedWidth(100);
 	selector->setStyleSheet(u"QComboBox { combobox-popup: 0 }"_s); // as OBS's themes have it
 	frontend->dock->move(selector->screen()->size().width() - 200, 0);
@@ -297,8 +299,11 @@ TEST_F(Input, AMessageIsAnnouncedAndShowsWhole)
 	QAccessible::installUpdateHandler(nullptr);
 	auto *message = child<QLabel>("message");
 	EXPECT_TRUE(tipAt(message, message->rect().center()).contains(message->text().toHtmlEscaped()));
+	EXPECT_TRUE(tipAt(message, message->rect().center()).contains(u"space:pre'"_s));
 	EXPECT_TRUE(message->toolTip().isEmpty());
 	EXPECT_TRUE(announced.startsWith(u"File not found") && message->text().endsWith(announced));
+	step(u"drop %1; gone %1; play %1"_s.arg(QString(200, u'W')));
+	EXPECT_TRUE(tipAt(message, message->rect().center()).contains(u"pre-wrap"_s)) << "wider than the screen";
 	frontend->dock->resize(360, 400);
 	QCoreApplication::sendPostedEvents();
 	auto *endMode = child<QComboBox>("endMode");

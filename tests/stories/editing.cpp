@@ -44,7 +44,7 @@ TEST_F(Story, Editing)
 	});
 	tell("dragged rows stay in their order, between the rows that they are dropped on", "P Q R S T", {
 		{"select P R S; moveOnto T lower", "Q T [P] [R] [S] | src P Q R S T | own | replaced -"},
-		{"select T P S; moveOnto Q upper", "[T] [P] [S] Q R | src P Q R S T | own | replaced -"},
+		{"select S T P; moveOnto Q upper", "[T] [P] [S] Q R | src P Q R S T | own | replaced -"},
 		{"elsewhere A B; select A; moveOnto A lower; elsewhere C", "[C] | src C | own | replaced T P S Q R"},
 	});
 	tell("the menu acts on the rows that it was opened on", "P Q R S", {
@@ -87,6 +87,7 @@ TEST_F(Story, Editing)
 		{"resume; play Q; choose T; stop; choose S", "A ▶[Q] P R B | src Q | managed | replaced Q"},
 	});
 	tell("the folder of a track", "M/a http://h/U", {
+		{"select http://h/U M/a; focus playlist; key Ctrl+Space; offers?", "Play Selected, not seek moveUp moveTop undoRemove locateCurrent openFolder"},
 		{"select http://h/U; openFolder; offers?", "Play Selected, not seek moveDown moveBottom undoRemove locateCurrent openFolder"},
 		{"gone M/; select M/a; openFolder", "[M/a] http://h/U | src M/a http://h/U | own | replaced - | ⚠ Could not open the folder M"},
 	});
@@ -118,6 +119,7 @@ TEST_F(Story, Editing)
 	});
 	tell("Return plays nothing that the search hides", "P Q R S", {
 		{"endMode Next; start P; search /S; focus search; media ended; poll; video", "(P) ▶([Q]) (R) S | src Q | managed | replaced - | next | does stop"},
+		{"offers?", "Play, not seek moveUp moveDown moveTop moveBottom remove undoRemove openFolder"},
 		{"key Return", "(P) ▶(Q) (R) [S] | src Q | managed | replaced - | next"},
 		{"key Return", "(P) (Q) (R) ▶[S] | src Q | managed | replaced - | next | waits"},
 	});

@@ -78,6 +78,7 @@ TEST_F(Story, Playing)
 		{"start P; endsSlowly; play Q; own stop; video", "P ▶[Q] R | src Q | managed | replaced - | next | does stop | scene"},
 		{"leaves; wait 100; video", "P ▶[Q] R | src Q | managed | replaced - | next"},
 		{"start P; endsSlowly; play Q; refresh; leaves; wait 100; video", "P [Q] R | src P | managed | replaced - | next"},
+		{"start P; endsSlowly; choose T; endMode Next; start X; media ended; leaves; wait 20", "▶[X] Y | src X | managed | replaced - | next"},
 	});
 	tell("VLC has a longer rest after an end on a machine that was too slow for OBS's pictures a moment ago", "P Q R", {
 		{"endMode Next; start P; lags; ends; wait 99", "▶[P] Q R | src P | managed | replaced - | next"},
@@ -100,6 +101,7 @@ TEST_F(Story, Playing)
 		{"choose T; choose S", "P [Q] R | src R | managed | replaced -"},
 		{"stop; own stop; own next; video", "P [Q] R | src | managed | replaced - | does stop, stop, stop, next"},
 		{"start Q; edit S A B; own stop; video", "P ▶[Q] R | src A B | managed | replaced - | does stop"},
+		{"choose T; elsewhere X; bringBack; own next; video", "▶[X] Y | src X | own | replaced X | does next"},
 	});
 	tell("what becomes of a switch that waits", "P Q R", {
 		{"play Q; midway stop", "P ▶[Q] R | src | managed | replaced - | does stop"},

@@ -57,7 +57,8 @@ TEST_F(Story, Docks)
 		{"addDock; restart; docks?", "1: S [T] | Z ▶A C; 2: S (T (Reelhouse))"},
 		{"2: choose S; choose; ask Stop {'sourceName': 'W'}", "no source | otherSource"},
 		{"2: play P; dropDock; suspend; resume; docks?", "1: S T"},
-		{"suspend; addDock; docks?", "1: ; 2: "},
+		{"choose S", "P [Q] R B | src Q | managed | replaced - | next"},
+		{"choose; suspend; addDock; docks?", "1: ; 2: "},
 		{"resume; docks?", "1: S T; 2: S T"},
 		{"loseDock; toolsMenu?", "-Skip Tracks That Cannot Play, -Start Again After Last Track, , Show Current Track In, , Add Another Dock"},
 	});

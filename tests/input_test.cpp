@@ -328,7 +328,7 @@ TEST_F(Input, TheCountTellsHowLongTheShowIs)
 	auto *count = child<QLabel>("trackCount");
 	EXPECT_EQ(tipAt(count, {5, 5}), QString());
 	const auto becomes = [&](const QString &text) {
-		return waitFor([&] { return tipAt(count, {5, 5}) == text && count->accessibleDescription() == text; });
+		return waitFor([&] { return count->accessibleDescription() == text && tipAt(count, {5, 5}) == text; });
 	};
 	EXPECT_TRUE(becomes(u"1:04:40 in all, 1:04:40 to go · Unknown length: 1"_s));
 	step(u"start B; media playing 30000 90000; poll"_s);

@@ -38,11 +38,14 @@ bool holdsPaths(obs_data_t *settings, const char *key, const QList<QString> &pat
 	for (size_t i = 0; i < count; i++) {
 		OBSDataAutoRelease item = obs_data_array_item(array, i);
 		const QUtf8StringView value(obs_data_get_string(item, valueKey));
-		if (value.isEmpty())
+		if (path != paths.cend() && QAnyStringView::equal(*path, value)) {
+			++path;
 			continue;
-		if (path == paths.cend() || !QAnyStringView::equal(*path, value))
-			return pathsIn(settings, key) == paths;
-		++path;
+		}
+		// A text that is not valid UTF-8 differs from the string that is made of it.
+		const QString text = value.toString();
+		if (!text.isEmpty() && (path == paths.cend() || text != *path++))
+			return false;
 	}
 	return path == paths.cend();
 }

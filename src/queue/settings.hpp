@@ -29,7 +29,7 @@ void setText(obs_data_t *data, const char *key, const QString &text);
 QList<QString> pathsIn(obs_data_t *settings, const char *key);
 
 // Whether pathsIn() returns exactly these paths. Compares the stored UTF-8 directly, without making strings, unless
-// some text differs or is not valid UTF-8.
+// some text is not valid UTF-8.
 bool holdsPaths(obs_data_t *settings, const char *key, const QList<QString> &paths);
 
 // Returns a new array with one object per text, under the key in each. The caller owns the reference.

@@ -50,20 +50,22 @@ void Reelhouse::makeTracks(const QList<QString> &paths)
 	QList<QString> plain;
 	std::ranges::copy_if(paths, std::back_inserter(plain),
 			     [](const QString &path) { return !path.contains("://"_L1); });
-	const FileLooks::SeenByPath seen = looks->look(plain, true);
+	const auto seen = looks->look(plain, true);
+	auto next = seen.cbegin();
 	tracks.clear();
 	bool late = false;
 	for (const QString &path : paths) {
-		const auto found = seen.constFind(path);
-		if (found != seen.cend() && found->files) {
+		const bool isUrl = path.contains("://"_L1);
+		const std::optional<FileLooks::Seen> found = isUrl ? std::nullopt : *next++;
+		if (found && found->files) {
 			appendTracks(tracks, *found->files);
 			continue;
 		}
 		tracks.append(Track::fromPath(path));
-		if (path.contains("://"_L1))
+		if (isUrl)
 			continue;
-		late = late || found == seen.cend();
-		tracks.last().size = found == seen.cend() ? SizeNotLocal : found->size;
+		late = late || !found;
+		tracks.last().size = found ? found->size : SizeNotLocal;
 	}
 	unlistedQueue = late ? idsOf(tracks) : QList<QString>();
 }
@@ -71,33 +73,37 @@ void Reelhouse::makeTracks(const QList<QString> &paths)
 // Measures the tracks that have no size yet. All tracks of one path share its size, so each path is measured once.
 void Reelhouse::measureTracks()
 {
+	const auto unknown = std::ranges::count(tracks, SizeUnknown, &Track::size);
+	if (unknown == 0)
+		return;
+	// A new queue has no sizes to share.
 	QHash<QString, qint64> sizes;
 	for (const Track &track : std::as_const(tracks)) {
-		if (track.size == SizeUnknown)
-			sizes.insert(track.path, localFilePath(track.path).isEmpty() ? SizeNotLocal : SizeUnknown);
+		if (unknown < tracks.size() && track.size == SizeUnknown)
+			sizes.insert(track.path, SizeUnknown);
 	}
-	if (sizes.isEmpty())
-		return;
 	for (const Track &track : std::as_const(tracks)) {
-		const auto size = track.size == SizeUnknown ? sizes.end() : sizes.find(track.path);
+		const auto size = sizes.isEmpty() || track.size == SizeUnknown ? sizes.end() : sizes.find(track.path);
 		if (size != sizes.end())
 			*size = track.size;
 	}
-	QList<QString> unknown;
-	for (auto size = sizes.cbegin(); size != sizes.cend(); ++size) {
-		if (*size == SizeUnknown)
-			unknown.append(size.key());
-	}
-	const FileLooks::SeenByPath seen = looks->look(unknown);
-	for (auto file = seen.cbegin(); file != seen.cend(); ++file) {
-		sizes[file.key()] = file->size;
-		sizesNow.remove(file.key());
-	}
+	QList<QString> paths;
 	for (Track &track : tracks) {
 		if (track.size != SizeUnknown)
 			continue;
-		const qint64 size = sizes.value(track.path);
-		track.size = size == SizeUnknown ? SizeNotLocal : size;
+		track.size = localFilePath(track.path).isEmpty() ? SizeNotLocal : sizes.value(track.path, SizeUnknown);
+		if (track.size == SizeUnknown)
+			paths.append(track.path);
+	}
+	const auto seen = looks->look(paths);
+	auto next = seen.cbegin();
+	for (Track &track : tracks) {
+		if (track.size != SizeUnknown)
+			continue;
+		if (*next)
+			sizesNow.remove(track.path);
+		track.size = *next ? (*next)->size : SizeNotLocal;
+		++next;
 	}
 }
 
@@ -109,9 +115,13 @@ QList<QString> Reelhouse::droppedFiles(const QList<QUrl> &urls)
 		if (url.isLocalFile())
 			files.append(url.toLocalFile());
 	}
-	const FileLooks::SeenByPath seen = looks->look(files);
-	files.removeIf([&seen](const QString &file) { return seen.value(file).size == SizeMissing; });
-	return files;
+	const auto seen = looks->look(files);
+	QList<QString> kept;
+	for (qsizetype i = 0; i < files.size(); i++) {
+		if (!seen[i] || seen[i]->size != SizeMissing)
+			kept.append(files.at(i));
+	}
+	return kept;
 }
 
 // Looks whether the track's file is there. What a play finds differs from the row, which keeps what was measured. A file

@@ -3,13 +3,13 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QSet>
 
 #include <algorithm>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
 #include <thread>
+#include <unordered_map>
 #include <utility>
 
 #include <util/threading.h>
@@ -40,11 +40,11 @@ constexpr int mostThreads = 64;
 // So many threads look into a folder that has not answered yet.
 constexpr int mostUnsure = 4;
 // A thread takes so many looks at once in a folder whose last look took less than a millisecond.
-constexpr size_t mostInBatch = 32;
+constexpr qsizetype mostInBatch = 32;
 
-QString parentOf(const QString &file)
+QStringView parentOf(const QString &file)
 {
-	return file.first(std::max<qsizetype>(file.lastIndexOf(u'/'), 0));
+	return QStringView(file).first(std::max<qsizetype>(file.lastIndexOf(u'/'), 0));
 }
 
 QList<QString> mediaFilesIn(const QString &folder)
@@ -58,11 +58,13 @@ QList<QString> mediaFilesIn(const QString &folder)
 	return files;
 }
 
-FileLooks::Seen lookAt(const QString &file, bool listFolders)
+FileLooks::Seen lookAt(const QString &path, bool listFolders)
 {
+	const QString file = localFilePath(path);
 	const QFileInfo info(file);
 	FileLooks::Seen seen{info.isFile() ? info.size() : SizeMissing, {}};
-	if (listFolders && info.isDir())
+	// A URL stays one entry, whatever it names.
+	if (listFolders && file == path && info.isDir())
 		seen.files = mediaFilesIn(file);
 	return seen;
 }
@@ -70,26 +72,28 @@ FileLooks::Seen lookAt(const QString &file, bool listFolders)
 } // namespace
 
 struct FileLooks::Pool {
-	// The looks of one operation that it waits for.
+	// The looks of one operation.
 	struct Round {
-		size_t open = 0;
-		std::vector<Deliver> answers;
-		bool isOver = false;
+		const QList<QString> paths;
+		const bool listFolders;
+		std::vector<std::optional<Seen>> answers = std::vector<std::optional<Seen>>(paths.size());
+		size_t open = 0; // looks that the operation waits for
 	};
 	struct Task {
-		std::function<Deliver()> look;
-		std::shared_ptr<Round> round; // null: no one waits
+		std::shared_ptr<Round> round;
+		qsizetype index; // of the path
 	};
 	struct Folder {
+		QString name;
 		std::deque<Task> waiting;
 		int running = 0;
-		size_t owed = 0;      // looks that an operation has given up, or did not wait for
+		bool owes = false;    // an operation has given up looks into it: nobody waits for those that are open
 		bool answers = false; // the last look has come back in time
 		bool isQuick = false;
 		bool isListed = false; // in folders or lateFolders
 	};
 	struct Batch {
-		QString folder;
+		std::shared_ptr<Folder> folder;
 		std::vector<Task> tasks;
 		bool isLate = false; // nobody waits for it
 		bool isGivenUp = false;
@@ -97,50 +101,58 @@ struct FileLooks::Pool {
 
 	explicit Pool(FileLooks *looks) : owner(looks) {}
 
-	void add(Look look, const std::shared_ptr<Round> &round);
+	void add(const std::shared_ptr<Round> &round, const std::vector<qsizetype> &firsts);
 	void startThreads(const std::shared_ptr<Pool> &self);
-	void giveUp(Round &round);
+	void giveUp();
 
 	std::mutex mutex;                 // guards everything here
-	std::condition_variable answered; // or a thread has ended
+	std::condition_variable answered; // all that an operation waits for, or a thread has ended
 	FileLooks *owner;                 // null after its destruction
 	int threads = 0;
 	int lookers = 0; // threads at work that have not been given up, without the late ones
 
 private:
 	void run(const std::shared_ptr<Pool> &self, std::shared_ptr<Batch> batch);
-	void list(const QString &name, Folder &folder);
+	void list(const std::shared_ptr<Folder> &folder);
 	std::shared_ptr<Batch> take();
-	void finish(const Batch &batch, std::vector<Deliver> answers, bool isQuick);
+	void finish(const Batch &batch, const std::vector<Seen> &answers, bool isQuick);
 
-	QHash<QString, std::shared_ptr<Folder>> known;
+	QHash<QString, std::shared_ptr<Folder>> known; // those with open looks
 	// Those that a thread may look into now. All looks into a late one are late.
-	std::deque<QString> folders;
-	std::deque<QString> lateFolders;
+	std::deque<std::shared_ptr<Folder>> folders;
+	std::deque<std::shared_ptr<Folder>> lateFolders;
 	QList<std::shared_ptr<Batch>> atWork;
 	int lateLookers = 0;
 };
 
-void FileLooks::Pool::list(const QString &name, Folder &folder)
+void FileLooks::Pool::list(const std::shared_ptr<Folder> &folder)
 {
-	if (folder.isListed || folder.waiting.empty() || (folder.running >= mostUnsure && !folder.answers))
+	if (folder->isListed || folder->waiting.empty() || (folder->running >= mostUnsure && !folder->answers))
 		return;
-	folder.isListed = true;
-	(folder.owed > 0 ? lateFolders : folders).push_back(name);
+	folder->isListed = true;
+	(folder->owes ? lateFolders : folders).push_back(folder);
 }
 
-void FileLooks::Pool::add(Look look, const std::shared_ptr<Round> &round)
+// Of equal paths, the first one is looked at.
+void FileLooks::Pool::add(const std::shared_ptr<Round> &round, const std::vector<qsizetype> &firsts)
 {
-	std::shared_ptr<Folder> &folder = known[look.folder];
-	if (!folder)
-		folder = std::make_shared<Folder>();
-	const bool isWaitedFor = folder->owed == 0;
-	if (isWaitedFor)
-		round->open++;
-	else
-		folder->owed++;
-	folder->waiting.push_back({std::move(look.look), isWaitedFor ? round : nullptr});
-	list(look.folder, *folder);
+	std::shared_ptr<Folder> folder;
+	for (qsizetype i = 0; i < round->paths.size(); i++) {
+		if (firsts[i] != i)
+			continue;
+		const QString file = localFilePath(round->paths.at(i));
+		const QStringView name = parentOf(file);
+		// Neighbours are mostly in one folder.
+		if (!folder || folder->name != name) {
+			std::shared_ptr<Folder> &found = known[name.toString()];
+			if (!found)
+				found = std::make_shared<Folder>(name.toString());
+			folder = found;
+		}
+		round->open += !folder->owes;
+		folder->waiting.push_back({round, i});
+		list(folder);
+	}
 }
 
 void FileLooks::Pool::startThreads(const std::shared_ptr<Pool> &self)
@@ -158,51 +170,52 @@ void FileLooks::Pool::startThreads(const std::shared_ptr<Pool> &self)
 std::shared_ptr<FileLooks::Pool::Batch> FileLooks::Pool::take()
 {
 	const bool isLate = folders.empty() || lookers == mostLookers;
-	std::deque<QString> &from = isLate ? lateFolders : folders;
+	std::deque<std::shared_ptr<Folder>> &from = isLate ? lateFolders : folders;
 	if (!owner || from.empty() || (isLate && lateLookers == mostLateLookers))
 		return nullptr;
-	const auto batch = std::make_shared<Batch>();
-	batch->folder = from.front();
+	const auto batch = std::make_shared<Batch>(from.front());
 	batch->isLate = isLate;
 	from.pop_front();
-	Folder &folder = *known[batch->folder];
+	Folder &folder = *batch->folder;
 	folder.isListed = false;
 	folder.running++;
-	const size_t count = std::min(folder.waiting.size(), folder.isQuick ? mostInBatch : 1);
-	for (size_t i = 0; i < count; i++) {
-		batch->tasks.push_back(std::move(folder.waiting.front()));
-		folder.waiting.pop_front();
-	}
-	list(batch->folder, folder);
+	const auto end = folder.waiting.begin() +
+			 std::min<qsizetype>(std::ssize(folder.waiting), folder.isQuick ? mostInBatch : 1);
+	batch->tasks.assign(folder.waiting.begin(), end);
+	folder.waiting.erase(folder.waiting.begin(), end);
+	list(batch->folder);
 	(isLate ? lateLookers : lookers)++;
 	atWork.append(batch);
 	return batch;
 }
 
-void FileLooks::Pool::finish(const Batch &batch, std::vector<Deliver> answers, bool isQuick)
+void FileLooks::Pool::finish(const Batch &batch, const std::vector<Seen> &answers, bool isQuick)
 {
-	const std::shared_ptr<Folder> folder = known[batch.folder];
-	folder->running--;
-	folder->answers = true;
-	folder->isQuick = isQuick;
+	Folder &folder = *batch.folder;
+	folder.running--;
+	folder.answers = true;
+	folder.isQuick = isQuick;
 	for (size_t i = 0; i < answers.size(); i++) {
-		Round *round = batch.tasks[i].round.get();
-		if (round && !round->isOver) {
-			round->answers.push_back(std::move(answers[i]));
+		const auto &[round, index] = batch.tasks[i];
+		if (!folder.owes) {
+			round->answers[index] = answers[i];
 			round->open--;
-			continue;
-		}
-		folder->owed--;
-		// The lock keeps the owner alive during the post. Qt drops posted events of an object that is destroyed
-		// later.
-		if (owner)
+		} else if (owner) {
+			// The lock keeps the owner alive during the post. Qt drops posted events of an object that is
+			// destroyed later.
 			QMetaObject::invokeMethod(
-				owner, [deliver = std::move(answers[i])] { deliver(true); }, Qt::QueuedConnection);
+				owner,
+				[to = owner, path = round->paths.at(index), seen = answers[i]] {
+					to->takeLate(path, seen);
+				},
+				Qt::QueuedConnection);
+		}
 	}
-	answered.notify_all();
-	list(batch.folder, *folder);
-	if (folder->waiting.empty() && folder->running == 0)
-		known.remove(batch.folder);
+	if (batch.tasks.front().round->open == 0)
+		answered.notify_all();
+	list(batch.folder);
+	if (folder.waiting.empty() && folder.running == 0)
+		known.remove(folder.name);
 }
 
 void FileLooks::Pool::run(const std::shared_ptr<Pool> &self, std::shared_ptr<Batch> batch)
@@ -210,15 +223,15 @@ void FileLooks::Pool::run(const std::shared_ptr<Pool> &self, std::shared_ptr<Bat
 	os_set_thread_name("reelhouse: looks");
 	while (batch) {
 		const auto start = std::chrono::steady_clock::now();
-		std::vector<Deliver> answers;
-		for (const Task &task : batch->tasks)
-			answers.push_back(task.look());
+		std::vector<Seen> answers;
+		for (const auto &[round, index] : batch->tasks)
+			answers.push_back(lookAt(round->paths.at(index), round->listFolders));
 		const auto took = std::chrono::steady_clock::now() - start;
 		const std::lock_guard lock(mutex);
 		atWork.removeOne(batch);
 		if (!batch->isGivenUp)
 			(batch->isLate ? lateLookers : lookers)--;
-		finish(*batch, std::move(answers), took < 1ms * batch->tasks.size());
+		finish(*batch, answers, took < 1ms * batch->tasks.size());
 		batch = take();
 		startThreads(self);
 		threads -= !batch;
@@ -227,21 +240,14 @@ void FileLooks::Pool::run(const std::shared_ptr<Pool> &self, std::shared_ptr<Bat
 }
 
 // Others take the places of the threads that are at work.
-void FileLooks::Pool::giveUp(Round &round)
+void FileLooks::Pool::giveUp()
 {
-	round.isOver = true;
-	const auto owe = [this, &round](const QString &name, const auto &tasks) {
-		const auto open = std::ranges::count(tasks, &round, [](const Task &task) { return task.round.get(); });
-		known[name]->owed += static_cast<size_t>(open);
-		known[name]->answers = known[name]->answers && open == 0;
-	};
+	for (const std::shared_ptr<Folder> &folder : std::as_const(known))
+		folder->answers = std::exchange(folder->owes, true) && folder->answers;
 	for (const std::shared_ptr<Batch> &batch : std::as_const(atWork)) {
-		owe(batch->folder, batch->tasks);
 		if (!batch->isLate && !std::exchange(batch->isGivenUp, true))
 			lookers--;
 	}
-	for (const QString &name : known.keys())
-		owe(name, known[name]->waiting);
 	std::ranges::move(std::exchange(folders, {}), std::back_inserter(lateFolders));
 }
 
@@ -264,59 +270,48 @@ void FileLooks::beginOperation()
 	timeLeft = operationWait;
 }
 
-void FileLooks::lookAtAll(std::vector<Look> looks)
+std::vector<std::optional<FileLooks::Seen>> FileLooks::look(const QList<QString> &paths, bool listFolders)
 {
-	if (looks.empty())
-		return;
-	const auto round = std::make_shared<Pool::Round>();
+	if (paths.isEmpty())
+		return {};
+	std::unordered_map<QString, qsizetype> places;
+	places.reserve(paths.size());
+	std::vector<qsizetype> firsts;
+	for (qsizetype i = 0; i < paths.size(); i++)
+		firsts.push_back(places.try_emplace(paths.at(i), i).first->second);
+	const auto round = std::make_shared<Pool::Round>(paths, listFolders);
 	std::unique_lock lock(pool->mutex);
-	for (Look &look : looks)
-		pool->add(std::move(look), round);
+	pool->add(round, firsts);
 	pool->startThreads(pool);
 	const auto start = std::chrono::steady_clock::now();
 	// What follows takes its time, too. When another disk has used up the wait, one that is quick answers in the least.
-	const auto rest = std::min<std::chrono::nanoseconds>(restForEach * looks.size(), mostRest);
+	const auto rest = std::min<std::chrono::nanoseconds>(restForEach * places.size(), mostRest);
 	const auto most = std::max<std::chrono::nanoseconds>(timeLeft - rest, leastWait);
 	// Once all threads hang, nothing would answer.
 	pool->answered.wait_for(lock, most, [&] { return round->open == 0 || pool->lookers == 0; });
 	timeLeft = std::max<std::chrono::nanoseconds>(timeLeft - (std::chrono::steady_clock::now() - start), 0s);
 	if (round->open > 0) {
-		pool->giveUp(*round);
+		pool->giveUp();
 		pool->startThreads(pool);
 	}
-	round->isOver = true;
-	const std::vector<Deliver> answers = std::move(round->answers);
+	std::vector<std::optional<Seen>> seen = std::move(round->answers);
 	lock.unlock();
-	for (const Deliver &deliver : answers)
-		deliver(false);
-}
-
-FileLooks::SeenByPath FileLooks::look(const QList<QString> &paths, bool listFolders)
-{
-	SeenByPath seen;
-	std::vector<Look> looks;
-	for (const QString &path : QSet<QString>(paths.cbegin(), paths.cend())) {
-		const QString file = localFilePath(path);
-		// A late answer finds no result of this call any more.
-		// A URL stays one entry, whatever it names.
-		const bool lists = listFolders && file == path;
-		const auto look = [this, &seen, path, file, lists]() -> Deliver {
-			return [this, &seen, path, answer = lookAt(file, lists)](bool isLate) {
-				(isLate ? late : seen).insert(path, answer);
-				if (isLate && !lateTimer.isActive())
-					lateTimer.start();
-			};
-		};
-		looks.push_back({parentOf(file), look});
-	}
-	lookAtAll(std::move(looks));
+	for (qsizetype i = 0; i < paths.size(); i++)
+		seen[i] = seen[firsts[i]];
 	return seen;
 }
 
 std::optional<qint64> FileLooks::sizeOf(const QString &path)
 {
-	const SeenByPath seen = look({path});
-	return seen.isEmpty() ? std::nullopt : std::optional(seen.cbegin()->size);
+	const std::optional<Seen> seen = look({path}).front();
+	return seen ? std::optional(seen->size) : std::nullopt;
+}
+
+void FileLooks::takeLate(const QString &path, const Seen &seen)
+{
+	late.insert(path, seen);
+	if (!lateTimer.isActive())
+		lateTimer.start();
 }
 
 } // namespace reelhouse

@@ -8,7 +8,6 @@
 #include <QTimer>
 
 #include <chrono>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -38,9 +37,9 @@ public:
 	};
 	using SeenByPath = QHash<QString, Seen>;
 
-	// Looks at the local file of each entry, once. Leaves out those that did not answer in time: answeredLate()
-	// tells them. Each entry must name a local file.
-	SeenByPath look(const QList<QString> &paths, bool listFolders = false);
+	// Looks at the local file of each entry, once for equal ones. Returns what was seen of each, and nothing of those
+	// that did not answer in time: answeredLate() tells them. Each entry must name a local file.
+	std::vector<std::optional<Seen>> look(const QList<QString> &paths, bool listFolders = false);
 	// As look(), for one file, and returns its size.
 	std::optional<qint64> sizeOf(const QString &path);
 
@@ -49,13 +48,7 @@ Q_SIGNALS:
 
 private:
 	struct Pool;
-	// Hands an answer over on the user-interface thread.
-	using Deliver = std::function<void(bool isLate)>;
-	struct Look {
-		QString folder; // the one that the file is in
-		std::function<Deliver()> look;
-	};
-	void lookAtAll(std::vector<Look> looks);
+	void takeLate(const QString &path, const Seen &seen);
 
 	std::chrono::nanoseconds timeLeft = {}; // of this operation, for waits
 	SeenByPath late;                        // to tell

@@ -191,7 +191,7 @@ private:
 	// Reelhouse_Record.cpp
 	void loadQueue(obs_source_t *source, bool force);
 	void rebuildQueue(obs_source_t *source, const QList<QString> &paths);
-	void takeRecord(const reelhouse::Record &record);
+	void takeRecord(obs_data_t *stored, const reelhouse::Record &record);
 	void finishLoad(const QString &selectId);
 	void storeQueue();
 	void requestSave();
@@ -206,13 +206,13 @@ private:
 	bool followEditElsewhere();
 	QString followTrack(const QString &id);
 	QSet<QString> followTracks(const QSet<QString> &ids);
-	void storeReplacedQueue(obs_source_t *source);
+	void storeReplacedQueue(obs_source_t *source, obs_data_t *stored, const reelhouse::Record &record);
 	void markTouched();
 	bool canBringBack() const;
 	void bringBackReplaced();
 	void bringBackAfterSwitch();
 	void exchangeQueues();
-	void takeReplaced(obs_source_t *source, reelhouse::Record record);
+	void takeReplaced(obs_source_t *source, obs_data_t *replaced);
 	QString idHeldBySource(const QString &preferredId) const;
 
 	// What a switch does to the previous track. The last sound of one that has ended by itself is still heard.

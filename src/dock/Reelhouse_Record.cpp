@@ -53,11 +53,7 @@ void Reelhouse::loadQueue(obs_source_t *source, bool force)
 	const QList<QString> paths = pathsIn(settings, playlistKey);
 	OBSDataAutoRelease privateSettings = obs_source_get_private_settings(source);
 	OBSDataAutoRelease stored = storedRecord(privateSettings);
-	const bool readable = isReadable(stored);
-	bool usable = false;
-	Record record;
-	if (readable)
-		record = readRecord(stored, &usable);
+	const Record record = readRecord(stored);
 
 	options = QueueOptions::read(privateSettings);
 	removed.clear();
@@ -66,11 +62,12 @@ void Reelhouse::loadQueue(obs_source_t *source, bool force)
 	sizesNow.clear();
 	unlistedQueue.clear();
 	playbackArmed = false;
-	if (usable && !force && recordObserves(stored, paths)) {
-		takeRecord(record);
+	if (record.isUsable && !force && recordObserves(stored, paths)) {
+		takeRecord(stored, record);
 	} else {
-		endMode = record.endMode;
+		endMode = isReadable(stored) ? record.endMode : EndStop;
 		rebuildQueue(source, paths);
+		storeReplacedQueue(source, stored, record);
 	}
 	observed = paths;
 	if (currentIndex() < 0)
@@ -78,8 +75,11 @@ void Reelhouse::loadQueue(obs_source_t *source, bool force)
 	finishLoad(selected);
 }
 
-void Reelhouse::takeRecord(const Record &record)
+// Takes a record, which was read from this object.
+void Reelhouse::takeRecord(obs_data_t *stored, const Record &record)
 {
+	if (record.isUsable)
+		recordWriter.adopt(stored, record);
 	tracks = record.tracks;
 	currentId = record.currentId;
 	managed = record.managed;
@@ -98,7 +98,6 @@ void Reelhouse::rebuildQueue(obs_source_t *source, const QList<QString> &paths)
 	originalLoop = obs_data_get_bool(settings, loopKey);
 	originalShuffle = obs_data_get_bool(settings, shuffleKey);
 	originalBehavior = textIn(settings, behaviorKey);
-	storeReplacedQueue(source);
 }
 
 // The last steps for a new queue, from a record or from a playlist: shows and stores it.
@@ -214,21 +213,18 @@ QSet<QString> Reelhouse::followTracks(const QSet<QString> &ids)
 
 // An edit elsewhere wins over the queue, but may be unintended: OBS's Properties dialog restores an old playlist when
 // it is cancelled. So the user can bring the replaced queue back.
-void Reelhouse::storeReplacedQueue(obs_source_t *source)
+void Reelhouse::storeReplacedQueue(obs_source_t *source, obs_data_t *stored, const Record &record)
 {
 	OBSDataAutoRelease privateSettings = obs_source_get_private_settings(source);
 	const ReplacedQueue before = ReplacedQueue::read(privateSettings);
-	const ReplacedQueue after = replaceQueue(OBSDataAutoRelease(storedRecord(privateSettings)), tracks, before);
+	const ReplacedQueue after = replaceQueue(stored, record, tracks, before);
 	after.write(privateSettings);
-	if (after.record == before.record)
-		return;
-	const qsizetype count = readRecord(after.record).tracks.size();
-	if (count == 0)
+	if (after.record == before.record || record.tracks.isEmpty())
 		return;
 	blog(LOG_INFO,
 	     "[OBS-Reelhouse] The playlist of \"%s\" was changed elsewhere and has replaced a queue of %lld tracks. "
 	     "To have that queue back, choose \"%s\" in the Tools menu.",
-	     obs_source_get_name(source), static_cast<long long>(count),
+	     obs_source_get_name(source), static_cast<long long>(record.tracks.size()),
 	     ui("BringBackReplacedQueue").toUtf8().constData());
 }
 
@@ -294,7 +290,7 @@ void Reelhouse::exchangeQueues()
 	}
 	next.presentUntouched = asked.isUntouched;
 
-	takeReplaced(source, readRecord(asked.record));
+	takeReplaced(source, asked.record);
 	next.write(privateSettings);
 	updateButtons();
 	clearError();
@@ -303,8 +299,9 @@ void Reelhouse::exchangeQueues()
 
 // The source keeps its playlist and its settings, so managed and the original settings follow from these, not from the
 // record alone.
-void Reelhouse::takeReplaced(obs_source_t *source, Record record)
+void Reelhouse::takeReplaced(obs_source_t *source, obs_data_t *replaced)
 {
+	Record record = readRecord(replaced);
 	const bool takesOriginals = record.managed && areDocksOwn(originalLoop, originalShuffle, originalBehavior);
 	if (!takesOriginals) {
 		record.originalLoop = originalLoop;
@@ -313,13 +310,12 @@ void Reelhouse::takeReplaced(obs_source_t *source, Record record)
 	}
 	OBSDataAutoRelease settings = obs_source_get_settings(source);
 	const bool oneWasManaged = managed || record.managed;
-	takeRecord(record);
+	takeRecord(replaced, record);
 	removed.clear();
 	sizesNow.clear();
 	unlistedQueue.clear();
 	failedIds.clear();
 	passed = {};
-	observed = pathsIn(settings, playlistKey);
 	currentId = idHeldBySource(record.currentId);
 	managed = oneWasManaged && !currentId.isEmpty() &&
 		  areDocksOwn(obs_data_get_bool(settings, loopKey), obs_data_get_bool(settings, shuffleKey),

@@ -30,7 +30,7 @@ constexpr char untouchedKey[] = "untouched";
 constexpr char presentUntouchedKey[] = "presentUntouched";
 constexpr char leftoverKey[] = "leftover";
 
-QList<Track> readTracks(obs_data_t *record, bool &isWhole)
+QList<Track> readTracks(obs_data_t *record, bool &isUsable)
 {
 	QList<Track> tracks;
 	OBSDataArrayAutoRelease array = obs_data_get_array(record, tracksKey);
@@ -40,7 +40,7 @@ QList<Track> readTracks(obs_data_t *record, bool &isWhole)
 		OBSDataAutoRelease item = obs_data_array_item(array, i);
 		const QString id = textIn(item, idKey);
 		const QString path = textIn(item, valueKey);
-		isWhole = isWhole && !id.isEmpty() && !path.isEmpty();
+		isUsable = isUsable && !id.isEmpty() && !path.isEmpty();
 		if (!path.isEmpty())
 			tracks.append(id.isEmpty() ? Track::fromPath(path) : Track{id, path});
 	}
@@ -53,6 +53,20 @@ OBSData makeItem(const Track &track)
 	setText(item, valueKey, track.path);
 	setText(item, idKey, track.id);
 	return item.Get();
+}
+
+// Whether the object has the keys that makeItem() gives it, in its order, and no others.
+bool isAsMade(obs_data_t *item)
+{
+	bool isSame = true;
+	obs_data_item_t *at = obs_data_first(item);
+	for (const char *key : {valueKey, idKey}) {
+		isSame = isSame && at && strcmp(obs_data_item_get_name(at), key) == 0;
+		obs_data_item_next(&at);
+	}
+	isSame = isSame && !at;
+	obs_data_item_release(&at);
+	return isSame;
 }
 
 // Compare the pointers first: copies of a track share their texts.
@@ -88,19 +102,17 @@ bool recordObserves(obs_data_t *record, const QList<QString> &paths)
 	return holdsPaths(record, observedKey, paths);
 }
 
-Record readRecord(obs_data_t *data, bool *isWhole)
+Record readRecord(obs_data_t *data)
 {
-	bool whole = true;
 	Record record;
-	record.tracks = readTracks(data, whole);
+	record.isUsable = isReadable(data);
+	record.tracks = readTracks(data, record.isUsable);
 	record.currentId = textIn(data, currentKey);
 	record.managed = obs_data_get_bool(data, managedKey);
 	record.originalLoop = obs_data_get_bool(data, originalLoopKey);
 	record.originalShuffle = obs_data_get_bool(data, originalShuffleKey);
 	record.originalBehavior = textIn(data, originalBehaviorKey);
 	record.endMode = static_cast<int>(std::clamp<long long>(obs_data_get_int(data, endModeKey), 0, lastEndMode));
-	if (isWhole)
-		*isWhole = whole;
 	return record;
 }
 
@@ -129,6 +141,17 @@ void RecordWriter::write(obs_data_t *privateSettings, const Record &record)
 	setText(data, originalBehaviorKey, record.originalBehavior);
 	obs_data_set_int(data, endModeKey, record.endMode);
 	obs_data_set_obj(privateSettings, recordKey, data);
+}
+
+void RecordWriter::adopt(obs_data_t *data, const Record &record)
+{
+	tracks = record.tracks;
+	items.clear();
+	OBSDataArrayAutoRelease array = obs_data_get_array(data, tracksKey);
+	for (qsizetype i = 0; i < tracks.size(); i++) {
+		OBSDataAutoRelease item = obs_data_array_item(array, static_cast<size_t>(i));
+		items.emplace_back(isAsMade(item) ? OBSData(item) : makeItem(tracks.at(i)));
+	}
 }
 
 // Reuse the objects at the start and the end of the queue, which most changes leave alone. Look up only those between
@@ -192,23 +215,22 @@ void ReplacedQueue::moveTracks(const QHash<QString, QString> &places) const
 		obs_data_set_array(record, tracksKey, moved);
 }
 
-ReplacedQueue replaceQueue(obs_data_t *stored, const QList<Track> &rebuilt, const ReplacedQueue &replaced)
+ReplacedQueue replaceQueue(obs_data_t *stored, const Record &record, const QList<Track> &rebuilt,
+			   const ReplacedQueue &replaced)
 {
 	if (!stored)
 		return replaced;
-	bool isWhole = false;
-	const QList<Track> before = readRecord(stored, &isWhole).tracks;
-	const bool isUsable = isWhole && isReadable(stored);
+	const QList<Track> &before = record.tracks;
 	const bool isSingleOfEdit = before.size() == 1 && before.constFirst().id == replaced.leftoverId;
 	ReplacedQueue next = replaced;
-	if (isUsable && std::ranges::equal(before, rebuilt, {}, &Track::path, &Track::path)) {
+	if (record.isUsable && std::ranges::equal(before, rebuilt, {}, &Track::path, &Track::path)) {
 		// The rebuilt queue has the same entries, with new ids.
 		if (isSingleOfEdit)
 			next.leftoverId = onlyId(rebuilt);
 		return next;
 	}
 	// Even an unreadable record is better than nothing to bring back.
-	const bool mayReplace = before.isEmpty() ? !isUsable && !replaced.record : !isSingleOfEdit;
+	const bool mayReplace = before.isEmpty() ? !record.isUsable && !replaced.record : !isSingleOfEdit;
 	if (mayReplace && (!replaced.record || !replaced.presentUntouched)) {
 		next.record = stored;
 		next.isUntouched = false;

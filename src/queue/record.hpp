@@ -23,6 +23,10 @@ struct Record {
 	bool originalShuffle = false;
 	QString originalBehavior;
 	int endMode = 0; // an EndMode; readRecord() limits it to 0 to 2
+
+	// readRecord() sets it: the record has the format version of this module, and each entry a path and an id. If not,
+	// the queue must be rebuilt.
+	bool isUsable = false;
 };
 
 // Returns the object that holds the record, or null when there is none. Its format is not checked.
@@ -35,8 +39,8 @@ bool isReadable(obs_data_t *record);
 bool recordObserves(obs_data_t *record, const QList<QString> &paths);
 
 // Reads everything but the observed playlist. An entry without a path is left out and an entry without an id gets a new
-// one; both set isWhole to false, and the queue must then be rebuilt. Absent values read as 0, false or empty.
-Record readRecord(obs_data_t *record, bool *isWhole = nullptr);
+// one. Absent values read as 0, false or empty, and so does a record that is null.
+Record readRecord(obs_data_t *record);
 
 // Writes records. The writer keeps the object of each track that it has written, and the next record shares these
 // objects, so a record of a long queue costs little more than its array. Never change these objects.
@@ -44,6 +48,8 @@ class RecordWriter {
 public:
 	// Replaces the whole record in these private settings.
 	void write(obs_data_t *privateSettings, const Record &record);
+	// Keeps the objects of a usable record, which was read from data, as if this writer had written them.
+	void adopt(obs_data_t *data, const Record &record);
 
 private:
 	void updateItems(const QList<Track> &tracks);
@@ -70,8 +76,10 @@ struct ReplacedQueue {
 	void moveTracks(const QHash<QString, QString> &places) const;
 };
 
-// Returns the replaced queue after a rebuild has put other tracks in place of the stored record's. The queue that the
-// user last made or played is never lost: it becomes the replaced queue or stays it. stored may be null.
-ReplacedQueue replaceQueue(obs_data_t *stored, const QList<Track> &rebuilt, const ReplacedQueue &replaced);
+// Returns the replaced queue after a rebuild has put others in place of the tracks of the stored record. The queue that
+// the user last made or played is never lost: it becomes the replaced queue or stays it. stored may be null; record is
+// what was read from it.
+ReplacedQueue replaceQueue(obs_data_t *stored, const Record &record, const QList<Track> &rebuilt,
+			   const ReplacedQueue &replaced);
 
 } // namespace reelhouse

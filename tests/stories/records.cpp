@@ -101,6 +101,16 @@ TEST_F(Records, WhateverTheySay)
 	}
 }
 
+TEST_F(Records, HaveNothingOfOthersInThemOnceTheyAreStored)
+{
+	begin(u"P Q"_s);
+	for (const QString &track : {u"'value':'@A','id':'a'"_s, u"'id':'a','value':'@A'"_s, u"'value':'@A','id':'a','x':1"_s}) {
+		step(u"record {'version':1,'tracks':[{"_s + track + u"}],'observed':[{'value':'@P'},{'value':'@Q'}]}; refresh"_s);
+		OBSDataAutoRelease settings = obs_source_get_private_settings(bound());
+		EXPECT_TRUE(strstr(obs_data_get_json(settings), json(u"'tracks':[{'value':'@A','id':'a'}]"_s)));
+	}
+}
+
 // With up to three things in it replaced by anything, in whatever depth.
 TEST_F(Records, ManySpoiltOnes)
 {

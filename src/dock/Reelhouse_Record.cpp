@@ -6,6 +6,8 @@
 #include <QSignalBlocker>
 
 #include <algorithm>
+#include <future>
+#include <utility>
 
 #include "queue/record.hpp"
 #include "queue/settings.hpp"
@@ -108,7 +110,13 @@ void Reelhouse::finishLoad(const QString &selectId)
 	changePending = true;
 	const QSignalBlocker blocker(endModeSelector);
 	endModeSelector->setCurrentIndex(endMode);
-	rebuildList(selectId);
+	{
+		// The objects of a new queue take as long as its rows. The end of this block waits for them.
+		const auto preparation = std::async(std::launch::async, [this, queue = tracks, paths = observed] {
+			recordWriter.prepare(queue, paths);
+		});
+		rebuildList(selectId);
+	}
 	storeQueue();
 }
 
@@ -216,10 +224,16 @@ QSet<QString> Reelhouse::followTracks(const QSet<QString> &ids)
 void Reelhouse::storeReplacedQueue(obs_source_t *source, obs_data_t *stored, const Record &record)
 {
 	OBSDataAutoRelease privateSettings = obs_source_get_private_settings(source);
-	const ReplacedQueue before = ReplacedQueue::read(privateSettings);
+	ReplacedQueue before = ReplacedQueue::read(privateSettings);
 	const ReplacedQueue after = replaceQueue(stored, record, tracks, before);
 	after.write(privateSettings);
-	if (after.record == before.record || record.tracks.isEmpty())
+	if (after.record == before.record)
+		return;
+	// The objects of a long queue take long to free. libobs has a thread for such things.
+	obs_queue_task(
+		OBS_TASK_DESTROY, [](void *last) { delete static_cast<OBSData *>(last); },
+		new OBSData(std::exchange(before.record, nullptr)), false);
+	if (record.tracks.isEmpty())
 		return;
 	blog(LOG_INFO,
 	     "[OBS-Reelhouse] The playlist of \"%s\" was changed elsewhere and has replaced a queue of %lld tracks. "

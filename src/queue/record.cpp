@@ -118,11 +118,7 @@ Record readRecord(obs_data_t *data)
 
 void RecordWriter::write(obs_data_t *privateSettings, const Record &record)
 {
-	updateItems(record.tracks);
-	if (!observedItems || observed != record.observed) {
-		observed = record.observed;
-		observedItems = pathArray(observed).Get();
-	}
+	prepare(record.tracks, record.observed);
 	// Make new arrays each time: those of the previous record may still be in use.
 	OBSDataArrayAutoRelease trackArray = obs_data_array_create();
 	for (const OBSData &item : items)
@@ -152,6 +148,15 @@ void RecordWriter::adopt(obs_data_t *data, const Record &record)
 		OBSDataAutoRelease item = obs_data_array_item(array, static_cast<size_t>(i));
 		items.emplace_back(isAsMade(item) ? OBSData(item) : makeItem(tracks.at(i)));
 	}
+}
+
+void RecordWriter::prepare(const QList<Track> &nextTracks, const QList<QString> &nextObserved)
+{
+	updateItems(nextTracks);
+	if (observedItems && observed == nextObserved)
+		return;
+	observed = nextObserved;
+	observedItems = pathArray(observed).Get();
 }
 
 // Reuse the objects at the start and the end of the queue, which most changes leave alone. Look up only those between

@@ -43,13 +43,16 @@ bool recordObserves(obs_data_t *record, const QList<QString> &paths);
 Record readRecord(obs_data_t *record);
 
 // Writes records. The writer keeps the object of each track that it has written, and the next record shares these
-// objects, so a record of a long queue costs little more than its array. Never change these objects.
+// objects, so a record of a long queue costs little more than its array. Never change these objects. Another thread may
+// run prepare() while nobody else uses the writer.
 class RecordWriter {
 public:
 	// Replaces the whole record in these private settings.
 	void write(obs_data_t *privateSettings, const Record &record);
 	// Keeps the objects of a usable record, which was read from data, as if this writer had written them.
 	void adopt(obs_data_t *data, const Record &record);
+	// Makes the objects that a record of these will need, as write() does for those that are not there yet.
+	void prepare(const QList<Track> &tracks, const QList<QString> &observed);
 
 private:
 	void updateItems(const QList<Track> &tracks);

@@ -14,7 +14,7 @@
 namespace {
 
 std::mutex mutex;
-std::condition_variable changed;
+std::condition_variable diskChanged;
 bool hangs = false;
 int asking = 0;
 
@@ -27,8 +27,8 @@ int asking = 0;
 	if (strstr(path, "hangs")) {
 		std::unique_lock lock(mutex);
 		asking++;
-		changed.notify_all();
-		changed.wait(lock, [] { return !hangs; });
+		diskChanged.notify_all();
+		diskChanged.wait(lock, [] { return !hangs; });
 		asking--;
 	}
 	return static_cast<int>(syscall(SYS_statx, folder, path, flags, mask, result));
@@ -44,13 +44,13 @@ void SlowDisk::answer()
 {
 	const std::lock_guard lock(mutex);
 	hangs = false;
-	changed.notify_all();
+	diskChanged.notify_all();
 }
 
 void SlowDisk::awaitQuestion()
 {
 	std::unique_lock lock(mutex);
-	changed.wait(lock, [] { return asking > 0; });
+	diskChanged.wait(lock, [] { return asking > 0; });
 }
 
 void SlowDisk::whileFull(const std::function<void()> &run)

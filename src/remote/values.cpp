@@ -22,9 +22,9 @@ const char *endModeName(int mode)
 
 std::optional<EndMode> endModeNamed(const QString &name)
 {
-	for (size_t mode = 0; mode < endModes.size(); mode++) {
-		if (name == QLatin1String(endModes[mode]))
-			return static_cast<EndMode>(mode);
+	for (const EndMode mode : {EndStop, EndNext, EndRepeat}) {
+		if (name == QLatin1String(endModeName(mode)))
+			return mode;
 	}
 	return std::nullopt;
 }

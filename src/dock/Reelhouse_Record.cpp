@@ -18,6 +18,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+// The objects of so many tracks take longer to make than a thread.
+constexpr qsizetype worthThread = 300;
+
 QList<QString> pathsOf(const QList<Track> &tracks)
 {
 	QList<QString> paths;
@@ -111,8 +114,11 @@ void Reelhouse::finishLoad(const QString &selectId)
 	const QSignalBlocker blocker(endModeSelector);
 	endModeSelector->setCurrentIndex(endMode);
 	{
-		// The objects of a new queue take as long as its rows. The end of this block waits for them.
-		const auto preparation = std::async(std::launch::async, [this, queue = tracks, paths = observed] {
+		// The objects of a new queue take as long as its rows. The end of this block waits for them. Without a
+		// thread the store makes them.
+		const bool isLong = tracks.size() >= worthThread;
+		const auto way = isLong ? std::launch::async : std::launch::deferred;
+		const auto preparation = std::async(way, [this, queue = tracks, paths = observed] {
 			recordWriter.prepare(queue, paths);
 		});
 		rebuildList(selectId);

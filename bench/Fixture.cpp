@@ -114,8 +114,9 @@ void Fixture::addDock()
 	frontend->toolsMenu.findChild<QAction *>(u"addAnotherDock"_s)->trigger();
 	settle();
 	auto *selector = frontend->others.last()->findChild<QComboBox *>(u"sourceSelector"_s);
-	selector->setCurrentIndex(selector->count() - frontend->others.size());
-	EXPECT_EQ(selector->currentIndex(), selector->count() - frontend->others.size()) << "the source is free";
+	// The first dock's source is in no scene and stands last.
+	selector->setCurrentIndex(static_cast<int>(frontend->others.size()));
+	EXPECT_EQ(selector->currentIndex(), frontend->others.size()) << "the source is free";
 	settle();
 	takePollTimer();
 }

@@ -111,6 +111,19 @@ TEST_F(Records, HaveNothingOfOthersInThemOnceTheyAreStored)
 	}
 }
 
+TEST_F(Records, OfLongQueuesHoldEveryTrack)
+{
+	QStringList queue;
+	for (int i = 0; i < 400; i++)
+		queue += u"http://host/%1"_s.arg(i);
+	begin(queue.join(u' '));
+	EXPECT_EQ(valuesIn(recordOf(bound()), "tracks"), queue);
+	step(u"elsewhere "_s + queue.last(350).join(u' '));
+	EXPECT_EQ(valuesIn(recordOf(bound()), "tracks"), queue.last(350));
+	step(u"bringBack"_s);
+	EXPECT_EQ(valuesIn(recordOf(bound()), "tracks"), queue);
+}
+
 // With up to three things in it replaced by anything, in whatever depth.
 TEST_F(Records, ManySpoiltOnes)
 {

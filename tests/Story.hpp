@@ -86,6 +86,7 @@ private:
 	void keepPromises(const Words &words);
 	void expectSameEverywhere();
 	void expectHonestControls();
+	void expectWhatWorksOffered();
 	QJsonObject ask(const QString &request, const Words &data);
 	bool isForOther(const Words &words) const;
 	void expectUsersQueueKept(const Words &words);

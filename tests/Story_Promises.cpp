@@ -19,6 +19,11 @@ QByteArray everythingOf(obs_source_t *source)
 	return QByteArray(obs_data_get_json(settings)) + obs_data_get_json(privateSettings);
 }
 
+bool isStream(const QString &path)
+{
+	return path.contains(u"://"_s) && !path.startsWith(u"file:"_s, Qt::CaseInsensitive);
+}
+
 // Steps and requests that change the queue by the user's will.
 const QStringList edits =
 	u"drop drag moveOnto remove moveUp moveDown moveTop moveBottom AddTracks RemoveTracks MoveTrack undoRemove "
@@ -159,6 +164,43 @@ void Story::expectHonestControls()
 	EXPECT_EQ(time->accessibleName(), (clock.startsWith(u'−') ? u"Remaining time "_s : u"Elapsed time "_s) + clock);
 	EXPECT_EQ(list()->dragEnabled(), child<QLineEdit>("search")->text().trimmed().isEmpty());
 	EXPECT_FALSE(obs_source_async_decoupled(bound())) << "it is only a moment in a switch";
+	if (bound() && !child<QMenu>("playlistMenu")->isVisible())
+		expectWhatWorksOffered();
+}
+
+// What is offered follows from the queue and the selection at once, what the play button says also from the media, which
+// the poll sees.
+void Story::expectWhatWorksOffered()
+{
+	const QJsonObject queue = plugin.request("GetQueue");
+	const bool active = queue["success"_L1].toBool(), any = active && list()->count() > 0;
+	const QListWidgetItem *chosen = list()->currentItem();
+	const bool isShown = chosen && !chosen->isHidden();
+	const auto shown = std::ranges::count_if(list()->selectedItems(), [](auto *item) { return !item->isHidden(); });
+	const bool one = active && shown == 1, moves = one && child<QLineEdit>("search")->text().trimmed().isEmpty();
+	const int row = list()->currentRow();
+	const QString current = queue["currentId"_L1].toString(), says = child<QWidget>("playPause")->accessibleName();
+	const auto *seek = child<QWidget>("seek"), *plays = child<QWidget>("playPause");
+	const std::pair<const char *, bool> offers[] = {
+		{"stop", active},
+		{"previous", any},
+		{"next", any},
+		{"addFiles", active},
+		{"endMode", active},
+		{"remove", active && shown > 0},
+		{"undoRemove", active && queue["canUndo"_L1].toBool()},
+		{"locateCurrent", active && queue["currentIndex"_L1].toInt() >= 0},
+		{"moveUp", moves && row > 0},
+		{"moveTop", moves && row > 0},
+		{"moveDown", moves && row + 1 < list()->count()},
+		{"moveBottom", moves && row + 1 < list()->count()},
+		{"openFolder", one && isShown && chosen->isSelected() && !isStream(rowPaths()[row])},
+		{"restorePlaylist", any || (active && recordOf(bound())["managed"_L1].toBool())}};
+	for (const auto &[name, works] : offers)
+		EXPECT_EQ(child<QObject>(name)->property("enabled"), works) << name;
+	EXPECT_FALSE(plays->isEnabled() && !(active && (isShown || !current.isEmpty())));
+	EXPECT_FALSE(seek->isEnabled() && !(active && !waits()));
+	EXPECT_EQ(says == u"Play Selected", isShown && ids()[row] != current) << says.toStdString();
 }
 
 // An answer with a state has the one that the request leads to, with all changes up to its revision.

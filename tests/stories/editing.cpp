@@ -111,7 +111,7 @@ TEST_F(Story, Editing)
 	});
 	tell("changes are saved half a second after the last", "P", {
 		{"wait 600; saves?; endMode Next; wait 400; endMode Repeat; wait 400; saves?", "0"},
-		{"wait 100; saves?", "1"},
+		{"wait 130; saves?", "1"},
 		{"drop Q; burst 6000; saves?", "1"},
 		{"wait 2000; saves?", "1"},
 		{"rename T Z; look; ask SetSkipFailed {'enabled': false}; wait 600; saves?", "0"},

@@ -4,6 +4,7 @@
 #include <QAbstractItemView>
 #include <QAccessible>
 #include <QDesktopServices>
+#include <QDir>
 #include <QDropEvent>
 #include <QFileDialog>
 #include <QHelpEvent>
@@ -16,6 +17,8 @@
 #include <QToolButton>
 #include <QToolTip>
 #include <QtEndian>
+
+#include "dock/widgets/TrackListWidget.hpp"
 
 using namespace Qt::StringLiterals;
 
@@ -43,6 +46,11 @@ protected:
 		if (asked.isAccepted())
 			QApplication::sendEvent(widget, &event);
 		return asked.isAccepted();
+	}
+	// Of what has another color, or this one.
+	static QRect boundsOf(const QPixmap &picture, const QColor &color, Qt::MaskMode mode = Qt::MaskInColor)
+	{
+		return QRegion(picture.createMaskFromColor(color, mode)).boundingRect();
 	}
 };
 
@@ -89,11 +97,12 @@ TEST_F(Input, WhatTheDockRefusesNoParentGets)
 		QApplication::sendEvent(widget, &event);
 		EXPECT_FALSE(event.isAccepted());
 	}
-	frontend->dock->setParent(nullptr);
 	EXPECT_EQ(window.offered, 0);
+	window.setAcceptDrops(false);
 	QDragEnterEvent enter({5, 5}, Qt::CopyAction, &file, Qt::LeftButton, {});
 	QApplication::sendEvent(child<QWidget>("playbackTime"), &enter);
 	EXPECT_FALSE(enter.isAccepted()) << "where there is nobody to keep it from, nothing changes";
+	frontend->dock->setParent(nullptr);
 }
 
 TEST_F(Input, TheListClaimsItsKeysBeforeTheHost)
@@ -159,60 +168,113 @@ TEST_F(Input, FilesChosenForOneSourceDoNotEndUpInAnother)
 	EXPECT_EQ(list()->count(), 2);
 }
 
-// Bold texts have a star, those of a selected row an exclamation mark, and cut ones scissors.
+// Texts at the right edge have an arrow, bold ones a star, those of a selected row an exclamation mark, and cut ones
+// scissors.
 TEST_F(Input, ARowShowsItsNumberItsNameAndItsSize)
 {
 	struct Recorder : QProxyStyle {
-		void drawItemText(QPainter *painter, const QRect &rect, int, const QPalette &, bool,
+		void drawItemText(QPainter *painter, const QRect &rect, int flags, const QPalette &, bool,
 				  const QString &text, QPalette::ColorRole role) const override
 		{
 			const bool cut = painter->fontMetrics().horizontalAdvance(text) > rect.width();
-			texts += text + (painter->font().bold() ? u"*"_s : QString()) +
-				 (role == QPalette::HighlightedText ? u"!"_s : QString()) + (cut ? u"✂"_s : QString());
+			texts += (Qt::Alignment::fromInt(flags) == (Qt::AlignRight | Qt::AlignVCenter) ? u"→"_s
+												       : QString()) +
+				 (painter->font().bold() ? u"*"_s : QString()) +
+				 (role == QPalette::HighlightedText ? u"!"_s : QString()) + (cut ? u"✂"_s : QString()) +
+				 text;
+			rects += rect;
 		}
 		mutable QStringList texts;
+		mutable QList<QRect> rects;
 	} recorder;
 	begin(u"P Q http://h/U"_s);
 	step(u"gone Q; refresh; search /"_s);
 	list()->setStyle(&recorder);
-	list()->viewport()->grab();
-	EXPECT_EQ(recorder.texts.last(9).join(u' '), u"1*! 5 B! P! 2* Missing* Q 3* — U"_s);
+	const QRect painted = boundsOf(list()->viewport()->grab(), list()->palette().color(QPalette::Base));
+	EXPECT_EQ(recorder.texts.last(9).join(u' '), u"→*!1 →!5 B !P →*2 →*Missing Q →*3 →— U"_s);
+	EXPECT_EQ(painted, list()->visualItemRect(list()->item(0))) << "the selection, and no second text";
 	step(u"search /Q"_s);
 	list()->viewport()->grab();
-	EXPECT_EQ(recorder.texts.last(3).join(u' '), u"2*! Missing*! Q!"_s) << "a row keeps its number under a search";
-	list()->setStyle(nullptr);
+	EXPECT_EQ(recorder.texts.last(3).join(u' '), u"→*!2 →*!Missing !Q"_s)
+		<< "a row keeps its number under a search";
 	step(u"drop A B C D E F %1; rename S %2; look; play Q"_s.arg(QString(200, u'W'), QString(60, u'W')));
-	auto *selector = child<QComboBox>("sourceSelector");
-	for (QWidget *widget : std::initializer_list<QWidget *>{list(), selector, child<QWidget>("message")}) {
+	for (const auto &[name, begins] :
+	     {std::pair("sourceSelector", "WW"), {"message", "⚠ File not found"}, {"playlist", "!WW"}}) {
+		auto *widget = child<QWidget>(name);
 		recorder.texts.clear();
 		widget->setStyle(&recorder);
 		widget->grab();
 		widget->setStyle(nullptr);
-		EXPECT_FALSE(recorder.texts.isEmpty());
-		EXPECT_EQ(recorder.texts.filter(u"✂"_s), QStringList()) << widget->objectName().toStdString();
+		const QString text = recorder.texts.value(recorder.texts.size() - 1);
+		EXPECT_TRUE(text.startsWith(QString::fromUtf8(begins)) && text.endsWith(u'…')) << text.toStdString();
+		EXPECT_EQ(recorder.texts.filter(u"✂"_s), QStringList()) << name;
 	}
-	EXPECT_TRUE(recorder.texts[0].startsWith(u"⚠ File not found"_s)) << "the end of a message is cut";
+	const QRect number = recorder.rects.last(3)[0], size = recorder.rects.last(2)[0];
+	EXPECT_EQ(recorder.rects.last(), (number | size).adjusted(number.width() + 9, 0, -size.width() - 11, 0));
+	EXPECT_EQ(size.width(), list()->fontMetrics().horizontalAdvance(u"1024.0 MiB"_s));
 	EXPECT_EQ(list()->visualItemRect(list()->item(9)).width(), list()->viewport()->width()) << "beside a long name";
+	EXPECT_EQ(list()->horizontalScrollBarPolicy(), Qt::ScrollBarAlwaysOff);
+	auto *selector = child<QComboBox>("sourceSelector");
 	selector->setFixedWidth(100);
 	selector->setStyleSheet(u"QComboBox { combobox-popup: 0 }"_s); // as OBS's themes have it
-	frontend->dock->move(selector->screen()->size().width() - 200, 0);
-	selector->showPopup();
-	EXPECT_GE(selector->view()->viewport()->width(), selector->view()->sizeHintForColumn(0));
-	EXPECT_TRUE(selector->screen()->geometry().contains(selector->view()->window()->geometry()));
-	selector->hidePopup();
+	const int screen = selector->screen()->size().width();
+	for (const int x : {0, screen - 200}) {
+		frontend->dock->move(x, 0);
+		selector->showPopup();
+		const QWidget *popup = selector->view()->window();
+		EXPECT_EQ(popup->x(), std::min(selector->mapToGlobal(QPoint()).x(), screen - popup->width()));
+		EXPECT_GE(selector->view()->viewport()->width(), selector->view()->sizeHintForColumn(0));
+		selector->hidePopup();
+	}
 }
 
-TEST_F(Input, TheTimeShowsTheFocusAndThePlayButtonThePause)
+// In a dark theme the picture is red here.
+TEST_F(Input, AnEmptyListSaysWhyBelowThePictureOfTheTheme)
+{
+	makeFile(named(path(u"Dark/no_sources.svg"_s)), R"(<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 1 1">
+		<path fill="red" d="M0 0h1v1H0z"/></svg>)");
+	QDir::addSearchPath(u"theme"_s, folder.path());
+	reelhouse::TrackListWidget empty(nullptr);
+	empty.setFrameShape(QFrame::NoFrame);
+	empty.setPalette(QPalette(Qt::black));
+	empty.show();
+	const auto seen = [&empty](const QString &text, QSize size = {300, 200}) {
+		empty.setEmptyText(text);
+		empty.resize(size);
+		passTime(100);
+		return empty.screen()->grabWindow(empty.winId());
+	};
+	const int line = empty.fontMetrics().height();
+	for (const auto &[width, height, side, used] : {std::tuple(300, 200, 32, 48 + 2 * line),
+							{300, 2 * line + 47, 0, 2 * line},
+							{300, 2 * line - 1, 0, line},
+							{40, line, 0, line}}) {
+		const QPixmap picture = seen(u"Ág\nÁg"_s, {width, height});
+		const QRect all = boundsOf(picture, Qt::black), red = boundsOf(picture, Qt::red, Qt::MaskOutColor);
+		EXPECT_EQ(red, side ? QRect(width / 2 - 16, all.top(), side, side) : QRect());
+		EXPECT_NEAR(all.height(), used, line / 2);
+		EXPECT_LE((all.center() - QPoint(width, height) / 2).manhattanLength(), 4);
+		EXPECT_LE(all.width(), width - 16);
+	}
+	EXPECT_NE(seen(u"A"_s).toImage(), seen(u"B"_s).toImage());
+	EXPECT_EQ(seen(u"שלום."_s).toImage(), seen(u"\u200Fשלום.\u200F"_s).toImage()) << "it ends at the left";
+}
+
+TEST_F(Input, TheTimeAndTheSliderShowTheFocusAndThePlayButtonThePause)
 {
 	begin(u"A"_s);
-	auto *time = child<QWidget>("playbackTime"), *play = child<QWidget>("playPause");
-	list()->setFocus();
-	const QImage without = time->grab().toImage();
-	time->setFocus();
-	EXPECT_NE(time->grab().toImage(), without);
+	auto *play = child<QWidget>("playPause");
 	play->setStyleSheet(u"[class=icon-media-pause] { color: red }"_s); // as a theme gives the icon
 	step(u"start A"_s);
 	EXPECT_EQ(play->palette().color(QPalette::ButtonText), Qt::red);
+	for (QWidget *widget : {child<QWidget>("playbackTime"), child<QWidget>("seek")}) {
+		const QColor color = widget->palette().color(QPalette::WindowText);
+		list()->setFocus();
+		EXPECT_NE(boundsOf(widget->grab(), color, Qt::MaskOutColor), widget->rect());
+		EXPECT_NE(boundsOf(widget->grab(), widget->palette().color(QPalette::Window)), QRect());
+		widget->setFocus();
+		EXPECT_EQ(boundsOf(widget->grab(), color, Qt::MaskOutColor), widget->rect());
+	}
 }
 
 TEST_F(Input, TheFolderOfAFileThatIsGoneOpens)
@@ -273,8 +335,12 @@ TEST_F(Input, AClickSeeksToWhereItIs)
 	EXPECT_EQ(step(u"video"_s).section(u"does "_s, 1), u"seek %1"_s.arg(slider->value() * 100));
 	step(u"wait 1250; poll"_s);
 	QTest::mouseClick(slider, Qt::RightButton, {}, {slider->width() / 2, 0});
-	EXPECT_EQ(slider->value(), 0);
+	QTest::mouseClick(slider, Qt::LeftButton, {}, {12, 10});
+	EXPECT_EQ(slider->value(), 0) << "the handle itself";
 	QTest::mousePress(slider, Qt::LeftButton, {}, {slider->width() / 2, 0});
+	QTest::mouseMove(slider, {slider->width() / 4, 0});
+	EXPECT_NEAR(slider->value(), (slider->width() / 4 - 4) * 1000 / (slider->width() - 8), 4)
+		<< "the handle follows";
 	step(u"play A; video; media playing 0 100000; poll"_s);
 	QTest::mouseMove(slider, {slider->width() / 4, 0});
 	EXPECT_EQ(slider->value(), 0) << "the press was for the track before";

@@ -64,6 +64,7 @@ protected:
 	WebSocketPlugin plugin;
 	QMap<QString, OBSSource> sources;
 	QString answer;
+	QStringList comments;
 	bool racing = false; // each step happens while the bound source's thread is at work
 	QString requested;   // an "ask" that a client sends while each step happens
 

@@ -170,6 +170,8 @@ void Story::addQueueSteps()
 		const QJsonObject response = ask(words[0], words.mid(1));
 		answer = response["error"_L1].toString();
 		const QString sentence = response["comment"_L1].toString();
+		if (!sentence.isEmpty() && !comments.contains(sentence))
+			comments += sentence;
 		EXPECT_EQ(answer.isEmpty(), sentence.isEmpty());
 		EXPECT_FALSE(sentence.startsWith(u"Remote") || sentence.contains(u"%1")) << sentence.toStdString();
 	});
@@ -459,8 +461,8 @@ void Story::addQuestions()
 		QStringList lines;
 		for (const auto &[name, data] : std::exchange(told, {})) {
 			QString line = QString(name).remove(u"Changed"_s);
-			for (const char *key :
-			     {"total", "label", "endMode", "reason", "skipFailed", "startAgain", "count", "durationMs"})
+			for (const char *key : {"total", "label", "endMode", "reason", "skipFailed", "startAgain",
+						"count", "durationMs", "found", "missing"})
 				line += u' ' + data[QLatin1String(key)].toVariant().toString();
 			if (name.startsWith(u"Media"))
 				line += data["mediaState"_L1].toString().section(u'_', -1).toLower();
@@ -477,12 +479,14 @@ void Story::addQuestions()
 		}
 		answer = lines.join(u", "_s);
 	});
+	// All sentences of refusals, ever since the last such question.
+	on("comments?", [this](const Words &) { answer = std::exchange(comments, {}).join(u"; "_s); });
 	on("title?", [this](const Words &) {
 		const QJsonObject &track = lastTold[u"CurrentTrackChanged"_s];
 		answer = track["artist"_L1].toString() + u" – "_s + track["title"_L1].toString();
 	});
 	// What a button of a deck shows, which sees the last event alone.
-	on("deck?", [this](const Words &) {
+	on("deck?", [this](const Words &more) {
 		if (last != u"StateChanged") {
 			answer = u"dark"_s;
 			return;
@@ -491,6 +495,8 @@ void Story::addQuestions()
 		for (const char *key : {"mediaState", "title", "position", "total", "nextTitle", "trackRemaining",
 					"showRemaining", "failed"})
 			texts += lastTold[last][QLatin1String(key)].toString();
+		for (const QString &key : more)
+			texts += lastTold[last][key].toString();
 		answer = texts.join(u'|');
 	});
 	on("says?", [this](const Words &words) { answer = row(words[0])->data(Qt::AccessibleTextRole).toString(); });

@@ -11,8 +11,9 @@ TEST_F(Story, Remote)
 		{"ask UndoRemove; ask UndoRemove", "[P] A http://h/U Q R | src P Q R | own | replaced - | nothingToUndo"},
 		{"search #2; ask MoveTrack {'id': '#P', 'index': 4}", "(A) [http://h/U] (Q) (R) (P) | src P Q R | own | replaced -"},
 		{"search; ask MoveTrack {'id': '#P', 'index': 0}", "P A [http://h/U] Q R | src P Q R | own | replaced -"},
-		{"ask PlayTrack {'id': '#P', 'switchScene': true}; ask TogglePlay; ask TogglePlay", "▶[P] A http://h/U Q R | src P Q R | managed (own) | replaced - | waits"},
-		{"video; ask PlayTrack {'index': 1}; video", "P ▶[A] http://h/U Q R | src A | managed | replaced - | does stop"},
+		{"ask PlayTrack {'id': '#P', 'index': 0, 'switchScene': true}; ask TogglePlay; ask TogglePlay", "▶[P] A http://h/U Q R | src P Q R | managed (own) | replaced - | waits"},
+		{"video", "▶[P] A http://h/U Q R | src P | managed | replaced - | does stop | scene"},
+		{"ask PlayTrack {'index': 1}; video", "P ▶[A] http://h/U Q R | src A | managed | replaced - | does stop"},
 		{"ask PlayPrevious; ask PlayNext; ask PlayNext", "P A ▶[http://h/U] Q R | src A | managed | replaced - | waits"},
 		{"ask SetEndMode {'endMode': 'repeat'}; ask Stop", "P A [http://h/U] Q R | src | managed | replaced - | repeat"},
 		{"ask GivePlaylistBack", "P A [http://h/U] Q R | src P A http://h/U Q R | own | replaced - | repeat"},
@@ -20,9 +21,10 @@ TEST_F(Story, Remote)
 		{"ask? all GetQueue {'offset': 1, 'limit': 2}", "{'canBringBack':true,'canUndo':false,'currentId':'','currentIndex':-1,'cursor':0,'duration':0,'endMode':'repeat','mediaState':'OBS_MEDIA_STATE_NONE','queueDurationMs':0,'queueRemainingMs':0,'skipFailed':false,'sourceName':'S','sourceUuid':'S','startAgain':false,'success':true,'total':5,'tracks':[{'id':'#A','index':1,'label':'A','path':'A','sizeBytes':5},{'id':'#http://h/U','index':2,'label':'U','path':'http://h/U'}],'unknownLengths':5,'unknownRemaining':5,'upcoming':[]}"},
 		{"ask? tracks GetQueue {'offset': 4, 'limit': 9}", "{'tracks':[{'id':'#R','index':4,'label':'R','path':'R','sizeBytes':5}]}"},
 		{"ask? all GetSources", "{'sources':[{'dock':1,'label':'S','selected':true,'sourceName':'S','sourceUuid':'S'},{'dock':0,'label':'T','selected':false,'sourceName':'T','sourceUuid':'T'}],'success':true}"},
+		{"ask? requests GetVersion", "{'requests':[{'requestType':'GetVersion'},{'requestType':'GetSources'},{'requestType':'SelectSource'},{'requestType':'GetQueue'},{'requestType':'Play'},{'requestType':'Pause'},{'requestType':'Resume'},{'requestType':'TogglePlay'},{'requestType':'Stop'},{'requestType':'PlayTrack'},{'requestType':'PlayNext'},{'requestType':'PlayPrevious'},{'requestType':'AddTracks'},{'requestType':'RemoveTracks'},{'requestType':'UndoRemove'},{'requestType':'MoveTrack'},{'requestType':'SetEndMode'},{'requestType':'SetSkipFailed'},{'requestType':'SetStartAgain'},{'requestType':'ShuffleQueue'},{'requestType':'BringBackReplacedQueue'},{'requestType':'GivePlaylistBack'},{'requestType':'FindMissingFiles'}]}"},
 		{"ask? events GetVersion", "{'events':[{'eventType':'SourceChanged'},{'eventType':'QueueChanged'},{'eventType':'CurrentTrackChanged'},{'eventType':'EndModeChanged'},{'eventType':'OptionsChanged'},{'eventType':'MediaStateChanged'},{'eventType':'TrackFailed'},{'eventType':'StateChanged'},{'eventType':'MissingFilesSearched'}]}"},
 		{"ask? mediaState Stop", "{'mediaState':'OBS_MEDIA_STATE_STOPPED'}"},
-		{"start P; ask? mediaState RemoveTracks {'ids': [{'id': '#P'}]}", "{'mediaState':'OBS_MEDIA_STATE_STOPPED'}"},
+		{"start P; ask? all RemoveTracks {'ids': [{'id': '#P'}]}", "{'count':1,'currentId':'','currentIndex':-1,'mediaState':'OBS_MEDIA_STATE_STOPPED','success':true}"},
 		{"start A; ask? all MoveTrack {'id': '#R', 'index': 0}", "{'currentId':'#A','currentIndex':1,'mediaState':'OBS_MEDIA_STATE_PLAYING','success':true}"},
 		{"ask? all SelectSource {'sourceName': 'T'}", "{'currentId':'','currentIndex':-1,'mediaState':'OBS_MEDIA_STATE_STOPPED','success':true}"},
 		{"ask? all AddTracks {'paths': [{'path': '@Z'}]}", "{'currentId':'','currentIndex':-1,'ids':[{'id':'#Z'}],'mediaState':'OBS_MEDIA_STATE_STOPPED','success':true}"},
@@ -32,8 +34,7 @@ TEST_F(Story, Remote)
 		{"delete T; ask? all GetSources", "{'sources':[{'dock':0,'label':'S','selected':false,'sourceName':'S','sourceUuid':'S'}],'success':true}"},
 	});
 	tell("what is wrong is refused and changes nothing", "P Q R", {
-		{"ask GetQueue {'offset': -1}", "[P] Q R | src P Q R | own | replaced - | indexOutOfRange"},
-		{"ask? comment GetQueue {'offset': -1}", "{'comment':'offset is out of range'}"},
+		{"comments?; ask GetQueue {'offset': -1}", "[P] Q R | src P Q R | own | replaced - | indexOutOfRange"},
 		{"ask GetQueue {'offset': 4}", "[P] Q R | src P Q R | own | replaced - | indexOutOfRange"},
 		{"ask GetQueue {'limit': 1.0}", "[P] Q R | src P Q R | own | replaced - | wrongType"},
 		{"ask SelectSource", "[P] Q R | src P Q R | own | replaced - | missingField"},
@@ -57,6 +58,7 @@ TEST_F(Story, Remote)
 		{"ask? unknownLengths GetQueue", "{'unknownLengths':2}"},
 		{"ask SetStartAgain; ask SetSkipFailed {'enabled': 1}", "[P] Q R | src P Q R | own | replaced - | wrongType | ⚠ File not found: Q"},
 		{"elsewhere; ask PlayNext", "∅ | src | own | replaced P Q R | emptyQueue"},
+		{"ask Play", "∅ | src | own | replaced P Q R | emptyQueue"},
 		{"ask GivePlaylistBack", "∅ | src | own | replaced P Q R | nothingToGiveBack"},
 		{"ask AddTracks {'paths': [{'path': '@A'}, {'path': '@B'}]}", "[A] B | src | own | replaced P Q R"},
 		{"ask MoveTrack {'id': 'x', 'index': 0}", "[A] B | src | own | replaced P Q R | unknownTrack"},
@@ -68,6 +70,7 @@ TEST_F(Story, Remote)
 		{"choose; ask GetQueue", "no source | noSource"},
 		{"suspend; ask SelectSource {'sourceName': 'S'}", "no source | unavailable"},
 		{"resume; choose S; suspend; ask PlayNext", "no source | unavailable"},
+		{"comments?", "offset is out of range; limit has the wrong type; sourceUuid is missing; The dock lists no source Nobody; The dock lists no source nobody; index is out of range; switchScene has the wrong type; paths has to be a list of at least one object; A path is empty; position is out of range; The queue has no track with the id x; A path is longer than 64 KiB; There is no end mode loop; There is no replaced queue to bring back; The track's file does not exist; enabled is missing; enabled has the wrong type; The queue is empty; The queue is empty, and the source has its own settings; The dock's source is another one: S; endMode has the wrong type; No source is chosen in the dock; Reelhouse cannot serve this request now"},
 	});
 	tell("the last places that there are", "P Q", {
 		{"ask? tracks GetQueue {'offset': 2}", "{'tracks':[]}"},
@@ -88,6 +91,7 @@ TEST_F(Story, Remote)
 		{"media playing -1 -1; ask? duration GetQueue", "{'duration':0}"},
 		{"ask? cursor GetQueue", "{'cursor':0}"},
 		{"media buffering; look; ask? mediaState GetQueue", "{'mediaState':'OBS_MEDIA_STATE_BUFFERING'}"},
+		{"media error; look; ask? mediaState GetQueue", "{'mediaState':'OBS_MEDIA_STATE_ERROR'}"},
 		{"media playing 1500 4000; play P; ask? all GetQueue {'limit': 0}", "{'canBringBack':false,'canUndo':false,'currentId':'#P','currentIndex':0,'cursor':0,'duration':0,'endMode':'stop','mediaState':'OBS_MEDIA_STATE_OPENING','queueDurationMs':0,'queueRemainingMs':0,'skipFailed':false,'sourceName':'S','sourceUuid':'S','startAgain':false,'success':true,'total':2,'tracks':[],'unknownLengths':2,'unknownRemaining':2,'upcoming':[]}"},
 		{"ask Pause", "▶[P] Q | src Q | managed | replaced - | waits"},
 		{"video; look; ask Pause; video", "▶[P] Q | src P | managed | replaced - | does pause, pause"},
@@ -145,6 +149,7 @@ TEST_F(Story, Remote)
 		{"start P; wait 50; deck?", "playing|P|1|1||0:03|0:03|"},
 		{"skipFailed; endMode Next; drop A R; start P; gone A; media ended; poll; look; video; wait 50; deck?", "starting|R|3|3||||A"},
 		{"media playing 1000 4000; poll; wait 450; deck?", "playing|R|3|3||0:03|0:03|"},
+		{"restorePlaylist; video; media ended 4000 4000; look; wait 50; deck?", "ended|||3||||"},
 	});
 	tell("the view stays as it is", "P Q R", {
 		{"select P Q; ask AddTracks {'paths': [{'path': '@A'}], 'position': 0}", "A [P] [Q] R | src P Q R | own | replaced -"},

@@ -385,6 +385,7 @@ void Story::addDockSteps()
 		for (const QDockWidget *frame : std::as_const(frontend->others)) {
 			docks += describe(frame, frame->windowTitle().remove(u"Reelhouse "_s));
 			EXPECT_EQ(frame->toggleViewAction()->text(), frame->windowTitle().replace(u"&"_s, u"&&"_s));
+			EXPECT_TRUE(frame->isVisible() && frame->width() >= 440 && frame->height() >= 360);
 			for (const QDockWidget *other : std::as_const(frontend->others))
 				EXPECT_TRUE(other == frame || other->pos() != frame->pos()) << "one hides the other";
 		}
@@ -394,7 +395,7 @@ void Story::addDockSteps()
 		QStringList names;
 		for (const QAction *entry : toolsEntry()->menu()->actions())
 			names += entry->isEnabled() ? entry->text() : u'-' + entry->text();
-		answer = names.last(std::min<qsizetype>(names.size(), 6)).join(u", "_s);
+		answer = toolsEntry()->text() + u": "_s + names.join(u", "_s);
 	});
 }
 

@@ -77,7 +77,7 @@ TEST_F(Module, SwitchesOnlyToTheOneSceneThatHoldsTheSource)
 	const OBSSource source = makeSource(u"Music"_s, {makeFile(u"a.mp3"_s)});
 	show(source);
 	const OBSSource other = makeSource(u"Other"_s, {});
-	// What the scenes A, B and C hold: s the source, o another one, g a group with it, a b c that scene.
+	// What the scenes A, B and C hold, hidden: s the source, o another one, g a group with it, a b c that scene.
 	const struct {
 		const char *situation;
 		const char *holds[3];
@@ -104,10 +104,12 @@ TEST_F(Module, SwitchesOnlyToTheOneSceneThatHoldsTheSource)
 				if (what == 'g')
 					addGroup(scenes[i], source);
 				else
-					obs_scene_add(obs_scene_from_source(scenes[i]),
-						      what == 's'   ? source.Get()
-						      : what == 'o' ? other.Get()
-								    : scenes[size_t(what - 'a')].Get());
+					obs_sceneitem_set_visible(
+						obs_scene_add(obs_scene_from_source(scenes[i]),
+							      what == 's'   ? source.Get()
+							      : what == 'o' ? other.Get()
+									    : scenes[size_t(what - 'a')].Get()),
+						false);
 			}
 		}
 		frontend->program = scenes[0];

@@ -11,18 +11,18 @@ TEST_F(Story, Docks)
 		{"2: choose T; docks?", "1: [S] (T (Reelhouse 2)) | P Q; 2 · T: (S (Reelhouse)) [T] | X Y"},
 		{"ask? sources GetSources", "{'sources':[{'dock':1,'label':'S','selected':true,'sourceName':'S','sourceUuid':'S'},{'dock':2,'label':'T','selected':false,'sourceName':'T','sourceUuid':'T'}]}"},
 		{"choose 2); docks?", "1: [S] (T (Reelhouse 2)) | P Q; 2 · T: (S (Reelhouse)) [T] | X Y"},
-		{"ask SelectSource {'sourceName': 'T'}", "[P] Q | src P Q | own | replaced - | sourceTaken"},
+		{"ask? all SelectSource {'sourceName': 'T'}", "{'comment':'The source is in another dock: Reelhouse 2','error':'sourceTaken','success':false}"},
 		{"rename T U; poll; look; docks?", "1: [S] (U (Reelhouse 2)) | P Q; 2 · U: (S (Reelhouse)) [U] | X Y"},
 		{"choose; docks?", "1: S (U (Reelhouse 2)); 2 · U: S [U] | X Y"},
 		{"2: choose S; docks?", "1: (S (Reelhouse 2)) U; 2 · S: [S] U | P Q"},
 		{"choose U; 2: choose; choose S; docks?", "1: [S] U | P Q; 2: (S (Reelhouse)) U"},
-		{"addDock; addDock; toolsMenu?", "Reelhouse, Reelhouse 2, Reelhouse 3, Reelhouse 4, , -Add Another Dock"},
+		{"addDock; addDock; toolsMenu?", "Reelhouse: Reelhouse, Reelhouse 2, Reelhouse 3, Reelhouse 4, , -Add Another Dock"},
 		{"docks?", "1: [S] U | P Q; 2: (S (Reelhouse)) U; 3: (S (Reelhouse)) U; 4: (S (Reelhouse)) U"},
 		{"tools?", "-findMissingFiles -bringBackReplacedQueue"},
-		{"dropDock 3; 4: choose U; toolsMenu?", "Reelhouse, Reelhouse 2, Reelhouse 4 · U, , Add Another Dock"},
+		{"dropDock 3; 4: choose U; toolsMenu?", "Reelhouse: Reelhouse, Reelhouse 2, Reelhouse 4 · U, , Add Another Dock"},
 		{"addDock; dropDock 4; dropDock 2; docks?", "1: [S] U | P Q; 3: (S (Reelhouse)) U"},
 		{"addDock; 2: choose U; wait 200; told?; dropDock; told?", "2: Queue 0"},
-		{"dropDock 3; toolsMenu?", "Skip Tracks That Cannot Play, Start Again After Last Track, , Show Current Track In, , Add Another Dock"},
+		{"dropDock 3; toolsMenu?", "Reelhouse: Import Playlist…, Export Playlist…, -Find Missing Files…, , Shuffle Queue, -Bring Back Replaced Queue, , Hold Picture Between Tracks, Skip Tracks That Cannot Play, Start Again After Last Track, , Show Current Track In, , Add Another Dock"},
 	});
 	tell("a dock waits for its source, and for the dock that has it", "P Q", {
 		{"addDock; 2: choose T; save T; leave T; look; docks?", "1: [S] | P Q; 2: (S (Reelhouse))"},
@@ -36,6 +36,7 @@ TEST_F(Story, Docks)
 		{"collection T; docks?", "1: (T (Reelhouse 2)); 2 · T: [T] | X Y"},
 		{"collection S T; docks?", "1: [S] (T (Reelhouse 2)) | P Q; 2 · T: (S (Reelhouse)) [T] | X Y"},
 		{"rename T R&B; poll; look; docks?", "1: (R&B (Reelhouse 2)) [S] | P Q; 2 · R&B: [R&B] (S (Reelhouse)) | X Y"},
+		{"toolsMenu?", "Reelhouse: Reelhouse, Reelhouse 2 · R&&B, , Add Another Dock"},
 		{"dropDock; choose; collection S; addDock; 2: choose S; collection T; docks?", "1: R&B; 2: R&B"},
 	});
 	tell("each queue goes on as if it were alone", "P Q R", {
@@ -60,6 +61,6 @@ TEST_F(Story, Docks)
 		{"choose S", "P [Q] R B | src Q | managed | replaced - | next"},
 		{"choose; suspend; addDock; docks?", "1: ; 2: "},
 		{"resume; docks?", "1: S T; 2: S T"},
-		{"loseDock; toolsMenu?", "-Skip Tracks That Cannot Play, -Start Again After Last Track, , Show Current Track In, , Add Another Dock"},
+		{"loseDock; toolsMenu?", "Reelhouse: -Import Playlist…, -Export Playlist…, -Find Missing Files…, , -Shuffle Queue, -Bring Back Replaced Queue, , -Hold Picture Between Tracks, -Skip Tracks That Cannot Play, -Start Again After Last Track, , Show Current Track In, , Add Another Dock"},
 	});
 }

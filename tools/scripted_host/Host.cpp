@@ -107,6 +107,7 @@ bool obs_frontend_add_dock_by_id(const char *id, const char *title, void *widget
 		active->dock = static_cast<QWidget *>(widget);
 	} else if (active->acceptsDock) {
 		active->others[number] = new QDockWidget(QString::fromUtf8(title), &active->window);
+		active->others[number]->hide();
 		active->others[number]->setFloating(true);
 		active->others[number]->setWidget(static_cast<QWidget *>(widget));
 	}

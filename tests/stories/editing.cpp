@@ -44,7 +44,7 @@ TEST_F(Story, Editing)
 	});
 	tell("dragged rows stay in their order, between the rows that they are dropped on", "P Q R S T", {
 		{"select P R S; moveOnto T lower", "Q T [P] [R] [S] | src P Q R S T | own | replaced -"},
-		{"select S T P; moveOnto Q upper", "[T] [P] [S] Q R | src P Q R S T | own | replaced -"},
+		{"drag Q 1; drag Q 0; select S T P; moveOnto Q upper", "[T] [P] [S] Q R | src P Q R S T | own | replaced -"},
 		{"elsewhere A B; select A; moveOnto A lower; elsewhere C", "[C] | src C | own | replaced T P S Q R"},
 	});
 	tell("the menu acts on the rows that it was opened on", "P Q R S", {
@@ -92,7 +92,7 @@ TEST_F(Story, Editing)
 		{"gone M/; select M/a; openFolder", "[M/a] http://h/U | src M/a http://h/U | own | replaced - | ⚠ Could not open the folder M"},
 	});
 	tell("what is there to read", "", {
-		{"names?", "addFiles: Add Files, sourceSelector: Select a VLC Video Source, refresh: Refresh, search: Search or #number, previous: Previous, playPause: Play, stop: Stop, next: Next, seek: Elapsed time, endMode: When a Track Ends, Move Up, Move Down, Move to Top, Move to Bottom, Remove, Undo Remove, Show Current Track, Show in Folder, Give Playlist Back to Source, About Reelhouse, Stop, Play Next, Repeat"},
+		{"names?", "addFiles: Add Files -plus, sourceSelector: Select a VLC Video Source, refresh: Refresh -refresh, search: Search or #number, previous: Previous -media-prev, playPause: Play -media-play, stop: Stop -media-stop, next: Next -media-next, seek: Elapsed time, endMode: When a Track Ends, Move Up, Move Down, Move to Top, Move to Bottom, Remove, Undo Remove, Show Current Track, Show in Folder, Give Playlist Back to Source, About Reelhouse, Stop, Play Next, Repeat"},
 		{"empty?", "The queue is empty."},
 		{"drop A; empty?", "The tracks of the queue; Return plays the selected one"},
 		{"choose; empty?", "No source is chosen."},

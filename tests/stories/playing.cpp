@@ -173,7 +173,9 @@ TEST_F(Story, Transport)
 		{"start P; media playing 10000 100000; poll; focus seek; hold Right; wait 900; repeat Right; wait 900; video", "▶[P] Q | src P | managed | replaced -"},
 		{"lift Right; hold Right; wait 900; video", "▶[P] Q | src P | managed | replaced -"},
 		{"lift Right; wait 400; video", "▶[P] Q | src P | managed | replaced - | does seek 15000"},
-		{"hold Right; focus playlist; wait 400; video", "▶[P] Q | src P | managed | replaced - | does seek 16000"},
+		{"hold Up; wait 900; lift Up; hold Down; wait 900; lift Down; hold PgUp; wait 900; lift PgUp; hold PgDown; wait 900; lift PgDown; hold Home; wait 900; lift Home; hold End; wait 900; hold Left; lift End; wait 900; video", "▶[P] Q | src P | managed | replaced -"},
+		{"lift Left; wait 400; hold A; key Left; wait 400; video", "▶[P] Q | src P | managed | replaced - | does seek 99000, seek 98000"},
+		{"hold Right; focus playlist; wait 400; video", "▶[P] Q | src P | managed | replaced - | does seek 99000"},
 		{"wait 1500; poll; release; video", "▶[P] Q | src P | managed | replaced - | does seek 10000"},
 	});
 }

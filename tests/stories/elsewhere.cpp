@@ -65,7 +65,8 @@ TEST_F(Story, Elsewhere)
 	});
 	tell("the queue that the user last made or played is there, or is the replaced one", "P Q R S", {
 		{"start P; elsewhere P E", "[P] E | src P E | own (managed) | replaced P Q R S"},
-		{"log?; elsewhere P E F; log?", ""},
+		{"log?", "The playlist of \"S\" was changed elsewhere and has replaced a queue of 4 tracks. To have that queue back, choose \"Bring Back Replaced Queue\" in the Tools menu."},
+		{"elsewhere P E F; log?", ""},
 		{"look", "[P] E F | src P E F | own (managed) | replaced P Q R S"},
 		{"elsewhere P", "[P] | src P | own (managed) | replaced P Q R S"},
 		{"bringBack", "▶[P] Q R S | src P | managed | replaced P"},

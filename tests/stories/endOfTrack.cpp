@@ -79,10 +79,12 @@ TEST_F(EndOfTrack, PassesOverWhatCannotPlay)
 {
 	tell("each is told, the message says how many, and a file that is back is missed no longer", "P A B Q", {
 		{"skipFailed; endMode Next; start P; gone A; gone B; told?; media ended; poll; failures?", "A fileMissing, B fileMissing"},
+		{"log?", "File not found: A · Tools › Reelhouse › Find Missing Files…, File not found: B · Tools › Reelhouse › Find Missing Files…"},
 		{"video", "P A B ▶[Q] | src Q | managed | replaced - | next | does stop | ⚠ Tracks passed over: 2"},
 		{"ask? upcoming GetQueue; startAgain; ask? upcoming GetQueue", "{'upcoming':[{'id':'#P','index':0},{'id':'#Q','index':3}]}"},
 		{"own next; video; video", "▶[P] A B Q | src P | managed | replaced - | next | does stop"},
 		{"own previous; video; video", "P A B ▶[Q] | src Q | managed | replaced - | next | does stop"},
+		{"drops?", "3"},
 		{"previous; wait 1; wait 1; wait 1; video", "▶[P] A B Q | src P | managed | replaced - | next | does stop | ⚠ Tracks passed over: 2"},
 		{"gone P; gone Q; told?; media playing 500 4000; poll; media ended; poll; wait 1; wait 1; wait 1; wait 1; video",
 		 "▶[P] A B Q | src | managed | replaced - | next | does stop | ⚠ None of the tracks that follow can be played"},
@@ -92,6 +94,7 @@ TEST_F(EndOfTrack, PassesOverWhatCannotPlay)
 	});
 	tell("a track that fails after it has played counts as ended", "P Q R", {
 		{"skipFailed; endMode Next; start P; told?; media error 700 4000; poll; told?", "TrackFailed P error, CurrentTrack Q"},
+		{"log?", "Could not play: P"},
 		{"video", "P ▶[Q] R | src Q | managed | replaced - | next | does stop"},
 	});
 	tell("a stop ends the search for a track, and a removal leaves no gap in it", "P A B Q", {
@@ -120,5 +123,6 @@ TEST_F(EndOfTrack, PassesOverWhatCannotPlay)
 	EXPECT_EQ(valuesIn(plugin.request("GetQueue"), "upcoming", "id").size(), 20);
 	const QString said = step(u"told?"_s);
 	EXPECT_EQ(said.count(u"TrackFailed"), 11);
+	EXPECT_TRUE(step(u"log?"_s).endsWith(u", Tracks passed over: 12"_s));
 	EXPECT_TRUE(said.contains(u"TrackFailed 12 neverPlayed 2"_s)) << "one event for the rest: " << said.toStdString();
 }

@@ -4,6 +4,7 @@
 #include <QFileDialog>
 #include <QMessageBox>
 #include <QProgressDialog>
+#include <QPushButton>
 
 #include <atomic>
 
@@ -67,6 +68,7 @@ protected:
 		action(command)->trigger();
 		QPointer<QFileDialog> dialog = frontend->dock->findChild<QFileDialog *>();
 		ASSERT_TRUE(dialog);
+		EXPECT_EQ(dialog->windowTitle() + u"…"_s, action(command)->text());
 		if (meanwhile)
 			meanwhile(dialog);
 		dialog->selectFile(file);
@@ -159,6 +161,9 @@ TEST_F(Files, ThatAreLookedForAreCounted)
 	SlowDisk::answer();
 	EXPECT_TRUE(waitFor([this] { return !child<QProgressDialog>("findMissingFilesProgress"); }));
 	EXPECT_FALSE(frontend->dock->findChild<QMessageBox *>()) << "it was not the user who asked";
+	pickFile("findMissingFiles", at(u"new"_s));
+	ASSERT_TRUE(waitFor([this] { return frontend->dock->findChild<QMessageBox *>(); }));
+	EXPECT_EQ(frontend->dock->findChild<QMessageBox *>()->icon(), QMessageBox::Warning) << "one is still missing";
 }
 
 TEST_F(Files, OnManyDisksThatHangDoNotKeepTheOthersFromAnswering)
@@ -272,7 +277,7 @@ TEST_F(Files, ThePlaylistFilesOfTheToolsMenu)
 	pickFile("importPlaylist", makeFile(u"empty.pls"_s, "[playlist]"));
 	EXPECT_TRUE(child<QLabel>("message")->text().contains(u"empty.pls has no entries"_s));
 	pickFile("importPlaylist", makeFile(u"film.m3u"_s, QByteArray(100, '\1')));
-	EXPECT_TRUE(child<QLabel>("message")->text().contains(u"Could not read the playlist"_s));
+	EXPECT_TRUE(child<QLabel>("message")->text().contains(u"film.m3u: It is not a text file"_s));
 	pickFile("exportPlaylist", at(u"out"_s));
 	QFile file(at(u"out.m3u8"_s));
 	ASSERT_TRUE(file.open(QIODevice::ReadOnly));
@@ -290,7 +295,7 @@ TEST_F(Files, ThePlaylistFilesOfTheToolsMenu)
 	action("exportPlaylist")->trigger();
 	std::unique_ptr<QFileDialog> dialog(frontend->dock->findChild<QFileDialog *>());
 	Q_EMIT dialog->fileSelected(at(u"absent/out.m3u8"_s));
-	EXPECT_TRUE(child<QLabel>("message")->text().contains(u"Could not write the playlist"_s));
+	EXPECT_TRUE(child<QLabel>("message")->text().contains(u"playlist "_s + at(u"absent/out.m3u8"_s) + u": "_s));
 	Q_EMIT dialog->fileSelected(at(u"again.m3u8"_s));
 	EXPECT_TRUE(child<QLabel>("message")->isHidden());
 	dialog.reset();
@@ -364,6 +369,9 @@ TEST_F(Files, ThatMovedAreFound)
 		EXPECT_TRUE(waitFor([this] { return !child<QProgressDialog>("findMissingFilesProgress"); }));
 		EXPECT_TRUE(words.size() > 1 || ids() == queued);
 	});
+	on("cancel", [this](const Words &) {
+		child<QProgressDialog>("findMissingFilesProgress")->findChild<QPushButton *>()->click();
+	});
 	const auto loop = [this] {
 		for (const QString &name : {u"new/s/loop"_s, u"new/s/loop2"_s})
 			EXPECT_TRUE(QFile::link(at(u"new"_s), at(name)));
@@ -375,6 +383,7 @@ TEST_F(Files, ThatMovedAreFound)
 		{"find .", "[old/1/A] old/2/A old/B C http://h/B | src old/1/A old/2/A old/B C http://h/B | own | replaced - | nothingMissing"},
 		{"place new/2/A new/x/1/A new/a/t/B new/s/B new/.h/C; loop; start old/1/A; media playing; look", "▶[old/1/A] old/2/A old/B C http://h/B | src old/1/A | managed | replaced -"},
 		{"moved old/1/A old/2/A old/B C; refresh; find nowhere", "▶[old/1/A] old/2/A old/B C http://h/B | src old/1/A | managed | replaced - | ⚠ Could not read the folder nowhere"},
+		{"told?; find new cancel; told?", "MissingFilesSearched cancelled"},
 		{"told?; find nowhere; find new ask SelectSource {'sourceName':'T'}; told?", "MissingFilesSearched noFolder, Queue 2, CurrentTrack, MissingFilesSearched cancelled"},
 		{"choose S; search old/; find new ask FindMissingFiles {'folder':'/'}", "▶(new/x/1/A) (new/2/A) (new/s/B) (C) (http://h/B) | src new/x/1/A | managed | replaced - | searching | ⚠ Missing files found: 3; still missing: 1"},
 		{"told?", "Queue 5, CurrentTrack A, Queue 5, MissingFilesSearched 3 1"},
@@ -382,6 +391,7 @@ TEST_F(Files, ThatMovedAreFound)
 		{"tools?", "-bringBackReplacedQueue"},
 		{"find new tools?", "▶(new/x/1/A) (new/2/A) (new/s/B) (C) (http://h/B) | src new/x/1/A | managed | replaced - | -findMissingFiles -bringBackReplacedQueue | ⚠ Missing files found: 0; still missing: 1"},
 		{"search; back C; find .", "▶[new/x/1/A] new/2/A new/s/B C http://h/B | src new/x/1/A | managed | replaced - | Missing files found: 1; still missing: 0"},
+		{"log?", "Could not read the folder nowhere, Could not read the folder nowhere, Found old/1/A: new/x/1/A, Found old/2/A: new/2/A, Found old/B: new/s/B, Missing files found: 3; still missing: 1, Missing files found: 0; still missing: 1, Found C: C, Missing files found: 1; still missing: 0"},
 		{"restart; look", "▶[new/x/1/A] new/2/A new/s/B C http://h/B | src new/x/1/A | managed | replaced -"},
 		{"moved new/2/A; refresh; moved C; find old; ask? tracks GetQueue {'offset': 3, 'limit': 1}", "{'tracks':[{'id':'#C','index':3,'label':'C','missing':true,'path':'C'}]}"},
 	});

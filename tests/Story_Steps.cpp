@@ -129,8 +129,10 @@ void Story::addQueueSteps()
 	on("menu", [this](const Words &words) {
 		const QListWidgetItem *item = row(words.value(0));
 		QWidget *view = list()->viewport();
-		const QPoint at = item ? list()->visualItemRect(item).center()
-				       : view->rect().bottomLeft() - QPoint(-5, 2);
+		// The keyboard's place may be outside of the view.
+		const QPoint at = item                         ? list()->visualItemRect(item).center()
+				  : words.value(0) == u"key"_s ? QPoint(-1, -1)
+							       : view->rect().bottomLeft() - QPoint(-5, 2);
 		QContextMenuEvent event(QContextMenuEvent::Mouse, at, view->mapToGlobal(at));
 		QApplication::sendEvent(view, &event);
 	});
@@ -436,7 +438,9 @@ void Story::addQuestions()
 			EXPECT_EQ(icon.isEmpty() || LIBOBS_API_VER >= MAKE_SEMANTIC_VERSION(31, 0, 0),
 				  widget->property("themeID").toString().isEmpty());
 			if (!widget->accessibleName().isEmpty() && widget->objectName() != u"playbackTime")
-				names += widget->objectName() + u": "_s + widget->accessibleName() + icon;
+				names += (widget->objectName() + u": "_s + widget->accessibleName() + u' ' +
+					  widget->accessibleDescription() + icon)
+						 .trimmed();
 		}
 		for (const QAction *entry : child<QMenu>("playlistMenu")->actions())
 			names += entry->text();

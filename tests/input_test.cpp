@@ -8,9 +8,11 @@
 #include <QDropEvent>
 #include <QFileDialog>
 #include <QHelpEvent>
+#include <QMessageBox>
 #include <QMimeData>
 #include <QPainter>
 #include <QProxyStyle>
+#include <QRegularExpression>
 #include <QSlider>
 #include <QTextBrowser>
 #include <QTimer>
@@ -157,6 +159,7 @@ TEST_F(Input, FilesChosenForOneSourceDoNotEndUpInAnother)
 		QTimer::singleShot(0, frontend->dock, [&, chosen = QString::fromLatin1(other)] {
 			auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget());
 			ASSERT_TRUE(dialog);
+			EXPECT_EQ(dialog->windowTitle(), u"Add Media Files"_s);
 			step(u"choose "_s + chosen);
 			dialog->findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(file);
 			QMetaObject::invokeMethod(dialog, "accept");
@@ -260,6 +263,19 @@ TEST_F(Input, AnEmptyListSaysWhyBelowThePictureOfTheTheme)
 	EXPECT_EQ(seen(u"שלום."_s).toImage(), seen(u"\u200Fשלום.\u200F"_s).toImage()) << "it ends at the left";
 }
 
+TEST_F(Input, TheMenuSaysWhatTheModuleIs)
+{
+	begin(QString());
+	QTimer::singleShot(0, frontend->dock, [] {
+		auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+		ASSERT_TRUE(box);
+		static const QRegularExpression version(u"^Reelhouse \\d+\\.\\d+\\.\\d+\n"_s);
+		EXPECT_TRUE(box->text().contains(version)) << box->text().toStdString();
+		box->close();
+	});
+	action("aboutPlugin")->trigger();
+}
+
 TEST_F(Input, TheTimeAndTheSliderShowTheFocusAndThePlayButtonThePause)
 {
 	begin(u"A"_s);
@@ -282,7 +298,7 @@ TEST_F(Input, TheFolderOfAFileThatIsGoneOpens)
 	QTextBrowser opened;
 	QDesktopServices::setUrlHandler(u"file"_s, &opened, "setSource");
 	begin(u"M/a"_s);
-	step(u"gone M/a; select M/a; openFolder"_s);
+	EXPECT_EQ(step(u"gone M/a; play M/a; openFolder"_s).toStdString(), "[M/a] | src M/a | own | replaced -");
 	EXPECT_EQ(opened.source(), QUrl::fromLocalFile(folder.filePath(u"M"_s)));
 	QDesktopServices::unsetUrlHandler(u"file"_s);
 }
@@ -318,6 +334,12 @@ TEST_F(Input, ANarrowDockTakesTwoRows)
 			return (edit->mapTo(frontend->dock, QPoint()).y() >
 				add->mapTo(frontend->dock, QPoint()).y() + 20) == expected;
 		})) << width;
+		const auto parts = frontend->dock->findChildren<QWidget *>(Qt::FindDirectChildrenOnly);
+		for (const QWidget *part : parts)
+			for (const QWidget *other : parts)
+				EXPECT_TRUE(part == other || !part->isVisible() || !other->isVisible() ||
+					    !part->geometry().intersects(other->geometry()))
+					<< other->objectName().toStdString();
 	}
 	EXPECT_EQ(frontend->dock->minimumSize(), QSize(360, 110));
 }

@@ -58,6 +58,7 @@ TEST_F(Story, Editing)
 		{"menu P; elsewhere X Y; select X; offers?", "Play Selected, not seek moveUp moveDown moveTop moveBottom remove undoRemove locateCurrent openFolder"},
 		{"close; offers?", "Play Selected, not seek moveUp moveTop undoRemove locateCurrent"},
 		{"menu; offers?", "Play, not playPause seek moveUp moveDown moveTop moveBottom remove undoRemove locateCurrent openFolder"},
+		{"close; select X; menu key; remove; close", "[Y] | src X Y | own | replaced R P Q S"},
 	});
 	tell("each source has its view, which fits only the same search", "P Q R", {
 		{"select R; choose T; select Y; choose S", "P Q [R] | src P Q R | own | replaced -"},
@@ -92,7 +93,7 @@ TEST_F(Story, Editing)
 		{"gone M/; select M/a; openFolder", "[M/a] http://h/U | src M/a http://h/U | own | replaced - | ⚠ Could not open the folder M"},
 	});
 	tell("what is there to read", "", {
-		{"names?", "addFiles: Add Files -plus, sourceSelector: Select a VLC Video Source, refresh: Refresh -refresh, search: Search or #number, previous: Previous -media-prev, playPause: Play -media-play, stop: Stop -media-stop, next: Next -media-next, seek: Elapsed time, endMode: When a Track Ends, Move Up, Move Down, Move to Top, Move to Bottom, Remove, Undo Remove, Show Current Track, Show in Folder, Give Playlist Back to Source, About Reelhouse, Stop, Play Next, Repeat"},
+		{"names?", "addFiles: Add Files -plus, sourceSelector: Select a VLC Video Source The VLC Video Source that this dock works on, refresh: Refresh -refresh, search: Search or #number, previous: Previous -media-prev, playPause: Play -media-play, stop: Stop -media-stop, next: Next -media-next, seek: Elapsed time, endMode: When a Track Ends What happens when a track ends, Move Up, Move Down, Move to Top, Move to Bottom, Remove, Undo Remove, Show Current Track, Show in Folder, Give Playlist Back to Source, About Reelhouse, Stop, Play Next, Repeat"},
 		{"empty?", "The queue is empty."},
 		{"drop A; empty?", "The tracks of the queue; Return plays the selected one"},
 		{"choose; empty?", "No source is chosen."},
@@ -107,7 +108,9 @@ TEST_F(Story, Editing)
 		{"search /R; key Shift+Esc; key Return", "(P) (Q) ▶[R] | src R | managed | replaced - | waits"},
 		{"key Esc", "P Q ▶[R] | src R | managed | replaced - | waits"},
 		{"focus?", "playlist"},
-		{"search /P; key Ctrl+F; key Right; key Ctrl+F; key /", "[P] Q ▶R | src R | managed | replaced - | waits"},
+		{"search /P; focus playlist; key Esc; key Ctrl+A", "[P] [Q] ▶[R] | src R | managed | replaced - | waits"},
+		{"focus addFiles; key Tab; key Tab; key Tab; key Tab; focus?", "playlist"},
+		{"select R; search /P; key Ctrl+F; key Right; key Ctrl+F; key /", "[P] Q ▶R | src R | managed | replaced - | waits"},
 	});
 	tell("changes are saved half a second after the last", "P", {
 		{"wait 600; saves?; endMode Next; wait 400; endMode Repeat; wait 400; saves?", "0"},

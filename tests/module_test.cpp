@@ -148,6 +148,7 @@ TEST_F(Module, ListsSourcesByNameWithTheScenesThatShowThem)
 	};
 	EXPECT_FALSE(child<QMenu>("showCurrentTrackIn")->isEmpty()) << "some desktops hide an empty submenu";
 	EXPECT_EQ(entries(), u"Select a VLC Video Source"_s) << "nothing is listed before loading has finished";
+	EXPECT_FALSE(child<QWidget>("addFiles")->isEnabled());
 	frontend->send(OBS_FRONTEND_EVENT_FINISHED_LOADING);
 	EXPECT_EQ(entries(), u"Select a VLC Video Source, Clips, Group / intro / Main / Outer · Music"_s);
 	choose(music);
@@ -202,6 +203,7 @@ TEST_F(Module, RemembersTheSourceAndTheTimeDisplay)
 	QTest::mouseClick(child<QWidget>("playbackTime"), Qt::LeftButton);
 	EXPECT_EQ(child<QLabel>("message")->text(), u"⚠ Could not create the settings folder"_s);
 	QTest::mouseClick(child<QWidget>("playbackTime"), Qt::RightButton);
+	QTest::mouseRelease(child<QWidget>("playbackTime"), Qt::LeftButton, {}, {0, -9});
 	EXPECT_EQ(child<QLabel>("playbackTime")->text(), u"−—:—"_s) << "which only the left button changes";
 }
 

@@ -131,6 +131,7 @@ TEST_F(Story, Transport)
 		{"media playing 1 100000; poll; slide 200; release; play Q; video; media playing 1 100000; poll; release; video", "P ▶[Q] | src Q | managed | replaced - | does seek 0"},
 		{"media playing 1 100000; poll; slide 300; refresh; release; video", "P ▶[Q] | src Q | managed | replaced -"},
 		{"media playing -1 0; poll; transport?", "0 0:00 (Playing · 0:00 / —:—)"},
+		{"release; video", "P ▶[Q] | src Q | managed | replaced -"},
 		{"media paused 3725000 7200000; poll; transport?", "517 62:05 (Paused · 62:05 / 120:00)"},
 		{"media buffering 59999 61000; time; poll; transport?", "983 −0:01 (Loading · 0:59 / 1:01)"},
 		{"media error; poll; transport?", "0 −—:— (Error · 0:00 / —:—)"},

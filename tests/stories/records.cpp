@@ -54,7 +54,7 @@ TEST_F(Story, Options)
 	});
 	tell("start again after the last track, and a new order, whose old one can be brought back", "P Q", {
 		{"endMode Next; startAgain; start Q; media ended; poll; video", "▶[P] Q | src P | managed | replaced - | next | does stop"},
-		{"startAgain; start Q; shuffleQueue; ask ShuffleQueue {'sourceName': 'T'}", "▶[Q] P | src Q | managed | replaced P Q | next | otherSource"},
+		{"startAgain; start Q; gone P; play P; shuffleQueue; ask ShuffleQueue {'sourceName': 'T'}", "▶[Q] P | src Q | managed | replaced P Q | next | otherSource"},
 		{"bringBack", "P ▶[Q] | src Q | managed | replaced Q P | next"},
 		{"media ended; poll; video", "P ▶[Q] | src | managed | replaced Q P | next | does stop"},
 		{"drop A B C D E F G H; start H; shuffleQueue; ask? currentIndex GetQueue", "{'currentIndex':0}"},
@@ -122,6 +122,8 @@ TEST_F(Records, OfLongQueuesHoldEveryTrack)
 	EXPECT_EQ(valuesIn(recordOf(bound()), "tracks"), queue.last(350));
 	step(u"bringBack"_s);
 	EXPECT_EQ(valuesIn(recordOf(bound()), "tracks"), queue);
+	step(u"shuffleQueue"_s);
+	EXPECT_NE(rowPaths(), queue);
 }
 
 // With up to three things in it replaced by anything, in whatever depth.

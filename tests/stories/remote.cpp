@@ -78,7 +78,8 @@ TEST_F(Story, Remote)
 		{"ask? tracks GetQueue {'limit': 0}", "{'tracks':[]}"},
 		{"ask PlayTrack {'index': -1}", "[P] Q | src P Q | own | replaced - | indexOutOfRange"},
 		{"ask MoveTrack {'id': '#P', 'index': 1}", "Q [P] | src P Q | own | replaced -"},
-		{"ask AddTracks {'paths': [{'path': '@A'}], 'position': 2}; ask PlayTrack {'index': 2}", "Q P ▶[A] | src P Q | managed (own) | replaced - | waits"},
+		{"ask AddTracks {'paths': [{'path': '@A'}], 'position': 2}; ask PlayTrack {'index': 2, 'switchScene': true}", "Q P ▶[A] | src P Q | managed (own) | replaced - | waits"},
+		{"video", "Q P ▶[A] | src A | managed | replaced - | does stop | scene"},
 	});
 	tell("times are those of the track that plays", "P Q", {
 		{"start P; media playing 1500 4000; poll; ask? remainingMs GetQueue {'limit': 1, 'tags': true}", "{'remainingMs':2500}"},
@@ -171,6 +172,7 @@ TEST_F(Story, Remote)
 		{"select J; choose T; choose S; top?", "I"},
 		{"search /; scroll 9; ask RemoveTracks {'ids': [{'id': '#Z'}]}; top?", "I"},
 		{"search /none; drop z; top?", "S"},
+		{"start J; scroll 0; locateCurrent; top?", "E"},
 	});
 	tell("no source is a choice like any other", "P", {
 		{"save T; choose T; leave T; look; come T; look", "[X] Y | src X Y | own | replaced -"},

@@ -135,6 +135,7 @@ void Story::addQueueSteps()
 							       : view->rect().bottomLeft() - QPoint(-5, 2);
 		QContextMenuEvent event(QContextMenuEvent::Mouse, at, view->mapToGlobal(at));
 		QApplication::sendEvent(view, &event);
+		EXPECT_TRUE(view->rect().contains(view->mapFromGlobal(child<QMenu>("playlistMenu")->pos())));
 	});
 	on("close", [this](const Words &) { child<QMenu>("playlistMenu")->hide(); });
 	on("drop", [this](const Words &words) {

@@ -69,6 +69,8 @@ protected:
 		QPointer<QFileDialog> dialog = frontend->dock->findChild<QFileDialog *>();
 		ASSERT_TRUE(dialog);
 		EXPECT_EQ(dialog->windowTitle() + u"…"_s, action(command)->text());
+		EXPECT_EQ(dialog->acceptMode(),
+			  command == "exportPlaylist"_ba ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
 		if (meanwhile)
 			meanwhile(dialog);
 		dialog->selectFile(file);

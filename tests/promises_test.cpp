@@ -32,6 +32,7 @@ QString Promises::pickStep()
 		"own next; own previous; own stop; edit S %f %f; edit T %f; elsewhere %f %f %f; "
 		"elsewhere %f %f; elsewhere %f; elsewhere; gone D; back D; restart; slide 500; release; "
 		"time; suspend; refresh; choose %s; choose; endMode Stop; endMode Next; endMode Repeat; "
+		"skipFailed; startAgain; shuffleQueue; "
 		"select %r %r; select; search A; search #2; locateCurrent; drag %r %r; moveUp; moveDown; "
 		"moveTop; moveBottom; restorePlaylist; bringBack; bringBack; ask UndoRemove; ask TogglePlay; "
 		"ask PlayNext; ask AddTracks {'paths': [{'path': '@%f'}, {'path': '@%f'}], 'position': %r}; "

@@ -108,6 +108,7 @@ TEST_F(Story, Elsewhere)
 		{"start P; choose T; start Y; choose S; restorePlaylist", "[P] Q R | src P Q R | own | replaced -"},
 		{"choose T; restorePlaylist", "X [Y] | src X Y | own | replaced -"},
 		{"start X; gone Y; moveDown; restorePlaylist", "Y [X] | src Y X | own | replaced -"},
+		{"record {'version': 1, 'tracks': [{'value': '@A', 'id': 'a'}], 'observed': [{'value': '@Y'}, {'value': '@X'}]}; refresh; restorePlaylist", "[A] | src A | own (0 0 stop_restart) | replaced -"},
 	});
 	tell("a source that goes", "P Q", {
 		{"drop A; remove; start Q; delete S; drag 1 0", "P ▶[Q]"},

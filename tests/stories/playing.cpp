@@ -120,7 +120,7 @@ TEST_F(Story, Transport)
 {
 	tell("the slider seeks once, on release, in the media that it was taken for", "P Q", {
 		{"start P; media playing 10000 100000; poll; transport?", "100 0:10 (Playing · 0:10 / 1:40)"},
-		{"slide 750; poll; transport?", "750 1:15 (Playing · 0:10 / 1:40)"},
+		{"slide 750; poll; time; time; transport?", "750 1:15 (Playing · 0:10 / 1:40)"},
 		{"release; poll; time; transport?", "750 −0:25 (Playing · 0:10 / 1:40)"},
 		{"video", "▶[P] Q | src P | managed | replaced - | does seek 75000"},
 		{"media playing 74900 100000; poll; media playing 20000 100000; poll; transport?", "200 −1:20 (Playing · 0:20 / 1:40)"},

@@ -413,6 +413,9 @@ TEST_F(Files, ThatMovedAreFound)
 	tell("names as other systems write them", "hangs/e\u0301", {
 		{"ask AddTracks {'paths': [{'path': 'C:\\\\s\\\\W'}]}; place there/\u00e9 there/s/W; moved hangs/e\u0301; hang; find there seen 2", "[there/\u00e9] there/s/W | src there/\u00e9 | own | replaced - | Missing files found: 2; still missing: 0"},
 	});
+	tell("an edit elsewhere during the search", "old/A Q", {
+		{"place new/A; moved old/A; refresh; find new edit S old/A", "[new/A] | src new/A | own | replaced new/A Q | Missing files found: 1; still missing: 0"},
+	});
 	tell("both queues, after an edit that no poll has seen", "old/A Q old/A", {
 		{"place new/A new/B; start 2; moved old/A old/B; elsewhere old/B; edit S old/B old/B file:Q; find new wait 0", "[new/B] new/B file:Q | src new/B new/B file:Q | own (managed) | replaced new/A Q new/A | Missing files found: 2; still missing: 0"},
 		{"elsewhere new/A; bringBack", "new/A Q ▶[new/A] | src new/A | managed | replaced new/A"},

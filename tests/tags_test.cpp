@@ -63,6 +63,8 @@ TEST_F(MediaTags, AreReadWhateverTheFileIsCalled)
 		     u"testsrc=s=320x180:d=3[out0];sine=d=1[out1]|testsrc=s=320x180:d=1[out0];sine=d=3[out1]|"
 		     "testsrc=s=320x180:d=3"_s.split(u'|'))
 			EXPECT_NEAR(lengthOf(media(u"ts"_s, one, form)), 3000, 50) << (form + one).toStdString();
+	for (const QString &ending : u"aiff au caf tta wv w64 ac3 eac3"_s.split(u' '))
+		EXPECT_NEAR(lengthOf(media(ending, u"sine=d=20"_s)), 20000, 100) << ending.toStdString();
 	const QByteArray sound = media(u"aac"_s);
 	EXPECT_NEAR(lengthOf(sound.repeated(1000)) / lengthOf(sound), 1000, 10);
 	EXPECT_EQ(readTags(makeFile(u"album"_s, media(u"flac"_s, u"sine=d=1"_s,

@@ -181,10 +181,10 @@ struct Span {
 	}
 };
 
-// Whether the file is sound without a container, which has no times.
-bool hasBareFrames(const AVFormatContext *format)
+// Whether the packets have no times of their own: those of sound without a container, or in one that only counts them.
+bool hasNoTimes(const AVFormatContext *format)
 {
-	return format->iformat->flags & AVFMT_GENERIC_INDEX;
+	return format->iformat->flags & AVFMT_GENERIC_INDEX || qstrcmp(format->iformat->name, "caf") == 0;
 }
 
 // Lets the pictures come beside the sound, which has its parser by now. They get none.
@@ -206,7 +206,7 @@ bool readTimes(AVFormatContext *format, qint64 end, Span &span)
 	const std::unique_ptr<AVPacket, FreeContext> packet(av_packet_alloc());
 	// A packet without a time follows the one before. Bare frames of sound have no times at all.
 	std::optional<qint64> next;
-	if (hasBareFrames(format))
+	if (hasNoTimes(format))
 		next = 0;
 	std::optional<qint64> lastPicture; // the time at which it is decoded
 	for (int i = 0; packet && i < mostPackets && av_read_frame(format, packet.get()) >= 0; i++) {
@@ -249,7 +249,7 @@ qint64 probedLength(AVFormatContext *format)
 	// An FLV file tells its length with its first packet.
 	if (const qint64 told = toldLength(format); told > 0)
 		return told;
-	if (hasBareFrames(format))
+	if (hasNoTimes(format))
 		return hasMore ? av_rescale(span.length(), size - start, avio_tell(format->pb) - start) : span.length();
 	if (av_seek_frame(format, -1, std::max(size - part, start), AVSEEK_FLAG_BYTE) < 0)
 		return hasMore ? 0 : span.length();

@@ -212,7 +212,8 @@ void TagReader::Worker::measure(const QString &path, std::unique_lock<std::mutex
 	lock.lock();
 	noteLength(path, read);
 	lastAnswer = std::chrono::steady_clock::now();
-	nextLength = std::chrono::steady_clock::now() + bytes * 1min / bytesPerMinute;
+	// In nanoseconds: whole minutes would always be none.
+	nextLength = lastAnswer + std::chrono::nanoseconds(1min) * bytes / bytesPerMinute;
 	untold.insert(path, sizeOf(read.stamp));
 }
 

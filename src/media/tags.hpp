@@ -58,7 +58,7 @@ public:
 	// Returns the lengths of the files that have been read, by path, in milliseconds; -1 for a file that has none.
 	QHash<QString, qint64> lengths() const;
 
-	// Tells the sizes that were seen with the lengths so far, together: thousands of small files are read in a second.
+	// Tells the sizes that were seen with the lengths so far, together: dozens of small files are read in a second.
 	// Call this now and then, and before a look at the files, which is newer.
 	void tellMeasured();
 

@@ -65,6 +65,8 @@ TEST_F(MediaTags, AreReadWhateverTheFileIsCalled)
 			EXPECT_NEAR(lengthOf(media(u"ts"_s, one, form)), 3000, 50) << (form + one).toStdString();
 	for (const QString &ending : u"aiff au caf tta wv w64 ac3 eac3"_s.split(u' '))
 		EXPECT_NEAR(lengthOf(media(ending, u"sine=d=20"_s)), 20000, 100) << ending.toStdString();
+	for (int rate : {96000, 88200, 64000, 48000, 44100, 32000, 24000, 22050, 16000, 12000, 11025, 8000, 7350})
+		EXPECT_NEAR(lengthOf(media(u"aac"_s, u"sine=d=10:r=%1"_s.arg(rate))), 10000, 400) << rate;
 	const QByteArray sound = media(u"aac"_s);
 	EXPECT_NEAR(lengthOf(sound.repeated(1000)) / lengthOf(sound), 1000, 10);
 	EXPECT_EQ(readTags(makeFile(u"album"_s, media(u"flac"_s, u"sine=d=1"_s,
@@ -157,6 +159,7 @@ TEST_F(MediaTags, AreToldWhenTheyBecomeKnownAndWhenTheyChange)
 	EXPECT_EQ(changed.size(), 3);
 	reader.cached(makeFile(u"0"_s, "no media either"));
 	EXPECT_TRUE(waitFor([&] { return changed.size() == 4; })) << "of another size, with the same tags";
+	EXPECT_EQ(all.size(), 3 + 20) << "which need not be shown anew";
 	for (int i = 0; i < 300; i++)
 		reader.cached(folder.filePath(u"waits %1"_s.arg(i))); // while the reader ends
 }
@@ -166,9 +169,9 @@ TEST_F(MediaTags, AreGivenToOtherThreadsWithoutADiskThatHangs)
 	TagReader reader(nullptr);
 	const QByteArray content = media(u"flac"_s);
 	const auto asked = [&](const QString &name) {
-		return std::async(std::launch::async, reader.answersFor({makeFile(name, content)}));
+		return std::async(std::launch::async, reader.answersFor({makeFile(name, content), u"http://h/U"_s}));
 	};
-	const TagReader::Answers nothing{std::nullopt};
+	const TagReader::Answers nothing{std::nullopt, Tags()};
 	std::future<TagReader::Answers> waits;
 	for (const QString &name : {u"hangs 0.flac"_s, u"hangs 1.flac"_s}) {
 		SlowDisk::hang();
@@ -184,7 +187,7 @@ TEST_F(MediaTags, AreGivenToOtherThreadsWithoutADiskThatHangs)
 	while (!asked(u"hangs 2.flac"_s).get().constFirst())
 		QCoreApplication::processEvents();
 	SlowDisk::hang();
-	const auto answers = reader.answersFor({makeFile(u"hangs at the close.flac"_s, content)});
+	const auto answers = reader.answersFor({makeFile(u"hangs at the close.flac"_s, content), u"http://h/U"_s});
 	auto waited = std::async(std::launch::async, [&] {
 		HeldClock::hold();
 		const qint64 start = HeldClock::nowMs();
@@ -257,11 +260,11 @@ TEST_F(MediaTags, LengthsAreReadOfTheFilesOfTheLastList)
 	reader.readLengths({a, make(u"b"_s, 2)});
 	SlowDisk::answer();
 	EXPECT_EQ(known(4), u"a 1000, b 2000, s 1000"_s);
-	reader.readLengths({c});
+	reader.readLengths({{a.first, -1}, c});
 	ASSERT_TRUE(waitFor([&] { return reader.lengths().contains(c.first); }));
 	reader.cached(makeFile(u"c"_s, "shorter"));
 	ASSERT_TRUE(waitFor([&] { return sizes.value(c.first) == 7; }));
-	reader.tellMeasured();
+	EXPECT_EQ(known(5), u"a 1000, b 2000, c -1, s 1000"_s);
 	EXPECT_EQ(sizes[c.first], 7) << "what was seen first is not told last";
 	// So much is read of the first one that the next one has to wait.
 	ASSERT_TRUE(QFile(makeFile(u"long"_s, media(u"mp3"_s))).resize(qint64(1) << 30));

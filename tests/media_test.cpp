@@ -5,6 +5,7 @@
 
 #include "dock/MediaFollower.hpp"
 #include "dock/MediaWish.hpp"
+#include "media/QueueLength.hpp"
 
 using namespace Qt::StringLiterals;
 using namespace reelhouse;
@@ -97,4 +98,36 @@ TEST(Media, StatesOfTheTrackAndWhatIsWantedOfIt)
 	};
 	for (const auto &[steps, expected] : rows)
 		EXPECT_EQ(answers(QString::fromUtf8(steps)).toStdString(), expected) << steps;
+}
+
+// The whole, what is left and the current track, and how many lengths are unknown in all and from the current track on.
+TEST(Media, TheLengthOfAQueueIsThatOfTheFilesThatAreThere)
+{
+	using Numbers = QHash<QString, qint64>;
+	const Numbers lengths{{u"a"_s, 10}, {u"b"_s, 20}, {u"live"_s, -1}, {u"gone"_s, 40}, {u"back"_s, 80}};
+	const Numbers sizesNow{{u"gone"_s, SizeMissing}, {u"back"_s, 5}};
+	const struct {
+		const char *tracks;
+		qsizetype current;
+		qint64 positionMs, mediaMs;
+		std::tuple<qint64, qint64, qint64, qint64, qint64> sums;
+	} rows[] = {
+		{"a b", -1, 5, 7, {30, 30, 0, 0, 0}},
+		{"a a b a", 1, 4, 0, {50, 36, 10, 0, 0}},
+		{"a b", 0, 4, 12, {32, 28, 12, 0, 0}},
+		{"a b", 0, 11, 0, {30, 20, 10, 0, 0}},
+		{"a b", 1, -1, 0, {30, 20, 20, 0, 0}},
+		{"unread a live b unread", 2, 5, 0, {30, 20, 0, 3, 2}},
+		{"unread live a", 1, 5, 15, {25, 20, 15, 1, 0}},
+		{"gone a lost back", 1, 0, 0, {90, 90, 10, 0, 0}},
+		{"gone a", 0, 1, 0, {10, 10, 0, 0, 0}},
+		{"gone a", 0, 1, 40, {50, 49, 40, 0, 0}},
+	};
+	for (const auto &[names, current, positionMs, mediaMs, sums] : rows) {
+		QList<Track> tracks;
+		for (const QString &name : QString::fromLatin1(names).split(u' '))
+			tracks.append({name, name, name == u"lost" || name == u"back" ? SizeMissing : 5});
+		const auto sum = QueueLength::of({tracks, sizesNow, lengths, current, positionMs, mediaMs});
+		EXPECT_EQ(std::tuple(sum.wholeMs, sum.leftMs, sum.currentMs, sum.unknown, sum.unknownLeft), sums);
+	}
 }

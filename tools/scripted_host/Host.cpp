@@ -59,7 +59,9 @@ obs_source_info vlcSourceInfo()
 	info.get_width = [](void *data) {
 		return vlc(data).now.width;
 	};
-	info.get_height = info.get_width;
+	info.get_height = [](void *data) {
+		return vlc(data).now.width / 2;
+	};
 	info.media_get_state = [](void *data) {
 		return vlc(data).now.state;
 	};

@@ -15,7 +15,7 @@ namespace {
 
 std::mutex mutex;
 std::condition_variable diskChanged;
-bool hangs = false;
+const char *hanging = nullptr; // what the paths of its files hold; null: it answers
 int asking = 0;
 
 } // namespace
@@ -28,23 +28,22 @@ int asking = 0;
 		std::unique_lock lock(mutex);
 		asking++;
 		diskChanged.notify_all();
-		diskChanged.wait(lock, [] { return !hangs; });
+		diskChanged.wait(lock, [path] { return !hanging || !strstr(path, hanging); });
 		asking--;
 	}
 	return static_cast<int>(syscall(SYS_statx, folder, path, flags, mask, result));
 }
 
-void SlowDisk::hang()
+void SlowDisk::hang(const char *name)
 {
 	const std::lock_guard lock(mutex);
-	hangs = true;
+	hanging = name;
+	diskChanged.notify_all();
 }
 
 void SlowDisk::answer()
 {
-	const std::lock_guard lock(mutex);
-	hangs = false;
-	diskChanged.notify_all();
+	hang(nullptr);
 }
 
 void SlowDisk::awaitQuestion()

@@ -3,10 +3,11 @@
 
 #include <functional>
 
-// A disk that does not answer: while it hangs, no thread gets an answer about a file with "hangs" in its path.
+// A disk that does not answer: while it hangs, no thread gets an answer about a file with this in its path, of those
+// with "hangs".
 namespace SlowDisk {
 
-void hang();
+void hang(const char *name = "hangs");
 void answer();
 // Waits until a thread asks.
 void awaitQuestion();

@@ -435,7 +435,7 @@ void Story::addQuestions()
 	on("names?", [this](const Words &) {
 		QStringList names;
 		for (const QWidget *widget : frontend->dock->findChildren<QWidget *>()) {
-			const QString icon = widget->property("class").toString().replace(u"icon"_s, u" "_s);
+			const QString icon = widget->property("class").toString().remove(u"icon"_s);
 			EXPECT_EQ(icon.isEmpty() || LIBOBS_API_VER >= MAKE_SEMANTIC_VERSION(31, 0, 0),
 				  widget->property("themeID").toString().isEmpty());
 			if (!widget->accessibleName().isEmpty() && widget->objectName() != u"playbackTime")

@@ -106,12 +106,8 @@ TEST(Media, TheLengthOfAQueueIsThatOfTheFilesThatAreThere)
 	using Numbers = QHash<QString, qint64>;
 	const Numbers lengths{{u"a"_s, 10}, {u"b"_s, 20}, {u"live"_s, -1}, {u"gone"_s, 40}, {u"back"_s, 80}};
 	const Numbers sizesNow{{u"gone"_s, SizeMissing}, {u"back"_s, 5}};
-	const struct {
-		const char *tracks;
-		qsizetype current;
-		qint64 positionMs, mediaMs;
-		std::tuple<qint64, qint64, qint64, qint64, qint64> sums;
-	} rows[] = {
+	using Sums = std::tuple<qint64, qint64, qint64, qint64, qint64>;
+	const std::tuple<const char *, int, int, int, Sums> rows[] = {
 		{"a b", -1, 5, 7, {30, 30, 0, 0, 0}},
 		{"a a b a", 1, 4, 0, {50, 36, 10, 0, 0}},
 		{"a b", 0, 4, 12, {32, 28, 12, 0, 0}},

@@ -87,7 +87,6 @@ TEST_F(Story, Remote)
 		{"ask? remainingMs GetQueue {'limit': 2, 'tags': true}", "{'remainingMs':null}"},
 		{"ask? remainingMs GetQueue {'limit': 1}", "{'remainingMs':null}"},
 		{"media playing 5000 4000; poll; ask? remainingMs GetQueue {'limit': 1, 'tags': true}", "{'remainingMs':0}"},
-		{"ask? queueRemainingMs GetQueue", "{'queueRemainingMs':0}"},
 		{"start Q; media playing 1500 4000; poll; ask? remainingMs GetQueue {'tags': true}", "{'remainingMs':2500}"},
 		{"ask? unknownRemaining GetQueue", "{'unknownRemaining':0}"},
 		{"media playing -1 -1; ask? duration GetQueue", "{'duration':0}"},

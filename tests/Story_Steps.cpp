@@ -186,8 +186,7 @@ Qt::DropAction Story::drop(const QList<QUrl> &urls, Qt::DropActions actions)
 	data.setUrls(urls);
 	QDragEnterEvent enter({5, 5}, actions, &data, Qt::LeftButton, {});
 	QApplication::sendEvent(list()->viewport(), &enter);
-	QDropEvent event({5, 5}, actions, &data, Qt::LeftButton, {});
-	event.setDropAction(Qt::MoveAction);
+	QDropEvent event({5, 5}, actions, &data, Qt::LeftButton, Qt::ShiftModifier); // which proposes a move
 	if (enter.isAccepted())
 		QApplication::sendEvent(list()->viewport(), &event);
 	return enter.isAccepted() && event.isAccepted() ? event.dropAction() : Qt::IgnoreAction;
@@ -245,20 +244,22 @@ void Story::addSourceSteps()
 			QFile::remove(path(words[0]));
 	});
 	on("back", [this](const Words &words) { makeFile(words[0]); });
-	// A sound file of so many milliseconds, with a title and an artist.
+	// A sound file of so many milliseconds, with a title, or - for none, and an artist.
 	on("song", [this](const Words &words) {
 		made.insert(words[0]);
-		makeFile(words[0], wave(words[1], words[2], words[3].toInt()));
+		makeFile(words[0], wave(QString(words[1]).remove(u'-'), words[2], words[3].toInt()));
 	});
 	on("lengths", [this](const Words &) {
 		EXPECT_TRUE(waitFor([this] { return plugin.request("GetQueue")["unknownLengths"_L1] == 0; }));
 	});
-	// Waits until these titles have been told.
+	// Waits until these titles and artists have been told.
 	on("read", [this](const Words &words) {
 		EXPECT_TRUE(waitFor([&] {
 			return std::ranges::all_of(words, [this](const QString &word) {
 				return std::ranges::any_of(plugin.events, [&word](const auto &event) {
-					return event.second["title"_L1] == word || event.second["nextTitle"_L1] == word;
+					const QJsonObject &data = event.second;
+					return data["title"_L1] == word || data["nextTitle"_L1] == word ||
+					       data["artist"_L1] == word;
 				});
 			});
 		}));

@@ -347,12 +347,12 @@ TEST_F(Files, ThePlaylistFilesOfTheToolsMenu)
 TEST_F(Files, AreReadAsFarAsTheyCanBe)
 {
 	begin(u"A"_s);
-	const QByteArray lines("d\n\0\nd\n\0", 8),
+	const QByteArray lines("d\n\0\n\nd\n\0", 9),
 		xspf("<playlist><trackList><track><location>d</location></track>\n<track><location>%00</location></track>\n&");
 	for (const bool hidden : {true, false}) {
 		frontend->dock->setHidden(hidden);
 		for (const auto &[name, content, says] :
-		     {std::tuple(u"half.m3u"_s, lines, "these lines: 2, 4"),
+		     {std::tuple(u"half.m3u"_s, lines, "these lines: 2, 5"),
 		      std::tuple(u"half.xspf"_s, xspf, "up to line 3"),
 		      std::tuple(u"many.m3u"_s, "d\n" + QByteArray("file:///%00\n").repeated(11),
 				 "these lines: 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, …."),
@@ -520,12 +520,15 @@ TEST_F(Files, TheCurrentTrackStandsInATextSource)
 			     {"type {'text':'mine'}; look; text?", "Ben – Two"},
 			     {"hang; ask AddTracks {'paths': [{'path': '@hangs/N'}], 'position': 0}; ask? complete GetQueue {'tags': true}", "{'complete':false}"},
 			     {"answer; ask RemoveTracks {'ids': [{'id': '#hangs/N'}]}; text?", "Ben – Two"},
+			     {"song V - Di 2000; drop V; play V; video; read Di; media playing 500 2000; look; lengths; text?", "Di – V"},
+			     {"title?", "Di – "},
 		     });
 	// clang-format on
 	pickFile("exportPlaylist", at(u"lengths"_s));
 	QFile exported(at(u"lengths.m3u8"_s));
 	ASSERT_TRUE(exported.open(QIODevice::ReadOnly));
-	EXPECT_TRUE(!canReadTags || exported.readAll() == "#EXTM3U\n#EXTINF:2,P\nP\n#EXTINF:61,Q\nQ\n#EXTINF:2,R\nR\n");
+	EXPECT_TRUE(!canReadTags ||
+		    exported.readAll() == "#EXTM3U\n#EXTINF:2,P\nP\n#EXTINF:61,Q\nQ\n#EXTINF:2,R\nR\n#EXTINF:2,V\nV\n");
 	EXPECT_EQ(settingsOf(shownFile)["text"_L1], u"old"_s);
 	EXPECT_EQ(textEntries()[0]->text(), u"None"_s);
 	EXPECT_EQ(textEntries()[1]->text(), u"T && U"_s);

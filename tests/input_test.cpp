@@ -84,9 +84,10 @@ TEST_F(Input, WhatTheDockRefusesNoParentGets)
 		}
 		int offered = 0;
 	} window;
+	QWidget frame(&window);
 	begin(u"A"_s);
 	window.setAcceptDrops(true);
-	frontend->dock->setParent(&window);
+	frontend->dock->setParent(&frame);
 	QMimeData text, file;
 	text.setText(u"words"_s);
 	file.setUrls({QUrl::fromLocalFile(makeFile(u"a.mp3"_s))});
@@ -142,8 +143,8 @@ TEST_F(Input, EscapeClearsTheSearchUnlessOneOfObssHotkeysHasIt)
 		obs_hotkey_register_frontend("any", "Any", [](void *, obs_hotkey_id, obs_hotkey_t *, bool) {}, nullptr);
 	for (const auto &[modifiers, expectedState] : {std::pair(INTERACT_NONE, "(A) [B] | src A B | own | replaced -"),
 						       {INTERACT_SHIFT_KEY, "A [B] | src A B | own | replaced -"}}) {
-		obs_key_combination_t keys = {uint32_t(modifiers), OBS_KEY_ESCAPE};
-		obs_hotkey_load_bindings(hotkey, &keys, 1);
+		obs_key_combination_t keys[] = {{uint32_t(modifiers), OBS_KEY_ESCAPE}, {INTERACT_NONE, OBS_KEY_F9}};
+		obs_hotkey_load_bindings(hotkey, keys, std::size(keys));
 		EXPECT_EQ(step(u"search /B; focus search; key Esc"_s).toStdString(), expectedState);
 	}
 	obs_hotkey_unregister(hotkey);

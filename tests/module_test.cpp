@@ -76,7 +76,7 @@ TEST_F(Module, SwitchesOnlyToTheOneSceneThatHoldsTheSource)
 {
 	const OBSSource source = makeSource(u"Music"_s, {makeFile(u"a.mp3"_s)});
 	show(source);
-	const OBSSource other = makeSource(u"Other"_s, {});
+	const OBSSource other = makeSource(u"Other"_s, {makeFile(u"b.mp3"_s)});
 	// What the scenes A, B and C hold, hidden: s the source, o another one, g a group with it, a b c that scene.
 	const struct {
 		const char *situation;
@@ -129,6 +129,17 @@ TEST_F(Module, SwitchesOnlyToTheOneSceneThatHoldsTheSource)
 			obs_source_remove(scene);
 		scenes.clear();
 	}
+	frontend->toolsMenu.findChild<QAction *>(u"addAnotherDock"_s)->trigger();
+	QCoreApplication::processEvents();
+	const QPointer<QWidget> first = std::exchange(frontend->dock, frontend->others[2]->widget());
+	frontend->scenes = {makeScene("A", {}), makeScene("B", {other})};
+	frontend->program = frontend->scenes[0];
+	choose(other);
+	play(0);
+	videoTick(other);
+	QCoreApplication::processEvents();
+	EXPECT_EQ(frontend->program, frontend->scenes[1]) << "a further dock brings its source's scene, too";
+	frontend->dock = first;
 }
 
 TEST_F(Module, ListsSourcesByNameWithTheScenesThatShowThem)

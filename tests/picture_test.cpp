@@ -17,6 +17,7 @@ static QHash<const gs_texrender_t *, uint32_t> textures;
 static const gs_texrender_t *drawnInto = nullptr;
 static QString lastDrawn;
 static gs_color_space sourceSpace, canvasSpace;
+static bool isLinear;
 
 void obs_register_source_s(const obs_source_info *info, size_t size)
 {
@@ -30,6 +31,16 @@ void obs_register_source_s(const obs_source_info *info, size_t size)
 gs_color_space obs_source_get_color_space(obs_source_t *, size_t, const gs_color_space *)
 {
 	return sourceSpace;
+}
+
+bool gs_get_linear_srgb(void)
+{
+	return isLinear;
+}
+
+bool gs_set_linear_srgb(bool linear)
+{
+	return std::exchange(isLinear, linear);
 }
 
 gs_color_space gs_get_color_space(void)
@@ -70,7 +81,8 @@ gs_texture_t *gs_texrender_get_texture(const gs_texrender_t *texture)
 
 // A number is the width of the source's own picture from then on. A frame ticks and draws, an unseen one only ticks, and
 // a losing one loses the source's picture while it draws. "from" and "to" give source and canvas a color space. Each
-// answers with the width that OBS sees, and the drawn one with its technique, * for a texture of sRGB.
+// answers with the width that OBS sees, and the drawn one with its technique, * for a texture of sRGB. A "linear" row draws
+// linear values.
 TEST_F(Host, APictureIsHeldForTwoSecondsWhereTheDockAllowsIt)
 {
 	const std::pair<const char *, const char *> rows[] = {
@@ -82,6 +94,7 @@ TEST_F(Host, APictureIsHeldForTwoSecondsWhereTheDockAllowsIt)
 		{"yes 640 frame unseen unseen 0", "0 640 640:640 640 640 0"},
 		{"yes 640 frame losing frame", "0 640 640:640 640:640 640:640"},
 		{"640 frame losing", "640 640:640 0:itself"},
+		{"linear 640 frame", "0:itself 640 640:640*NonlinearAlpha"},
 		{"to1 640 frame to3 frame", "0 640 640:640*NonlinearAlpha 640 640:640*NonlinearAlphaMultiply"},
 		{"from1 640 frame to3 frame", "0 640 640:640* 640 640:640*Multiply"},
 		{"from2 640 frame to2 frame", "0 640 640:640*Tonemap 640 640:640*"},
@@ -95,6 +108,7 @@ TEST_F(Host, APictureIsHeldForTwoSecondsWhereTheDockAllowsIt)
 		child<QComboBox>("sourceSelector")->setCurrentIndex(0); // so that no poll allows or forbids anything
 		OBSSourceAutoRelease filter = obs_source_get_filter_by_name(source, "Hold Picture Between Tracks");
 		sourceSpace = canvasSpace = GS_CS_SRGB;
+		isLinear = steps[0] == 'l';
 		QStringList answers;
 		for (const QString &step : QString::fromLatin1(steps).split(u' ')) {
 			lastDrawn.clear();
@@ -120,6 +134,7 @@ TEST_F(Host, APictureIsHeldForTwoSecondsWhereTheDockAllowsIt)
 				if (step != u"unseen")
 					filterInfo.video_render(obs_obj_get_data(filter), nullptr);
 			}
+			EXPECT_EQ(isLinear, steps[0] == 'l') << "as for what is drawn next";
 			EXPECT_EQ(obs_source_get_height(source), obs_source_get_width(source) / 2);
 			answers += QString::number(obs_source_get_width(source)) +
 				   (lastDrawn.isEmpty() ? QString() : u':' + lastDrawn);

@@ -25,7 +25,9 @@ protected:
 	{
 		QFile file(folder.filePath(u"made."_s + ending));
 		QStringList words =
-			u"-y -v error -f lavfi -i %1 -metadata artist=Ärtist -metadata"_s.arg(input).split(u' ');
+			u"-y -v error -f lavfi -i %1 -metadata album_artist=All -metadata artist=Ärtist -metadata"_s
+				.arg(input)
+				.split(u' ');
 		words << u"title="_s + title;
 		if (!format.isEmpty())
 			words << u"-f"_s << format.split(u' ');
@@ -51,7 +53,8 @@ TEST_F(MediaTags, AreReadWhateverTheFileIsCalled)
 	for (const QString &ending : u"mp4 mov mkv webm avi flv"_s.split(u' '))
 		check(media(ending, film), ending, u"Ärtist"_s + title);
 	check(media(u"mp4"_s, film, fragments), u"mp4"_s, u"Ärtist"_s + title);
-	const QString named = u"matroska -metadata title= -metadata artist= -metadata:s:a title=Sound"_s;
+	const QString named =
+		u"matroska -metadata title= -metadata artist= -metadata album_artist= -metadata:s:a title=Sound"_s;
 	check(media(u"mkv"_s, u"sine=d=1"_s, named), u"mkv"_s, {});
 	check(media(u"aac"_s), u"aac"_s, {});
 	check(media(u"ts"_s, film), u"ts"_s, {});

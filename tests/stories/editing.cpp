@@ -112,6 +112,9 @@ TEST_F(Story, Editing)
 		{"focus addFiles; key Tab; key Tab; key Tab; key Tab; focus?", "playlist"},
 		{"select R; search /P; key Ctrl+F; key Right; key Ctrl+F; key /", "[P] Q ▶R | src R | managed | replaced - | waits"},
 	});
+	tell("what the search hides stays, even in a selection across it", "V/a Q W/a", {
+		{"search /a; select 0 1 2; remove; search", "[Q] | src V/a Q W/a | own | replaced -"},
+	});
 	tell("changes are saved half a second after the last", "P", {
 		{"wait 600; saves?; endMode Next; wait 400; endMode Repeat; wait 400; saves?", "0"},
 		{"wait 130; saves?", "1"},

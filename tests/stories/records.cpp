@@ -51,6 +51,7 @@ TEST_F(Story, Options)
 		{"undoRemove; choose; tools?", "-importPlaylist -exportPlaylist -findMissingFiles -shuffleQueue -bringBackReplacedQueue -holdPicture -skipFailed -startAgain"},
 		{"choose T; ask? startAgain GetQueue", "{'startAgain':false}"},
 		{"restart; choose S; skipFailed; restorePlaylist; options?", "{'later':7,'skipFailed':false,'startAgain':true}"},
+		{"startAgain; options?", "{'later':7,'skipFailed':false,'startAgain':false}"},
 	});
 	tell("start again after the last track, and a new order, whose old one can be brought back", "P Q", {
 		{"endMode Next; startAgain; start Q; media ended; poll; video", "▶[P] Q | src P | managed | replaced - | next | does stop"},

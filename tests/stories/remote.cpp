@@ -159,9 +159,11 @@ TEST_F(Story, Remote)
 		{"ask UndoRemove", "(A) (P) [Q] (R) | src P Q R | own | replaced -"},
 		{"search; ask RemoveTracks {'ids': [{'id': '#Q'}]}", "A P [R] | src P Q R | own | replaced -"},
 		{"ask RemoveTracks {'ids': [{'id': '#R'}, {'id': '#A'}]}", "[P] | src P Q R | own | replaced -"},
+		{"drop Q; ask RemoveTracks {'ids': [{'id': '#Q'}]}", "[P] | src P Q R | own | replaced -"},
 		{"drop Q R; search #2; ask RemoveTracks {'ids': [{'id': '#P'}]}", "(Q) [R] | src P Q R | own | replaced -"},
 		{"drop Qa; search /Q; select Q; ask RemoveTracks {'ids': [{'id': '#Q'}]}", "(R) [Qa] | src P Q R | own | replaced -"},
 		{"search; select; ask AddTracks {'paths': [{'path': '@B'}], 'position': 0}", "B R Qa | src P Q R | own | replaced -"},
+		{"select B R; ask MoveTrack {'id': '#Qa', 'index': 0}; playPause", "Qa B ▶[R] | src P Q R | managed (own) | replaced - | waits"},
 	});
 	tell("rows do not move under the pointer", "A B C D E F G H I J K L M N O P Q R S T U V W X Y Z", {
 		{"scroll 6; ask AddTracks {'paths': [{'path': '@a'}, {'path': '@b'}], 'position': 0}; top?", "G"},

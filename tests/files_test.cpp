@@ -180,12 +180,12 @@ TEST_F(Files, ThatAreLookedForAreCounted)
 TEST_F(Files, OnManyDisksThatHangDoNotKeepTheOthersFromAnswering)
 {
 	const QString quick = path(u"quick"_s);
-	QStringList hanging, many = {quick};
+	QStringList dead, many = {quick};
 	for (int i = 0; i < 20; i++)
-		hanging += path(u"hangs%1/a"_s.arg(i));
+		dead += path(u"hangs%1/a"_s.arg(i));
 	for (int i = 0; i < 40; i++)
 		many += path(u"hangs%1/%2"_s.arg(i % 5).arg(i));
-	OBSSource source = makeSource(u"S"_s, hanging), mixed = makeSource(u"M"_s, hanging + QStringList{quick, quick}),
+	OBSSource source = makeSource(u"S"_s, dead), mixed = makeSource(u"M"_s, dead + QStringList{quick, quick}),
 		  crowded = makeSource(u"O"_s, many);
 	const auto answered = [this] {
 		return textsOf(SizeRole).count(u"5"_s);

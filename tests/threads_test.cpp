@@ -121,6 +121,26 @@ TEST_F(Threads, ARequestThatHasBegunIsAnsweredWithWhatBecameOfIt)
 	EXPECT_EQ(response.get()["success"_L1], true);
 }
 
+// As the WebSocket plug-in does for whoever asks.
+TEST_F(Threads, ThePlaylistMayBeReadWhileASwitchExchangesIt)
+{
+	std::atomic<bool> ends = false;
+	std::thread reader([&ends, source = sources[u"S"_s]] {
+		while (!ends) {
+			OBSDataAutoRelease settings = obs_source_get_settings(source);
+			OBSDataArrayAutoRelease playlist = obs_data_get_array(settings, "playlist");
+		}
+	});
+	for (int i = 0; i < 3000; i++) {
+		run({u"play"_s, QString::number(i % 3)});
+		videoTick(bound());
+		QCoreApplication::sendPostedEvents();
+	}
+	ends = true;
+	reader.join();
+	EXPECT_EQ(valuesIn(settingsOf(bound()), "playlist"), rowPaths().last(1));
+}
+
 TEST_F(Threads, ASourceThatStepsWhileItIsLetGoOfStepsNoOther)
 {
 	for (const char *one : {"choose T", "start X", "choose S", "start A"})

@@ -250,6 +250,7 @@ private:
 	void carryOut(reelhouse::MediaWish::Order order);
 	void followSeek(qint64 positionMs);
 	void describePlayback(obs_media_state state, qint64 positionMs);
+	void keepPlaylist(obs_source_t *source);
 	// libobs calls these four on threads of its own and of VLC.
 	static void mediaStopped(void *data, calldata_t *params);
 	static void mediaEnded(void *data, calldata_t *params);
@@ -400,10 +401,13 @@ private:
 	OBSSignal previousSignal;
 	std::atomic<quint64> bindSerial = 0; // counts the bindings; the other threads read it
 
-	// Switch handshake. The libobs thread uses the three members below the mutex, only with it held.
+	// Switch handshake. The libobs thread uses the four members below the mutex, only with it held.
 	std::mutex switchMutex;
 	OBSData pendingSettings; // applied when the source reports media_stopped; null: nothing to apply
 	Previous pendingPrevious = Previous::CutOff; // what the pending settings do to the previous track
+	// Of the source, before the dock's last change of its settings. The user-interface thread uses it without the
+	// mutex when no settings are pending.
+	OBSDataArray lastPlaylist;
 	quint64 switchSerial = 0;   // one per issued or cancelled switch: a late continuation compares and does nothing
 	bool switchPending = false; // from playTrack() until finishSwitch() or a cancel
 	bool stopDelayed = false;   // the pending switch has yet to stop the media, which is just ending by itself

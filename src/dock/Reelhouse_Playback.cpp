@@ -186,6 +186,7 @@ void Reelhouse::stopPlayback()
 			OBSDataAutoRelease settings = obs_data_create();
 			OBSDataArrayAutoRelease playlist = pathArray({});
 			obs_data_set_array(settings, playlistKey, playlist);
+			keepPlaylist(source);
 			obs_source_update(source, settings);
 		}
 	}

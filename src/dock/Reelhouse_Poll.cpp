@@ -217,6 +217,16 @@ void Reelhouse::describePlayback(obs_media_state state, qint64 positionMs)
 		timeLabel->setAccessibleDescription(description);
 }
 
+// Any thread, while no switch can give the source its settings. libobs does not guard these: another thread that reads
+// them just now, as for a remote client, may have found the playlist and not taken its reference yet. So the playlist of
+// before a change lives on until the next change.
+void Reelhouse::keepPlaylist(obs_source_t *source)
+{
+	OBSDataAutoRelease settings = obs_source_get_settings(source);
+	OBSDataArrayAutoRelease playlist = obs_data_get_array(settings, playlistKey);
+	lastPlaylist = playlist.Get();
+}
+
 void Reelhouse::mediaStopped(void *data, calldata_t *params)
 {
 	auto *dock = static_cast<Reelhouse *>(data);
@@ -229,6 +239,7 @@ void Reelhouse::mediaStopped(void *data, calldata_t *params)
 		serial = dock->switchSerial;
 		if (dock->pendingPrevious == Previous::CutOff)
 			dropBufferedAudio(source);
+		dock->keepPlaylist(source);
 		obs_source_update(source, dock->pendingSettings);
 		dock->pendingSettings = nullptr;
 	}

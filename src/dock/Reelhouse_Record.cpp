@@ -174,6 +174,7 @@ void Reelhouse::restoreSource()
 
 	OBSDataAutoRelease settings = obs_source_get_settings(source);
 	OBSDataArrayAutoRelease playlist = pathArray(observed);
+	keepPlaylist(source);
 	obs_data_set_array(settings, playlistKey, playlist);
 	obs_data_set_bool(settings, loopKey, originalLoop);
 	obs_data_set_bool(settings, shuffleKey, originalShuffle);

@@ -113,12 +113,11 @@ void Story::addPlayerSteps()
 
 void Story::addQueueSteps()
 {
-	for (const char *name : {"moveUp", "moveDown", "moveTop", "moveBottom", "remove", "undoRemove", "locateCurrent",
-				 "openFolder", "restorePlaylist"})
+	for (const char *name :
+	     {"moveUp", "moveDown", "moveTop", "moveBottom", "remove", "undoRemove", "locateCurrent", "openFolder",
+	      "restorePlaylist", "skipFailed", "startAgain", "shuffleQueue", "holdPicture"})
 		on(name, [this, name](const Words &) { action(name)->trigger(); });
 	on("bringBack", [this](const Words &) { tool()->trigger(); });
-	for (const char *name : {"skipFailed", "startAgain", "shuffleQueue", "holdPicture"})
-		on(name, [this, name](const Words &) { action(name)->trigger(); });
 	on("select", [this](const Words &words) {
 		list()->clearSelection();
 		for (const QString &name : words)
